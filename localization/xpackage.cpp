@@ -1,0 +1,35 @@
+#include "localization/xpackage.h"
+
+#include <new>
+
+#include "core/xcatalogue.h"
+#include "core/xexceptions.h"
+#include "framework/xui_backend.h"
+
+namespace xum {
+
+namespace {
+
+bool attached = false;
+
+void out_of_memory() { throw XException(msg::eOutOfMemory.text.w_str()); }
+
+void throw_error(const xstr& message) { throw XException(message.w_str()); }
+
+// Runs the attach steps when the shared library is loaded.
+struct load_time_attach {
+  load_time_attach() { xpackage_attach(); }
+};
+const load_time_attach on_load;
+
+}  // namespace
+
+void xpackage_attach() {
+  if (attached) return;
+  attached = true;
+  std::set_new_handler(&out_of_memory);
+  xerror_handler = &throw_error;
+  xinstall_ui_backend_hook();
+}
+
+}  // namespace xum

@@ -1,0 +1,20 @@
+// The subcommands of the xum tool; each file cmd_<name>.cpp builds one.
+#ifndef XUM_TOOLS_XUM_COMMANDS_H
+#define XUM_TOOLS_XUM_COMMANDS_H
+
+#include <string>
+
+#include "tools/xum/xcli.h"
+
+namespace xum::tool {
+
+cli::command catalogue_command();
+cli::command demo_command();
+
+// The folder of bundled sample data: $XUM_SAMPLES, else the source tree's
+// samples/ when run from a build, else share/xum/samples of the install.
+std::string samples_dir();
+
+}  // namespace xum::tool
+
+#endif  // XUM_TOOLS_XUM_COMMANDS_H
