@@ -109,11 +109,7 @@ const char* xstr_base::empty_text() noexcept {
   return empty;
 }
 
-void xstr_base::clear() noexcept {
-  if (text_ == nullptr) return;
-  if (--header()[0] == 0) free_block(text_);
-  text_ = nullptr;
-}
+void xstr_base::release(char* text) noexcept { free_block(text); }
 
 void xstr_base::allocate(int n) {
   if (n < 1) out_of_range();
@@ -147,15 +143,6 @@ void xstr_base::put_length(int n) {
     header()[1] = static_cast<std::uint32_t>(n);
     text_[n] = '\0';
   }
-}
-
-void xstr_base::assign(const xstr& other) noexcept {
-  // Count the new holder before releasing the old block, so that assigning
-  // a string to itself keeps its block alive.
-  char* text = other.text_;
-  if (text) ++reinterpret_cast<std::uint32_t*>(text)[-2];
-  clear();
-  text_ = text;
 }
 
 void xstr_base::from_c(const char* text) {

@@ -67,7 +67,11 @@ class XUM_API xstr_base {
   // --- storage -----------------------------------------------------------
 
   // Releases the block (freeing it when this was its last holder).
-  void clear() noexcept;
+  void clear() noexcept {
+    if (text_ == nullptr) return;
+    if (--header()[0] == 0) release(text_);
+    text_ = nullptr;
+  }
 
   // Becomes a fresh private block of n characters that the caller fills
   // (characters and terminator are not written). n < 1 throws xexception 0.
@@ -80,8 +84,14 @@ class XUM_API xstr_base {
   // n < 0 throws xexception 0.
   void put_length(int n);
 
-  // Shares `other`'s block. Safe when `other` is this string.
-  void assign(const xstr& other) noexcept;
+  // Shares `other`'s block. Safe when `other` is this string: the new
+  // holder is counted before the old block is released.
+  void assign(const xstr_base& other) noexcept {
+    char* text = other.text_;
+    if (text) ++reinterpret_cast<std::uint32_t*>(text)[-2];
+    clear();
+    text_ = text;
+  }
 
   // A null pointer or an empty text gives the empty string.
   void from_c(const char* text);
@@ -172,6 +182,7 @@ class XUM_API xstr_base {
     other.text_ = nullptr;
   }
   static const char* empty_text() noexcept;
+  static void release(char* text) noexcept;  // frees a block
 };
 
 // The string type itself: construction, assignment and operators.
