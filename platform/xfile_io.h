@@ -1,0 +1,47 @@
+// File descriptors for the library's handle and file streams.
+//
+// Open failures come back as the error codes the streams report, so the
+// streams stay independent of the system's errno values:
+//   2 file not found (its directory exists), 3 path not found, 4 too many
+//   open files, 5 access denied (a directory counts), 12 invalid access,
+//   0 anything else.
+//
+//   int error = 0;
+//   int fd = xum::platform::open_file("a.txt", 1, error);   // -1 on failure
+//
+// Thread safety: every function may be called from any thread.
+#ifndef XUM_PLATFORM_XFILE_IO_H
+#define XUM_PLATFORM_XFILE_IO_H
+
+#include <cstdint>
+
+#include "core/xexport.h"
+
+namespace xum::platform {
+
+inline constexpr int invalid_fd = -1;
+
+// Opens `name` the way a file mode asks: 1 read, 2 write from the start
+// without truncating, 3 read and write, 6 create or truncate and write, 10 as
+// 2 (the caller positions at the end); any other value opens the existing
+// file without access rights. Returns the descriptor, or invalid_fd with
+// `error` set to one of the codes above.
+XUM_API int open_file(const char* name, int file_mode, int& error) noexcept;
+
+// Bytes read or written; 0 when the call fails. Interrupted calls are
+// retried; a short count is returned as it is.
+XUM_API int read_file(int fd, void* buffer, int count) noexcept;
+XUM_API int write_file(int fd, const void* buffer, int count) noexcept;
+
+// Moves the position (origin 0 begin, 1 current, 2 end); returns the new
+// position, or -1 when the call fails.
+XUM_API std::int64_t seek_file(int fd, std::int64_t offset, int origin) noexcept;
+
+// Cuts or extends the file to `size` bytes; false when the call fails.
+XUM_API bool truncate_file(int fd, std::int64_t size) noexcept;
+
+XUM_API void close_file(int fd) noexcept;
+
+}  // namespace xum::platform
+
+#endif  // XUM_PLATFORM_XFILE_IO_H

@@ -1,0 +1,146 @@
+#include "streams/xfile_stream.h"
+
+#include "core/xcatalogue.h"
+#include "core/xexception.h"
+#include "core/xfile_utils.h"
+#include "core/xvirtual_fs.h"
+#include "platform/xfile_io.h"
+
+namespace xum {
+
+namespace {
+
+bool do_statistics = false;
+std::uint64_t total_bytes_loaded = 0;
+
+[[noreturn]] void not_allowed() { throw xexception(xexception::not_supported); }
+
+}  // namespace
+
+// --- xhandle_stream ----------------------------------------------------------
+
+xhandle_stream::xhandle_stream(int fd, int mode, bool owns) noexcept : owns_(owns), fd_(fd) {
+  mode_ = mode;
+}
+
+xhandle_stream::~xhandle_stream() {
+  if (owns_) platform::close_file(fd_);
+}
+
+void xhandle_stream::attach(int fd, int mode, bool owns) {
+  close();
+  fd_ = fd;
+  owns_ = owns;
+  mode_ = mode;
+}
+
+xstr xhandle_stream::description() const {
+  xstr number;
+  number.from_integer(fd_);
+  return "Handle stream " + number;
+}
+
+int xhandle_stream::read(void* buffer, int count) {
+  if (!(mode_ & xstream_read)) not_allowed();
+  return fd_ < 0 ? 0 : platform::read_file(fd_, buffer, count);
+}
+
+int xhandle_stream::write(const void* buffer, int count) {
+  if (!(mode_ & xstream_write)) not_allowed();
+  return fd_ < 0 ? 0 : platform::write_file(fd_, buffer, count);
+}
+
+std::int64_t xhandle_stream::seek(std::int64_t offset, xseek_origin origin) {
+  return platform::seek_file(fd_, offset, origin);
+}
+
+void xhandle_stream::close() {
+  if (fd_ < 0) return;
+  if (owns_) platform::close_file(fd_);
+  fd_ = -1;
+}
+
+// --- xfile_stream ------------------------------------------------------------
+
+xfile_stream::xfile_stream(const xstr& name, int mode) { open(name, mode); }
+
+xfile_stream::~xfile_stream() {
+  // The base destructor would only see the base's close; release the
+  // substitute here as well.
+  close();
+}
+
+void xfile_stream::open(const xstr& name, int mode) {
+  close();
+  name_ = name;
+  mode_ = mode & 3;
+  if (mode == xfile_read && !xfile_exists(name, false)) {
+    if (xvirtual_fs_interface* fs = xvirtual_fs_interface::get()) {
+      xstream* s = fs->get_file_stream(name);
+      delete substitute_;
+      substitute_ = s;
+      if (substitute_ != nullptr) return;
+    }
+  }
+  // The platform's file API takes no access-sharing modes here; exclusive
+  // access of the write modes is the caller's convention on this system.
+  const int fd = platform::open_file(name.get_text(), mode, last_error_);
+  if (fd < 0) {
+    error_handler();
+    return;
+  }
+  fd_ = fd;
+  owns_ = true;
+  if (mode == xfile_append) seek(0, xseek_end);
+}
+
+void xfile_stream::close() {
+  xhandle_stream::close();
+  delete substitute_;
+  substitute_ = nullptr;
+}
+
+int xfile_stream::read(void* buffer, int count) {
+  if (!(mode_ & xstream_read)) not_allowed();
+  int n;
+  if (substitute_ != nullptr)
+    n = substitute_->read(buffer, count);
+  else
+    n = fd_ < 0 ? 0 : platform::read_file(fd_, buffer, count);
+  if (do_statistics && n > 0) total_bytes_loaded += static_cast<std::uint64_t>(n);
+  return n;
+}
+
+std::int64_t xfile_stream::seek(std::int64_t offset, xseek_origin origin) {
+  if (substitute_ != nullptr) return substitute_->seek(offset, origin);
+  return platform::seek_file(fd_, offset, origin);
+}
+
+void xfile_stream::set_size(std::int64_t size) {
+  seek(size, xseek_begin);
+  if (fd_ >= 0) platform::truncate_file(fd_, size);
+}
+
+xstr xfile_stream::description() const { return msg::FileName.text + name_; }
+
+void xfile_stream::error_handler() {
+  xstr cause;
+  switch (last_error_) {
+    case 2: cause = msg::eNOFILE.text; break;
+    case 3: cause = msg::eNOPATH.text; break;
+    case 4: cause = msg::eMFILE.text; break;
+    case 5: cause = msg::eACCES.text; break;
+    case 12: cause = msg::eINVACC.text; break;
+    default: break;
+  }
+  xerror(cause + "\n" + msg::FileName.text + name_);
+}
+
+void xfile_stream::enable_statistics(bool on) noexcept {
+  do_statistics = on;
+  if (on) total_bytes_loaded = 0;
+}
+
+std::uint64_t xfile_stream::get_statistics() noexcept { return total_bytes_loaded; }
+
+}  // namespace xum
