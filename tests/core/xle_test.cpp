@@ -1,0 +1,64 @@
+#include "core/xle.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <limits>
+
+namespace xum {
+namespace {
+
+TEST(XLittleEndian, StoresLeastSignificantByteFirst) {
+  unsigned char b[8] = {};
+  le::store<std::uint32_t>(b, 0x11223344u);
+  EXPECT_EQ((std::array<int, 4>{b[0], b[1], b[2], b[3]}), (std::array<int, 4>{0x44, 0x33, 0x22, 0x11}));
+  le::store<std::int16_t>(b, -2);
+  EXPECT_EQ(b[0], 0xFE);
+  EXPECT_EQ(b[1], 0xFF);
+  le::store<double>(b, 1.0);  // 3FF0000000000000
+  EXPECT_EQ(b[7], 0x3F);
+  EXPECT_EQ(b[6], 0xF0);
+  EXPECT_EQ(b[0], 0x00);
+}
+
+TEST(XLittleEndian, RoundTripsAtTheEdgesOfEveryWidth) {
+  unsigned char b[8];
+  for (std::uint64_t v : {0ull, 1ull, 0x7Full, 0x80ull, 0xFFull, 0x100ull, 0x7FFFull, 0x8000ull,
+                          0xFFFFFFFFull, 0x100000000ull, ~0ull}) {
+    SCOPED_TRACE(v);
+    le::store<std::uint64_t>(b, v);
+    EXPECT_EQ(le::load<std::uint64_t>(b), v);
+    le::store<std::uint32_t>(b, static_cast<std::uint32_t>(v));
+    EXPECT_EQ(le::load<std::uint32_t>(b), static_cast<std::uint32_t>(v));
+    le::store<std::int16_t>(b, static_cast<std::int16_t>(v));
+    EXPECT_EQ(le::load<std::int16_t>(b), static_cast<std::int16_t>(v));
+  }
+  le::store<float>(b, -0.15625f);
+  EXPECT_EQ(le::load<float>(b), -0.15625f);
+  le::store<std::int64_t>(b, std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(le::load<std::int64_t>(b), std::numeric_limits<std::int64_t>::min());
+}
+
+TEST(XLittleEndian, BoundedAccessRefusesTruncationAtEveryLength) {
+  const std::array<unsigned char, 4> bytes{1, 2, 3, 4};
+  for (std::size_t start = 0; start <= 5; ++start) {
+    SCOPED_TRACE(start);
+    std::size_t pos = start;
+    if (start == 0) {
+      EXPECT_EQ(le::read<std::uint32_t>(bytes, pos), 0x04030201u);
+      EXPECT_EQ(pos, 4u);
+    } else {
+      EXPECT_THROW(le::read<std::uint32_t>(bytes, pos), xexception);
+      EXPECT_EQ(pos, start);
+    }
+  }
+  std::array<unsigned char, 3> out{};
+  std::size_t pos = 1;
+  le::write<std::uint16_t>(out, pos, 0xBEEF);
+  EXPECT_EQ(out[1], 0xEF);
+  EXPECT_THROW(le::write<std::uint16_t>(out, pos, 1), xexception);
+}
+
+}  // namespace
+}  // namespace xum
