@@ -14,6 +14,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "bench/ratio_reporter.h"
+
 #include "core/xstr.h"
 
 namespace {
@@ -125,72 +127,8 @@ BENCHMARK_TEMPLATE(BM_Concat, Xstr)->Apply(sizes);
 BENCHMARK_TEMPLATE(BM_Printf, Std)->Apply(sizes);
 BENCHMARK_TEMPLATE(BM_Printf, Xstr)->Apply(sizes);
 
-// Passes everything to a console reporter and keeps the mean real time of
-// each "BM_Op<Side>/size" so the two sides can be compared at the end.
-class RatioReporter : public benchmark::BenchmarkReporter {
- public:
-  bool ReportContext(const Context& context) override { return console_.ReportContext(context); }
-  void Finalize() override { console_.Finalize(); }
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    console_.ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.error_occurred || run.run_type != Run::RT_Iteration) continue;
-      const std::string& name = run.run_name.function_name;  // "BM_Copy<Xstr>"
-      const std::size_t open = name.find('<');
-      if (open == std::string::npos || run.run_name.args.empty()) continue;
-      const std::string op = name.substr(0, open);
-      std::size_t row = 0;
-      while (row < ops_.size() && ops_[row] != op) ++row;
-      if (row == ops_.size()) ops_.push_back(op);
-      Cell& cell = cells_[{row, std::stol(run.run_name.args)}];
-      Mean& side = name.compare(open, std::string::npos, "<Xstr>") == 0 ? cell.xstr : cell.std;
-      side.sum += run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit) * 1e9;
-      ++side.count;
-    }
-  }
-
-  void PrintRatios() const {
-    std::printf("\nstd::string time / xstr time (real time; above 1 means xstr is faster)\n");
-    std::printf("%-16s %8s %15s %11s %9s\n", "operation", "size", "std::string ns", "xstr ns",
-                "ratio");
-    for (const auto& [key, cell] : cells_) {
-      char ratio[32] = "-";
-      if (cell.std.count && cell.xstr.count)
-        std::snprintf(ratio, sizeof ratio, "%.2f", cell.std.get() / cell.xstr.get());
-      std::printf("%-16s %8ld %15s %11s %9s\n", ops_[key.first].c_str(), key.second,
-                  cell.std.str().c_str(), cell.xstr.str().c_str(), ratio);
-    }
-  }
-
- private:
-  struct Mean {
-    double sum = 0;
-    int count = 0;
-    double get() const { return sum / count; }
-    std::string str() const {
-      char text[32] = "-";
-      if (count) std::snprintf(text, sizeof text, "%.1f", get());
-      return text;
-    }
-  };
-  struct Cell {
-    Mean std, xstr;
-  };
-  // No colour codes: the report is usually piped or kept in a log.
-  benchmark::ConsoleReporter console_{benchmark::ConsoleReporter::OO_Tabular};
-  std::vector<std::string> ops_;                        // in the order they ran
-  std::map<std::pair<std::size_t, long>, Cell> cells_;  // (operation, size)
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.PrintRatios();
-  benchmark::Shutdown();
-  return 0;
+  return xum::bench::run_with_ratios(argc, argv, {"<Xstr>", "std::string", "xstr"});
 }
