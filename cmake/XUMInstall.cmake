@@ -25,6 +25,7 @@ write_basic_package_version_file(
 install(FILES
   ${PROJECT_BINARY_DIR}/XUMCompsConfig.cmake
   ${PROJECT_BINARY_DIR}/XUMCompsConfigVersion.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/XUMResources.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/XUMComps)
 
 configure_file(${PROJECT_SOURCE_DIR}/cmake/XUMComps.pc.in

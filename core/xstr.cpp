@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/xexceptions.h"
+#include "core/xresources.h"
 #include "core/xutf.h"
 
 namespace xum {
@@ -433,6 +434,17 @@ bool xstr_base::is_number(bool* negative, bool* integer) const {
 
 // ---------------------------------------------------------------------------
 // xstr
+
+xstr xstr::load(unsigned id) {
+  // Resource names are 16-bit integers; larger ids name nothing.
+  if (id > 0xFFFFu) return xstr();
+  const xresource_entry* e = xfind_resource(nullptr, xmake_int_resource(id), xrt_string);
+  if (!e) return xstr();
+  const char* text = reinterpret_cast<const char*>(e->begin);
+  const void* zero = std::memchr(text, 0, e->size());
+  const std::size_t n = zero ? static_cast<std::size_t>(static_cast<const char*>(zero) - text) : e->size();
+  return xstr(std::string_view(text, n));
+}
 
 char xstr::at(int i) const {
   if (i < 0 || i >= length()) out_of_range();

@@ -231,6 +231,11 @@ class XUM_API xstr : public xstr_base {
   friend xstr operator+(const char* a, const xstr& b) { return xstr(a).concat(b); }
   friend xstr operator+(const xstr& a, char c) { return a.concat(xstr(std::string_view(&c, 1))); }
 
+  // The string resource `id` of the executable (type 6, embedded with
+  // `xum_add_string_resources`), up to its first zero byte; the empty
+  // string when there is none.
+  static xstr load(unsigned id);
+
   friend bool operator==(const xstr& a, const xstr& b) noexcept { return a.view() == b.view(); }
   friend bool operator==(const xstr& a, const char* b) noexcept { return a.view() == std::string_view(b ? b : ""); }
   friend std::strong_ordering operator<=>(const xstr& a, const xstr& b) noexcept {

@@ -1,4 +1,5 @@
-// Uses the installed library: strings, the catalogue and the error hook.
+// Uses the installed library: strings, the catalogue, the error hook and,
+// when built with CMake, a string resource.
 #include <iostream>
 
 #include "core/xcatalogue.h"
@@ -20,5 +21,10 @@ int main() {
   }
   std::cout << name.view() << " / " << copy.view() << "; -12 is a number: " << number
             << ", negative: " << negative << ", integer: " << integer << "\n";
+#ifdef CONSUMER_HAS_STRINGS
+  const xum::xstr greeting = xum::xstr::load(1);
+  std::cout << greeting.view() << "\n";
+  if (greeting != "Hello from a string resource") return 1;
+#endif
   return name == "settings.tsf" && copy == "my_settings.tsf" && number && negative && integer ? 0 : 1;
 }

@@ -1,0 +1,95 @@
+#include "streams/xresource_stream.h"
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "core/xexception.h"
+#include "core/xstr.h"
+
+// The test program embeds tests/streams/data/ (see tests/CMakeLists.txt):
+// five.bin as "#5" RCDATA, large.bin as "#6" RCDATA and as "#6" of type
+// "SAMPLE", empty.bin as "#7" RCDATA, and the string table strings.txt.
+
+namespace xum {
+namespace {
+
+std::string file_bytes(const char* name) {
+  std::ifstream in(std::string(XUM_TEST_DATA) + "/" + name, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+std::string read_all(xstream& s) {
+  std::string out(static_cast<std::size_t>(s.get_size()) + 10, '?');
+  out.resize(static_cast<std::size_t>(s.read(out.data(), static_cast<int>(out.size()))));
+  return out;
+}
+
+int code_of(void (*f)()) {
+  try {
+    f();
+  } catch (xexception e) {
+    return e.code();
+  }
+  return -1;
+}
+
+TEST(XResourceStream, ReadsTheEmbeddedBytesByIdAndType) {
+  xresource_stream five(nullptr, 5, xrt_rcdata);
+  EXPECT_EQ(five.description(), "Resource stream.");
+  EXPECT_EQ(five.mode(), xstream_read);
+  EXPECT_EQ(read_all(five), file_bytes("five.bin"));  // zero bytes included
+
+  // The same id under two types; types are compared without case.
+  xresource_stream large(nullptr, 6, xrt_rcdata);
+  xresource_stream sample(xexecutable_module(), 6, "sample");
+  EXPECT_EQ(read_all(large), file_bytes("large.bin"));
+  EXPECT_EQ(read_all(sample), file_bytes("large.bin"));
+
+  xresource_stream empty(nullptr, 7, xrt_rcdata);
+  EXPECT_EQ(empty.get_size(), 0);
+  char c;
+  EXPECT_EQ(empty.read(&c, 1), 0);
+}
+
+TEST(XResourceStream, LookupIsByHashAndDecimalId) {
+  EXPECT_NE(xfind_resource(nullptr, "#5", "#10"), nullptr);
+  EXPECT_NE(xfind_resource(nullptr, "#005", xrt_rcdata), nullptr);
+  EXPECT_EQ(xfind_resource(nullptr, xmake_int_resource(5), xrt_rcdata),
+            xfind_resource(nullptr, "#5", "#10"));
+  EXPECT_EQ(xfind_resource(nullptr, "5", "#10"), nullptr);  // a name, not an id
+  EXPECT_EQ(xfind_resource(nullptr, "#5", xrt_string), nullptr);
+}
+
+TEST(XResourceStream, MissingResourcesAndWritesThrowTheirCodes) {
+  EXPECT_EQ(code_of([] { xresource_stream s(nullptr, 8, xrt_rcdata); }), xexception::no_resource);
+  EXPECT_EQ(code_of([] { xresource_stream s(nullptr, -5, xrt_rcdata); }), xexception::no_resource);
+  // Resources belong to the binary that embeds them: the library has none.
+  EXPECT_EQ(code_of([] { xresource_stream s(xlibrary_module(), 5, xrt_rcdata); }),
+            xexception::no_resource);
+
+  xresource_stream s(nullptr, 5, xrt_rcdata);
+  char c = 'x';
+  EXPECT_THROW(s.write(&c, 1), xexception);
+  EXPECT_THROW(s.set_size(1), xexception);
+  EXPECT_THROW(s.seek(1, xseek_end), xexception);  // past the end of a read-only block
+  EXPECT_EQ(s.seek(-100, xseek_end), 0);
+
+  // A failed reopen leaves an empty stream, not the old resource.
+  EXPECT_THROW(s.open(nullptr, 99, xrt_rcdata), xexception);
+  EXPECT_EQ(s.get_size(), 0);
+  EXPECT_EQ(s.read(&c, 1), 0);
+}
+
+TEST(XStrLoad, ReturnsStringResourcesOfTheExecutable) {
+  EXPECT_EQ(xstr::load(1), "Hello, world");
+  EXPECT_EQ(xstr::load(2), "Two lines\nsecond; with [brackets] and a \\ backslash");
+  EXPECT_EQ(xstr::load(65535), "last id");
+  EXPECT_TRUE(xstr::load(3).empty());
+  EXPECT_TRUE(xstr::load(65536 + 1).empty());  // ids are 16-bit: no wrap to 1
+}
+
+}  // namespace
+}  // namespace xum
