@@ -42,7 +42,7 @@ struct xresource_entry {
 
 // An integer name or type carried in a pointer (values below 65536), so
 // that calls read as they would with an integer resource type.
-constexpr const char* xmake_int_resource(unsigned id) noexcept {
+inline const char* xmake_int_resource(unsigned id) noexcept {
   return reinterpret_cast<const char*>(static_cast<std::uintptr_t>(id & 0xFFFFu));
 }
 inline bool xis_int_resource(const char* p) noexcept {
