@@ -86,6 +86,9 @@ TEST(XumTool, DemoRunsOnBundledSamples) {
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_NE(r.out.find("numbers: 10 (5 integer, 5 real, 2 negative)"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("51 records, the list runs from \"Line\" to \"Abort\""), std::string::npos);
+  EXPECT_NE(r.out.find("bytes read back unchanged"), std::string::npos) << r.out;
+  // The header "XUM1" stays plain; 'I' (0x49) ^ key[0] (0x5c) is 0x15.
+  EXPECT_NE(r.out.find("on disk   58 55 4d 31 15 "), std::string::npos) << r.out;
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "framework/xui_backend.h"
 #include "platform/xplatform.h"
 #include "tools/xum/commands.h"
+#include "tools/xum/demo_sections.h"
 
 namespace fs = std::filesystem;
 
@@ -142,6 +143,7 @@ cli::command demo_command() {
     strings_section(dir);
     catalogue_section();
     exceptions_section(dir);
+    streams_section(dir);
     return cli::exit_ok;
   };
   return c;

@@ -1,0 +1,16 @@
+// Sections of `xum demo` that live in files of their own; each prints its
+// part of the report to standard output.
+#ifndef XUM_TOOLS_XUM_DEMO_SECTIONS_H
+#define XUM_TOOLS_XUM_DEMO_SECTIONS_H
+
+#include <filesystem>
+
+namespace xum::tool {
+
+// Files and streams: a sample copied through file, XOR, section and
+// iostream-adapted streams.
+void streams_section(const std::filesystem::path& samples);
+
+}  // namespace xum::tool
+
+#endif  // XUM_TOOLS_XUM_DEMO_SECTIONS_H
