@@ -2,6 +2,13 @@
 
 #include <iostream>
 
+#include "framework/tapplication.h"
+#include "framework/tcontrol.h"
+#include "framework/tdialogs.h"
+#include "framework/tforms.h"
+#include "framework/tgraphics.h"
+#include "framework/tstdctrls.h"
+
 namespace xum {
 
 namespace {
@@ -23,6 +30,70 @@ bool offers(unsigned flags, int button) {
 }  // namespace
 
 xui_backend::~xui_backend() = default;
+
+int xui_backend::show_modal(TCustomForm&) { return mrCancel; }
+bool xui_backend::file_dialog(TOpenDialog&) { return false; }
+UnicodeString xui_backend::clipboard_text() { return clipboard_; }
+void xui_backend::set_clipboard_text(const UnicodeString& text) { clipboard_ = text; }
+xscreen_size xui_backend::screen_size() { return screen_; }
+
+int xui_backend::text_width(const TFont& font, const UnicodeString& text) {
+  const int pixels = font.Height() < 0 ? -font.Height() : font.Height();
+  return static_cast<int>((static_cast<long long>(text.size()) * pixels * 11 + 10) / 20);
+}
+
+std::uint8_t xui_backend::key_state(int vk) {
+  return vk >= 0 && vk < 256 ? keys_[static_cast<std::size_t>(vk)] : 0;
+}
+
+void xui_backend::set_key_state(int vk, bool down, bool toggled) noexcept {
+  if (vk < 0 || vk >= 256) return;
+  keys_[static_cast<std::size_t>(vk)] = static_cast<std::uint8_t>((down ? 0x80 : 0) | (toggled ? 1 : 0));
+}
+
+std::int16_t GetKeyState(int vk) {
+  const std::uint8_t s = xui().key_state(vk);
+  // Down is the sign bit of the 16-bit result, toggled the lowest bit.
+  return static_cast<std::int16_t>(((s & 0x80) ? 0xFF80 : 0) | (s & 1));
+}
+
+bool GetKeyboardState(std::uint8_t state[256]) {
+  if (state == nullptr) return false;
+  xui_backend& ui = xui();
+  for (int vk = 0; vk < 256; ++vk) state[vk] = ui.key_state(vk);
+  return true;
+}
+
+namespace {
+
+TControl* find_control(TComponent& root, const UnicodeString& name) {
+  for (int i = 0; i < root.ComponentCount(); ++i) {
+    TComponent* c = root.Components(i);
+    if (auto* control = dynamic_cast<TControl*>(c); control && SameText(c->Name(), name)) return control;
+    if (TControl* inner = find_control(*c, name)) return inner;  // frames own their controls
+  }
+  return nullptr;
+}
+
+// The form's default button, if any.
+TButton* default_button(TComponent& root) {
+  for (int i = 0; i < root.ComponentCount(); ++i) {
+    TComponent* c = root.Components(i);
+    if (auto* b = dynamic_cast<TButton*>(c); b && b->Default() && b->Visible() && b->Enabled()) return b;
+    if (TButton* inner = default_button(*c)) return inner;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+int xpress_button(TCustomForm& form, const UnicodeString& name) {
+  TControl* control = find_control(form, name);
+  if (control == nullptr)
+    throw Exception(u"No control named " + name + u" on form " + form.Name());
+  control->Click();
+  return form.ModalResult();
+}
 
 xheadless_backend& xheadless_ui() {
   // Never destroyed: boxes may still be shown while the process shuts down.
@@ -62,6 +133,25 @@ int xheadless_backend::message_box(const xstr& text, const xstr& caption, unsign
   return answer;
 }
 
+void xheadless_backend::set_form_rule(form_rule_fn rule) { form_rule_ = std::move(rule); }
+void xheadless_backend::set_file_rule(file_rule_fn rule) { file_rule_ = std::move(rule); }
+
+int xheadless_backend::show_modal(TCustomForm& form) {
+  int answer = mrCancel;
+  if (form_rule_) {
+    answer = form_rule_(form);
+  } else if (TButton* b = default_button(form)) {
+    b->Click();
+    answer = form.ModalResult() != mrNone ? form.ModalResult() : mrCancel;
+  }
+  if (out_ != nullptr)
+    *out_ << "== " << FromUnicode(form.Caption()).view() << " == (form " << FromUnicode(form.Name()).view()
+          << ") -> " << (form.ModalResult() != mrNone ? form.ModalResult() : answer) << std::endl;
+  return answer;
+}
+
+bool xheadless_backend::file_dialog(TOpenDialog& dialog) { return file_rule_ ? file_rule_(dialog) : false; }
+
 // --- scripted --------------------------------------------------------------
 
 xscripted_backend::xscripted_backend() = default;
@@ -72,6 +162,44 @@ void xscripted_backend::queue_answer(int button) { answers_.push_back(button); }
 void xscripted_backend::clear() {
   answers_.clear();
   boxes_.clear();
+  form_answers_.clear();
+  forms_.clear();
+  files_.clear();
+  dialogs_.clear();
+}
+
+void xscripted_backend::queue_press(std::vector<UnicodeString> names) {
+  form_answers_.push_back([names = std::move(names)](TCustomForm& form) {
+    for (const UnicodeString& name : names)
+      if (xpress_button(form, name) != mrNone) return form.ModalResult();
+    return static_cast<int>(mrCancel);
+  });
+}
+
+void xscripted_backend::queue_form(std::function<int(TCustomForm&)> answer) {
+  form_answers_.push_back(std::move(answer));
+}
+
+int xscripted_backend::show_modal(TCustomForm& form) {
+  forms_.push_back(form.Caption());
+  if (form_answers_.empty()) return mrCancel;
+  auto answer = std::move(form_answers_.front());
+  form_answers_.pop_front();
+  return answer(form);
+}
+
+void xscripted_backend::queue_files(std::vector<UnicodeString> files) { files_.push_back(std::move(files)); }
+
+bool xscripted_backend::file_dialog(TOpenDialog& dialog) {
+  dialogs_.push_back(dialog.Title());
+  if (files_.empty()) return false;
+  std::vector<UnicodeString> chosen = std::move(files_.front());
+  files_.pop_front();
+  if (chosen.empty()) return false;
+  dialog.Files().Clear();
+  for (const UnicodeString& f : chosen) dialog.Files().Add(f);
+  dialog.SetFileName(chosen.front());
+  return true;
 }
 
 int xscripted_backend::message_box(const xstr& text, const xstr& caption, unsigned flags) {

@@ -1,14 +1,18 @@
 // The UI backend: the one interface behind every interactive act of the
 // library, so that the pieces above it work the same with or without a
-// screen. This acts are message boxes; forms, file dialogs, the
-// clipboard and the keyboard state join the same interface.
+// screen: message boxes, modal forms, file dialogs, the clipboard, the
+// screen size, text measurement and the keyboard state.
 //
 // Backends:
 //   xheadless_backend  the default: writes each box to standard error (or a
 //                      stream of the program's choice) and answers it with a
 //                      rule the program sets, by default the box's default
 //                      button;
-//   xscripted_backend  for tests: answers from a queue and records each box.
+//   xscripted_backend  for tests: answers from queues (boxes, forms, file
+//                      dialogs) and records what was shown.
+//
+// The keyboard state lives in the backend: a windowing backend feeds it
+// from key events; headless and scripted backends from set_key_state.
 //
 //   xum::xscripted_backend ui;
 //   xum::xui_backend_scope use(ui);
@@ -24,11 +28,24 @@
 #include <iosfwd>
 #include <vector>
 
+#include <array>
+#include <cstdint>
+
+#include "core/xexceptions.h"
 #include "core/xexport.h"
 #include "core/xmessage_box.h"
 #include "core/xstr.h"
 
 namespace xum {
+
+class TCustomForm;
+class TOpenDialog;
+class TFont;
+
+struct xscreen_size {
+  int width;
+  int height;
+};
 
 class XUM_API xui_backend {
  public:
@@ -37,7 +54,49 @@ class XUM_API xui_backend {
   // Shows a message box (flags as in core/xmessage_box.h) and returns the
   // button pressed (IDOK ...). Must not return a button the box lacks.
   virtual int message_box(const xstr& text, const xstr& caption, unsigned flags) = 0;
+
+  // Runs a form modally and returns its modal result; buttons pressed on
+  // the form (xpress_button) set the result themselves. The base answers
+  // mrCancel: the form was closed without a choice.
+  virtual int show_modal(TCustomForm& form);
+  // Shows a file dialog (open or save: dialog.IsSaveDialog()) and, when
+  // the user chooses, fills the dialog's FileName and Files and returns
+  // true. The base cancels.
+  virtual bool file_dialog(TOpenDialog& dialog);
+
+  // The clipboard's text; the base keeps it in the process.
+  virtual UnicodeString clipboard_text();
+  virtual void set_clipboard_text(const UnicodeString& text);
+
+  // The base reports a 1920 x 1080 screen unless told otherwise.
+  virtual xscreen_size screen_size();
+  void set_screen_size(xscreen_size size) noexcept { screen_ = size; }
+  // Width in pixels of `text` in `font`. The base estimates from the
+  // font's pixel height: an average character is 11/20 of it wide.
+  virtual int text_width(const TFont& font, const UnicodeString& text);
+
+  // Key states of virtual-key codes 0-255 as the platform reports them:
+  // bit 7 set while the key is down, bit 0 toggled (for lock keys).
+  virtual std::uint8_t key_state(int vk);
+  void set_key_state(int vk, bool down, bool toggled = false) noexcept;
+  void clear_key_states() noexcept { keys_.fill(0); }
+
+ private:
+  UnicodeString clipboard_;
+  xscreen_size screen_{1920, 1080};
+  std::array<std::uint8_t, 256> keys_{};
 };
+
+// Presses the button (any control) named `name` on `form`, as a user would:
+// it is clicked, which sets the form's modal result for a button that has
+// one. Throws Exception "No control named <name> on form <form>" when the
+// form has no such control. Returns the form's modal result afterwards.
+XUM_API int xpress_button(TCustomForm& form, const UnicodeString& name);
+
+// The state of one key (negative while it is down) and of all 256 keys,
+// from the current backend.
+XUM_API std::int16_t GetKeyState(int vk);
+XUM_API bool GetKeyboardState(std::uint8_t state[256]);
 
 // The current backend: the process-wide headless one unless another is set.
 XUM_API xui_backend& xui();
@@ -60,16 +119,29 @@ class XUM_API xheadless_backend final : public xui_backend {
   xheadless_backend();
   ~xheadless_backend() override;
 
+  using form_rule_fn = std::function<int(TCustomForm& form)>;
+  using file_rule_fn = std::function<bool(TOpenDialog& dialog)>;
+
   // How boxes are answered; an empty rule answers with the default button.
   // An answer the box does not offer is replaced by the default button.
   void set_rule(rule_fn rule);
+  // How modal forms are answered; an empty rule presses the form's default
+  // button (a button with Default() set) when it has one, and otherwise
+  // closes the form (mrCancel).
+  void set_form_rule(form_rule_fn rule);
+  // How file dialogs are answered; an empty rule cancels.
+  void set_file_rule(file_rule_fn rule);
   // Where boxes are written; null writes nothing. Default: std::cerr.
   void set_output(std::ostream* out);
 
   int message_box(const xstr& text, const xstr& caption, unsigned flags) override;
+  int show_modal(TCustomForm& form) override;
+  bool file_dialog(TOpenDialog& dialog) override;
 
  private:
   rule_fn rule_;
+  form_rule_fn form_rule_;
+  file_rule_fn file_rule_;
   std::ostream* out_;
 };
 
@@ -91,13 +163,34 @@ class XUM_API xscripted_backend final : public xui_backend {
   std::size_t pending() const { return answers_.size(); }
   // Every box shown so far, oldest first.
   const std::vector<box>& boxes() const { return boxes_; }
+
+  // The next modal form: press the controls named, in order, until one
+  // sets a modal result (then that result; else mrCancel).
+  void queue_press(std::vector<UnicodeString> names);
+  // The next modal form: run `answer` on it (it may fill edits, press
+  // buttons) and return what it returns when the form has no result.
+  void queue_form(std::function<int(TCustomForm& form)> answer);
+  // Captions of the modal forms shown so far, oldest first.
+  const std::vector<UnicodeString>& forms() const { return forms_; }
+
+  // The next file dialog chooses these files (none: it is cancelled).
+  void queue_files(std::vector<UnicodeString> files);
+  // Titles of the file dialogs shown so far.
+  const std::vector<UnicodeString>& dialogs() const { return dialogs_; }
+
   void clear();
 
   int message_box(const xstr& text, const xstr& caption, unsigned flags) override;
+  int show_modal(TCustomForm& form) override;
+  bool file_dialog(TOpenDialog& dialog) override;
 
  private:
   std::deque<int> answers_;
   std::vector<box> boxes_;
+  std::deque<std::function<int(TCustomForm&)>> form_answers_;
+  std::vector<UnicodeString> forms_;
+  std::deque<std::vector<UnicodeString>> files_;
+  std::vector<UnicodeString> dialogs_;
 };
 
 // Makes a backend current for the lifetime of the scope.

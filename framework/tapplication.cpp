@@ -1,0 +1,104 @@
+#include "framework/tapplication.h"
+
+#include <algorithm>
+
+#include "core/xexception.h"
+#include "framework/xexception_presenter.h"
+#include "framework/xmain_loop.h"
+#include "framework/xui_backend.h"
+
+namespace xum {
+
+TApplication::TApplication(TComponent* AOwner) : TComponent(AOwner) {}
+
+TApplication::~TApplication() = default;
+
+TApplication* Application() {
+  // Never destroyed by the library: forms it owns may still be in use while
+  // the process exits. A program that wants them gone deletes them.
+  static auto* application = new TApplication(nullptr);
+  return application;
+}
+
+void TApplication::turn(int timeout_ms) {
+  try {
+    xmain_loop::instance().run_once(timeout_ms);
+  } catch (...) {
+    HandleException(this);
+  }
+}
+
+void TApplication::Run() {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  FTerminated = false;
+  if (FMainForm != nullptr) FMainForm->Show();
+  while (!FTerminated) turn(-1);
+  // No one will run calls any more: release whoever waits for one.
+  loop.shutdown();
+}
+
+void TApplication::Terminate() {
+  FTerminated = true;
+  xmain_loop::instance().wake();
+}
+
+void TApplication::ProcessMessages() { turn(0); }
+
+void TApplication::HandleMessage() { turn(-1); }
+
+void TApplication::HandleException(TObject* Sender) {
+  const std::exception_ptr e = std::current_exception();
+  if (!e) return;
+  if (OnException)
+    OnException(Sender, e);
+  else
+    xpresent_exception(e);
+}
+
+int TApplication::MessageBox(const xstr& Text, const xstr& Caption, unsigned Flags) {
+  return xui().message_box(Text, Caption, Flags);
+}
+
+void TApplication::Release(TCustomForm* Form) {
+  if (Form == nullptr) return;
+  // The form may be destroyed by its owner before the loop comes round:
+  // only a form the screen still lists is deleted.
+  xmain_loop::instance().post([Form] {
+    for (int i = 0; i < Screen().FormCount(); ++i)
+      if (Screen().Forms(i) == Form) {
+        delete Form;
+        return;
+      }
+  });
+}
+
+// ---- TScreen ----
+
+TScreen& Screen() {
+  static auto* screen = new TScreen();
+  return *screen;
+}
+
+int TScreen::Width() const { return xui().screen_size().width; }
+int TScreen::Height() const { return xui().screen_size().height; }
+
+TCustomForm* TScreen::Forms(int Index) const {
+  if (Index < 0 || Index >= FormCount()) throw xexception(xexception::out_of_range);
+  return FForms[static_cast<std::size_t>(Index)];
+}
+
+void TScreen::remove_form(TCustomForm* Form) { std::erase(FForms, Form); }
+
+// ---- TClipboard ----
+
+TClipboard& Clipboard() {
+  static TClipboard clipboard;
+  return clipboard;
+}
+
+UnicodeString TClipboard::AsText() const { return xui().clipboard_text(); }
+void TClipboard::SetAsText(const UnicodeString& Value) { xui().set_clipboard_text(Value); }
+
+}  // namespace xum

@@ -1,0 +1,110 @@
+// The application object, the screen and the clipboard.
+//
+//   int main() {
+//     xum::TForm* main_form;
+//     xum::Application()->CreateForm(main_form);   // the first form is the main form
+//     xum::Application()->Run();                    // until the main form closes
+//   }
+//
+// Run shows the main form and turns the main loop (framework/xmain_loop.h)
+// until Terminate; exceptions that escape an event go to HandleException,
+// which calls OnException or, without one, the library's exception
+// presentation. When Run ends, calls other threads still wait to
+// synchronize are released with an error.
+//
+// Thread safety: the main thread only, except Terminate.
+#ifndef XUM_FRAMEWORK_TAPPLICATION_H
+#define XUM_FRAMEWORK_TAPPLICATION_H
+
+#include <atomic>
+#include <exception>
+#include <functional>
+#include <vector>
+
+#include "core/xexport.h"
+#include "core/xstr.h"
+#include "framework/tforms.h"
+
+namespace xum {
+
+using TExceptionEvent = std::function<void(TObject* Sender, std::exception_ptr E)>;
+
+class XUM_API TApplication : public TComponent {
+ public:
+  explicit TApplication(TComponent* AOwner);
+  ~TApplication() override;
+
+  TCustomForm* MainForm() const noexcept { return FMainForm; }
+  void SetMainForm(TCustomForm* Form) noexcept { FMainForm = Form; }
+
+  // Creates a form owned by the application; the first one becomes the
+  // main form.
+  template <class F>
+  void CreateForm(F*& Reference) {
+    Reference = new F(this);
+    if (FMainForm == nullptr) FMainForm = Reference;
+  }
+
+  const UnicodeString& Title() const noexcept { return FTitle; }
+  void SetTitle(const UnicodeString& Value) { FTitle = Value; }
+
+  // Shows the main form and runs the main loop until Terminate.
+  void Run();
+  // Ends Run (from any thread).
+  void Terminate();
+  bool Terminated() const noexcept { return FTerminated; }
+  // Runs what is waiting in the main loop without waiting.
+  void ProcessMessages();
+  // Waits for the next event and runs it.
+  void HandleMessage();
+  // Presents the exception being handled (call from a catch block).
+  void HandleException(TObject* Sender);
+  TExceptionEvent OnException;
+
+  // A message box through the UI backend; returns the button (IDOK ...).
+  int MessageBox(const xstr& Text, const xstr& Caption, unsigned Flags);
+  // Destroys a form from the main loop, after the current event.
+  void Release(TCustomForm* Form);
+
+ private:
+  void turn(int timeout_ms);
+  TCustomForm* FMainForm = nullptr;
+  UnicodeString FTitle;
+  std::atomic<bool> FTerminated{false};
+};
+
+// The process-wide application object, created on first use.
+XUM_API TApplication* Application();
+
+// The screen: its size (from the UI backend) and the forms that exist.
+class XUM_API TScreen {
+ public:
+  int Width() const;
+  int Height() const;
+  int FormCount() const noexcept { return static_cast<int>(FForms.size()); }
+  // Form i in creation order; out of range throws xexception 0.
+  TCustomForm* Forms(int Index) const;
+
+ private:
+  friend class TCustomForm;
+  void add_form(TCustomForm* Form) { FForms.push_back(Form); }
+  void remove_form(TCustomForm* Form);
+  std::vector<TCustomForm*> FForms;
+};
+
+XUM_API TScreen& Screen();
+
+// Text on the clipboard, through the UI backend.
+class XUM_API TClipboard {
+ public:
+  UnicodeString AsText() const;
+  void SetAsText(const UnicodeString& Value);
+  void SetTextBuf(const char16_t* Buffer) { SetAsText(Buffer ? Buffer : u""); }
+  bool HasText() const { return !AsText().empty(); }
+};
+
+XUM_API TClipboard& Clipboard();
+
+}  // namespace xum
+
+#endif  // XUM_FRAMEWORK_TAPPLICATION_H

@@ -1,0 +1,109 @@
+// Forms and frames: the windows of an application and the reusable panels
+// placed on them.
+//
+//   auto* form = new xum::TForm(xum::Application());
+//   auto* ok = new xum::TButton(form);
+//   ok->SetParent(form);
+//   ok->SetName(u"OkBtn");
+//   ok->SetModalResult(xum::mrOk);
+//   if (form->ShowModal() == xum::mrOk) ...   // the UI backend runs the form
+//
+// Thread safety: forms belong to the main thread.
+#ifndef XUM_FRAMEWORK_TFORMS_H
+#define XUM_FRAMEWORK_TFORMS_H
+
+#include <functional>
+
+#include "core/xexport.h"
+#include "framework/tcontrol.h"
+
+namespace xum {
+
+// Results of modal forms and the buttons that close them.
+using TModalResult = int;
+inline constexpr TModalResult mrNone = 0;
+inline constexpr TModalResult mrOk = 1;
+inline constexpr TModalResult mrCancel = 2;
+inline constexpr TModalResult mrAbort = 3;
+inline constexpr TModalResult mrRetry = 4;
+inline constexpr TModalResult mrIgnore = 5;
+inline constexpr TModalResult mrYes = 6;
+inline constexpr TModalResult mrNo = 7;
+inline constexpr TModalResult mrAll = 8;
+inline constexpr TModalResult mrNoToAll = 9;
+inline constexpr TModalResult mrYesToAll = 10;
+inline constexpr TModalResult mrClose = 11;
+
+enum TFormBorderStyle { bsNone = 0, bsSingle = 1, bsSizeable = 2, bsDialog = 3, bsToolWindow = 4, bsSizeToolWin = 5 };
+enum TWindowState { wsNormal = 0, wsMinimized = 1, wsMaximized = 2 };
+enum TCloseAction { caNone, caHide, caFree, caMinimize };
+
+using TCloseEvent = std::function<void(TObject* Sender, TCloseAction& Action)>;
+using TCloseQueryEvent = std::function<void(TObject* Sender, bool& CanClose)>;
+
+class XUM_API TScrollingWinControl : public TWinControl {
+ public:
+  using TWinControl::TWinControl;
+};
+
+class XUM_API TScrollBox : public TScrollingWinControl {
+ public:
+  using TScrollingWinControl::TScrollingWinControl;
+};
+
+class XUM_API TCustomForm : public TScrollingWinControl {
+ public:
+  // Forms start hidden; the screen lists them while they exist.
+  explicit TCustomForm(TComponent* AOwner);
+  ~TCustomForm() override;
+
+  TFormBorderStyle BorderStyle() const noexcept { return FBorderStyle; }
+  void SetBorderStyle(TFormBorderStyle Value) noexcept { FBorderStyle = Value; }
+  TWindowState WindowState() const noexcept { return FWindowState; }
+  void SetWindowState(TWindowState Value) noexcept { FWindowState = Value; }
+
+  TModalResult ModalResult() const noexcept { return FModalResult; }
+  void SetModalResult(TModalResult Value) noexcept { FModalResult = Value; }
+  bool Modal() const noexcept { return FModal; }
+
+  // Shows the form modally through the UI backend and returns the result
+  // that closed it (mrCancel when it was simply closed).
+  virtual TModalResult ShowModal();
+  void Show();
+  void Hide() { SetVisible(false); }
+  // A modal form ends with mrCancel; another asks OnCloseQuery, then
+  // OnClose decides what happens (hide by default; caFree destroys it from
+  // the main loop). Closing the main form ends the application.
+  void Close();
+  // OnCloseQuery's answer (true when there is none).
+  virtual bool CloseQuery();
+
+  TNotifyEvent OnShow;
+  TCloseEvent OnClose;
+  TCloseQueryEvent OnCloseQuery;
+
+ private:
+  TFormBorderStyle FBorderStyle = bsSizeable;
+  TWindowState FWindowState = wsNormal;
+  TModalResult FModalResult = mrNone;
+  bool FModal = false;
+};
+
+class XUM_API TForm : public TCustomForm {
+ public:
+  using TCustomForm::TCustomForm;
+};
+
+class XUM_API TCustomFrame : public TScrollingWinControl {
+ public:
+  using TScrollingWinControl::TScrollingWinControl;
+};
+
+class XUM_API TFrame : public TCustomFrame {
+ public:
+  using TCustomFrame::TCustomFrame;
+};
+
+}  // namespace xum
+
+#endif  // XUM_FRAMEWORK_TFORMS_H

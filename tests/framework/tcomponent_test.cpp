@@ -1,0 +1,229 @@
+#include "framework/tcomponent.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "framework/tactions.h"
+#include "framework/tcomctrls.h"
+#include "framework/tforms.h"
+#include "framework/tmenus.h"
+#include "framework/tstdctrls.h"
+
+namespace xum {
+namespace {
+
+// Records its own destruction and every notification it receives.
+class probe : public TComponent {
+ public:
+  probe(TComponent* owner, const char16_t* name, std::vector<std::u16string>* log)
+      : TComponent(owner), log_(log) {
+    SetName(name);
+  }
+  ~probe() override { log_->push_back(u"~" + Name()); }
+  void Notification(TComponent* c, TOperation op) override {
+    if (op == opRemove && c != nullptr) log_->push_back(Name() + u":" + c->Name());
+    TComponent::Notification(c, op);  // passes it on to what this one owns
+  }
+
+ private:
+  std::vector<std::u16string>* log_;
+};
+
+TEST(TComponent, OwnerDestroysItsComponentsLastFirstExactlyOnce) {
+  std::vector<std::u16string> log;
+  auto* root = new probe(nullptr, u"Root", &log);
+  auto* a = new probe(root, u"A", &log);
+  new probe(a, u"A1", &log);
+  auto* b = new probe(root, u"B", &log);
+  new probe(root, u"C", &log);
+  EXPECT_EQ(root->ComponentCount(), 3);
+  EXPECT_EQ(root->FindComponent(u"b"), b);         // names compare without case
+  EXPECT_EQ(root->FindComponent(u"A1"), nullptr);  // only direct components
+  // A component destroyed on its own leaves its owner, which tells itself
+  // and the other components.
+  delete b;
+  EXPECT_EQ(log, (std::vector<std::u16string>{u"~B", u"Root:B", u"A:B", u"A1:B", u"C:B"}));
+  log.clear();
+  // The owner's destruction takes C (created last) before A, and A takes A1.
+  delete root;
+  EXPECT_EQ(log, (std::vector<std::u16string>{u"~Root", u"~C", u"~A", u"~A1"}));
+}
+
+TEST(TComponent, NamesAreUniqueIdentifiersPerOwner) {
+  TComponent owner(nullptr);
+  auto* a = new TComponent(&owner);
+  a->SetName(u"Edit1");
+  auto* b = new TComponent(&owner);
+  EXPECT_THROW(b->SetName(u"EDIT1"), EComponentError);
+  EXPECT_THROW(b->SetName(u"1st"), EComponentError);
+  b->SetName(u"Edit2");
+  b->SetName(u"");  // unnamed components never clash
+  auto* c = new TComponent(&owner);
+  EXPECT_EQ(c->ComponentIndex(), 2);
+  EXPECT_THROW(owner.Components(3), xexception);
+  // Moving a component to another owner takes it out of the first.
+  TComponent other(nullptr);
+  other.InsertComponent(a);
+  EXPECT_EQ(owner.ComponentCount(), 2);
+  EXPECT_EQ(a->Owner(), &other);
+}
+
+TEST(TComponent, FreeNotificationClearsPointersToDestroyedComponents) {
+  std::vector<std::u16string> log;
+  auto* watcher = new probe(nullptr, u"Watcher", &log);
+  auto* owner = new probe(nullptr, u"Owner", &log);
+  auto* target = new probe(owner, u"Target", &log);
+  auto* sibling = new probe(owner, u"Sibling", &log);
+  watcher->FreeNotification(target);
+  delete owner;  // a watched component leaves its owner with notifications
+  EXPECT_EQ(log, (std::vector<std::u16string>{u"~Owner", u"~Sibling", u"~Target", u"Watcher:Target"}));
+  (void)sibling;
+  log.clear();
+  delete watcher;  // the link is gone on both sides: nothing dangles
+  EXPECT_EQ(log, (std::vector<std::u16string>{u"~Watcher"}));
+
+  // Controls forget their action, label their focus control, tool bars
+  // their image lists.
+  auto* form = new TForm(nullptr);
+  auto* action = new TAction(nullptr);
+  auto* button = new TButton(form);
+  button->SetAction(action);
+  auto* label = new TLabel(form);
+  auto* edit = new TEdit(nullptr);
+  label->SetFocusControl(edit);
+  auto* bar = new TToolBar(form);
+  auto* images = new TImageList(nullptr);
+  bar->SetImages(images);
+  bar->SetHotImages(images);
+  delete action;
+  delete edit;
+  delete images;
+  EXPECT_EQ(button->Action(), nullptr);
+  EXPECT_EQ(label->FocusControl(), nullptr);
+  EXPECT_EQ(bar->Images(), nullptr);
+  EXPECT_EQ(bar->HotImages(), nullptr);
+  delete form;
+}
+
+TEST(TControl, ParentsDestroyTheirChildrenExactlyOnce) {
+  std::vector<std::u16string> log;
+  auto* form = new TForm(nullptr);
+  auto* box = new TGroupBox(form);
+  box->SetParent(form);
+  auto* edit = new TEdit(form);  // owned by the form, shown in the box
+  edit->SetParent(box);
+  auto* stray = new TEdit(nullptr);  // owned by nobody, shown in the box
+  stray->SetParent(box);
+  auto* owned = new probe(edit, u"Inside", &log);
+  (void)owned;
+  EXPECT_EQ(box->ControlCount(), 2);
+  EXPECT_TRUE(form->ContainsControl(stray));
+  EXPECT_EQ(stray->ParentForm(), form);
+  EXPECT_THROW(box->SetParent(box), xexception);
+  delete box;  // takes edit (and what edit owns) and stray along
+  EXPECT_EQ(form->ComponentCount(), 0);
+  EXPECT_EQ(form->ControlCount(), 0);
+  EXPECT_EQ(log, (std::vector<std::u16string>{u"~Inside"}));
+  delete form;
+}
+
+TEST(TControl, ActionsDriveLinkedControlsAndMenuItems) {
+  TForm form(nullptr);
+  auto* action = new TAction(&form);
+  int executed = 0;
+  action->OnExecute = [&](TObject*) { ++executed; };
+  action->SetCaption(u"Save");
+  auto* button = new TButton(&form);
+  auto* item = new TMenuItem(&form);
+  button->SetAction(action);
+  item->SetAction(action);
+  EXPECT_EQ(button->Caption(), u"Save");
+  action->SetEnabled(false);
+  action->SetHint(u"Save the project");
+  EXPECT_FALSE(button->Enabled());
+  EXPECT_EQ(item->Hint(), u"Save the project");
+  item->Click();  // disabled menu items do nothing
+  action->SetEnabled(true);
+  button->Click();
+  item->Click();
+  EXPECT_EQ(executed, 2);
+  int clicked = 0;
+  button->OnClick = [&](TObject*) { ++clicked; };  // an own handler wins
+  button->Click();
+  EXPECT_EQ(executed, 2);
+  EXPECT_EQ(clicked, 1);
+}
+
+TEST(TMenuItem, SubItemsAreListedApartFromOwnershipAndDieWithTheirParent) {
+  TComponent owner(nullptr);
+  auto* menu = new TMenuItem(&owner);
+  auto* a = new TMenuItem(&owner);
+  auto* b = new TMenuItem(&owner);
+  menu->Add(a);
+  menu->Insert(0, b);
+  EXPECT_EQ(menu->IndexOf(a), 1);
+  EXPECT_THROW(a->Add(menu), xexception);  // a menu cannot contain itself
+  menu->Clear();                          // destroys a and b, who leave their owner
+  EXPECT_EQ(menu->Count(), 0);
+  EXPECT_EQ(owner.ComponentCount(), 1);
+}
+
+TEST(TListControls, SelectionRulesOfEachKind) {
+  TForm form(nullptr);
+  auto* combo = new TComboBox(&form);
+  combo->Items().Add(u"one");
+  combo->Items().Add(u"two");
+  combo->SetItemIndex(1);
+  EXPECT_EQ(combo->Text(), u"two");
+  EXPECT_THROW(combo->SetItemIndex(2), xexception);
+  combo->Items().Delete(1);  // the current item disappears
+  EXPECT_EQ(combo->ItemIndex(), -1);
+
+  auto* list = new TListBox(&form);
+  list->Items().SetText(u"a\r\nb\nc");
+  EXPECT_EQ(list->Items().Count(), 3);
+  EXPECT_EQ(list->SelCount(), 0);
+  list->SetMultiSelect(true);
+  list->SetSelected(0, true);
+  list->SetSelected(2, true);
+  EXPECT_EQ(list->SelCount(), 2);
+
+  auto* checks = new TCheckListBox(&form);
+  checks->Items().Add(u"x");
+  EXPECT_FALSE(checks->Checked(0));
+  checks->SetChecked(0, true);
+  EXPECT_TRUE(checks->Checked(0));
+  EXPECT_THROW(checks->Checked(1), xexception);
+  EXPECT_EQ(dynamic_cast<TListBox*>(checks), nullptr);  // a list box control, not a TListBox
+
+  auto* tree = new TTreeView(&form);
+  TTreeNode* root = tree->Items().AddChild(nullptr, u"root");
+  TTreeNode* leaf = tree->Items().AddChild(root, u"leaf");
+  tree->Items().Add(root, u"second");
+  EXPECT_EQ(tree->Items().Count(), 3);
+  EXPECT_EQ(tree->Items().Item(1), leaf);  // depth first
+  tree->Select(leaf);
+  EXPECT_EQ(tree->SelectionCount(), 1);
+  tree->Items().Delete(root);  // the selected node goes with its parent
+  EXPECT_EQ(tree->Selected(), nullptr);
+
+  auto* view = new TListView(&form);
+  view->Items().Add()->SetCaption(u"first");
+  view->Items().Add()->SetCaption(u"second");
+  view->SetItemIndex(1);
+  EXPECT_EQ(view->Selected()->Caption(), u"second");
+  EXPECT_EQ(view->SelCount(), 1);
+
+  TStringList values;
+  values.Add(u"Left=10");
+  values.SetValues(u"left", u"20");
+  values.SetValues(u"Top", u"5");
+  EXPECT_EQ(values.Text(), u"left=20\nTop=5\n");  // the name as last given
+  values.SetValues(u"LEFT", u"");
+  EXPECT_EQ(values.Count(), 1);
+}
+
+}  // namespace
+}  // namespace xum
