@@ -22,6 +22,7 @@
 #ifndef XUM_CORE_XDATE_H
 #define XUM_CORE_XDATE_H
 
+#include <atomic>
 #include <compare>
 #include <cstdint>
 
@@ -111,6 +112,81 @@ struct XUM_API xdate {
 // Word number k (counting from 1) of a text of words separated by single
 // blanks; empty when the text has fewer words.
 XUM_API xstr xword(const xstr& text, int k);
+
+// --- implementation details --------------------------------------------
+// The day-number conversions are inline: callers convert whole ranges of
+// days, and a call into the shared library per day would cost more than the
+// arithmetic.
+
+namespace detail {
+
+// Entry y is the day number of 31 December of year y - 1 (entry 0 is 4);
+// entry 3000 closes year 2999. Null until built.
+XUM_API extern std::atomic<const std::int32_t*> year_table_ready;
+// Builds the table once (std::call_once) and returns it.
+XUM_API const std::int32_t* build_year_table();
+[[noreturn]] XUM_API void throw_out_of_range();
+
+inline const std::int32_t* year_table() {
+  const std::int32_t* table = year_table_ready.load(std::memory_order_acquire);
+  return table ? table : build_year_table();
+}
+
+inline constexpr int days_before_month[14] = {0, 0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365};
+
+constexpr bool is_leap(int y) noexcept { return y % 4 == 0 && (y % 100 != 0 || y % 400 == 0); }
+
+// The month of each day of a common year (index 1-365): the settled result
+// of estimating the month and stepping between month starts, looked up.
+struct month_of_day_table {
+  unsigned char month[366] = {};
+  constexpr month_of_day_table() {
+    for (int r = 1; r <= 365; ++r) {
+      int m = 1;
+      while (r > days_before_month[m + 1]) ++m;
+      month[r] = static_cast<unsigned char>(m);
+    }
+  }
+};
+inline constexpr month_of_day_table month_of_day{};
+
+}  // namespace detail
+
+inline int xdate::convert_to_days() const {
+  if (year < first_year || year > last_year || month < 1 || month > 12) detail::throw_out_of_range();
+  return detail::year_table()[year] + detail::days_before_month[month] + day +
+         (month >= 3 && is_leap_year() ? 1 : 0);
+}
+
+inline void xdate::convert_from_days(int n) {
+  const std::int32_t* table = detail::year_table();
+  if (n <= table[first_year] || n > table[last_year + 1]) detail::throw_out_of_range();
+  // The year estimated from the mean Gregorian year (146 097 days in 400
+  // years) counted from day 5, 1 January of year 0, and clamped to the
+  // table; the steps then settle on the one year with
+  // table[y] < n <= table[y + 1]. The estimate is off by at most one, and
+  // only in the first or last days of a year.
+  int y = static_cast<int>((static_cast<std::int64_t>(n) - 5) * 400 / 146097);
+  if (y < first_year) y = first_year;
+  if (y > last_year) y = last_year;
+  while (n <= table[y]) --y;
+  while (n > table[y + 1]) ++y;
+  int r = n - table[y];
+  year = static_cast<short>(y);
+  if (detail::is_leap(y)) {
+    // Day 59 of a leap year is given to 29 February and day 60 to
+    // 28 February: the inverse of convert_to_days with the two exchanged.
+    if (r == 59) {
+      month = 2;
+      day = 29;
+      return;
+    }
+    if (r > 59) --r;
+  }
+  const int m = detail::month_of_day.month[r];
+  month = static_cast<unsigned char>(m);
+  day = static_cast<unsigned char>(r - detail::days_before_month[m]);
+}
 
 }  // namespace xum
 
