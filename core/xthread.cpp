@@ -14,12 +14,16 @@ constexpr int wait_poll_ms = 100;
 }  // namespace
 
 xthread::~xthread() {
+  stop();
+  platform::release_thread(thread_);
+}
+
+void xthread::stop() {
   terminate_.store(true);
   // Each round takes one suspension away until the thread runs, so that it
   // can see the flag and return.
   while (running_.load() && is_suspended()) platform::resume_thread(thread_);
   wait_for();
-  platform::release_thread(thread_);
 }
 
 void xthread::run(void* self) {

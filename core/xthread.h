@@ -12,7 +12,7 @@
 //   c.resume();          // starts the thread
 //   c.suspend();         // stops it where it is, at once
 //   c.resume();          // lets it go on
-//   // ~counter: terminate, resume while suspended, wait
+//   c.stop();            // terminate, resume while suspended, wait
 //
 // Suspension counts as on Windows: each `suspend()` needs one `resume()`
 // before the thread runs again. An exception escaping `execute` ends the
@@ -20,9 +20,9 @@
 //
 // Thread safety: `resume`, `suspend`, `is_suspended`, `wait_for` and the
 // destructor belong to the owning thread; `execute` runs on the worker and
-// reads the terminate flag. A derived class must stop its body before its
-// own members die, or leave nothing in them that the body still uses when
-// the xthread destructor runs.
+// reads the terminate flag. The xthread destructor stops the body only after
+// the derived part is destroyed, so a derived class whose body uses its own
+// members calls `stop()` in its destructor.
 #ifndef XUM_CORE_XTHREAD_H
 #define XUM_CORE_XTHREAD_H
 
@@ -46,8 +46,7 @@ class XUM_API xthread {
   xthread() noexcept = default;
   xthread(const xthread&) = delete;
   xthread& operator=(const xthread&) = delete;
-  // Sets terminate; while the thread is suspended, resumes it; then waits
-  // until the body has returned. The body must poll the flag.
+  // stop(), unless the derived destructor has done so already.
   virtual ~xthread();
 
   // Starts the thread when it is not running (again after its body has
@@ -66,6 +65,9 @@ class XUM_API xthread {
   // it on a thread suspended by `suspend()`: it would wait for ever.
   void wait_for();
 
+  // Sets terminate, resumes the thread while it is suspended, then waits
+  // until the body has returned. The body must poll the flag.
+  void stop();
   // Asks the body to return (it polls `terminate_requested`).
   void request_terminate() noexcept { terminate_.store(true); }
   // Whether the body is running (it has been started and not returned).
