@@ -1,9 +1,11 @@
 // Runs the xum tool as a user would and checks exit codes and output.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -23,11 +25,11 @@ std::string slurp(const std::string& path) {
   return s.str();
 }
 
-run_result xum(const std::string& args) {
+run_result xum(const std::string& args, const std::string& env = "") {
   const std::string dir = ::testing::TempDir();
   const std::string out = dir + "xum_out.txt";
   const std::string err = dir + "xum_err.txt";
-  const std::string cmd = std::string(XUM_TOOL_PATH) + " " + args + " >" + out + " 2>" + err;
+  const std::string cmd = env + XUM_TOOL_PATH + " " + args + " >" + out + " 2>" + err;
   const int status = std::system(cmd.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
 }
@@ -39,7 +41,8 @@ int count_lines(const std::string& s) {
 }
 
 TEST(XumTool, HelpOnEveryLevelAndVersion) {
-  for (const char* args : {"--help", "-h", "catalogue --help", "demo --help", "demo -h"}) {
+  for (const char* args : {"--help", "-h", "catalogue --help", "demo --help", "demo -h", "date --help",
+                           "reg --help", "reg set --help"}) {
     SCOPED_TRACE(args);
     const auto r = xum(args);
     EXPECT_EQ(r.code, 0);
@@ -54,7 +57,9 @@ TEST(XumTool, HelpOnEveryLevelAndVersion) {
 
 TEST(XumTool, UsageErrorsExitWith2) {
   for (const char* args : {"", "bogus", "--bogus", "catalogue extra", "catalogue --bogus",
-                           "demo a b"}) {
+                           "demo a b", "date 2024-02-30", "date 2024-2", "date --days 370",
+                           "date --days 5x", "date 2024-01-01 x", "reg", "reg get K",
+                           "reg set --number K N 1x", "reg set --hex K N 123"}) {
     SCOPED_TRACE(args);
     const auto r = xum(args);
     EXPECT_EQ(r.code, 2);
@@ -89,6 +94,45 @@ TEST(XumTool, DemoRunsOnBundledSamples) {
   EXPECT_NE(r.out.find("bytes read back unchanged"), std::string::npos) << r.out;
   // The header "XUM1" stays plain; 'I' (0x49) ^ key[0] (0x5c) is 0x15.
   EXPECT_NE(r.out.find("on disk   58 55 4d 31 15 "), std::string::npos) << r.out;
+}
+
+TEST(XumTool, DateConvertsBetweenDatesAndDayNumbers) {
+  const auto r = xum("date 2024-02-29");
+  ASSERT_EQ(r.code, 0) << r.err;
+  // LC_ALL=C fixes the short format; the environment of a test run may not.
+  EXPECT_EQ(r.out.substr(0, r.out.find("short")),
+            "date   2024-02-29\ndays   739315\nday    Thursday\nmonth  Febrary\n");
+  EXPECT_EQ(xum("date 2024-02-29", "LC_ALL=C ").out.substr(r.out.find("short")), "short  02/29/24\n");
+  // The day number of 28 February of a leap year gives 29 February back.
+  EXPECT_EQ(xum("date --days 739314").out.substr(0, 18), "date   2024-02-29\n");
+  EXPECT_EQ(xum("date --days 371").out.substr(0, 18), "date   0001-01-01\n");
+  const auto today = xum("date");
+  EXPECT_EQ(today.code, 0);
+  EXPECT_EQ(count_lines(today.out), 5);
+}
+
+TEST(XumTool, RegistryValuesPersistAcrossProcesses) {
+  const std::string root = ::testing::TempDir() + "xum_reg_" + std::to_string(::getpid());
+  const std::string env = "XUM_REGISTRY_ROOT=" + root + " ";
+  ASSERT_EQ(xum("reg set 'Soft\\App' Title 'Hello world'", env).code, 0);
+  ASSERT_EQ(xum("reg set --number -- Soft/App Count -2", env).code, 0);
+  ASSERT_EQ(xum("reg set --hex Soft/App Blob 0102030405", env).code, 0);
+  ASSERT_EQ(xum("reg set --hex Soft/App Short 3412", env).code, 0);
+  ASSERT_EQ(xum("reg set Soft/App/Child x y", env).code, 0);
+  EXPECT_EQ(xum("reg get Soft/App Title", env).out, "Hello world\n");
+  EXPECT_EQ(xum("reg get Soft/App Count", env).out, "4294967294\n");
+  EXPECT_EQ(xum("reg list Soft/App", env).out,
+            "Child\\\nBlob\tbinary\t0102030405\nCount\tnumber\t4294967294\n"
+            "Short\tnumber\t4660\nTitle\ttext\tHello world\n");
+  const auto missing = xum("reg get Soft/App Nope", env);
+  EXPECT_EQ(missing.code, 1);
+  EXPECT_EQ(missing.err, "Value not found !\nKey: Soft/App\nValue: Nope\n");
+  // Eight processes write eight values of one key at once; none is lost.
+  std::string many;
+  for (int i = 0; i < 8; ++i) many += env + XUM_TOOL_PATH + " reg set Race v" + std::to_string(i) + " x & ";
+  ASSERT_EQ(std::system((many + "wait").c_str()), 0);
+  EXPECT_EQ(count_lines(xum("reg list Race", env).out), 8);
+  std::filesystem::remove_all(root);
 }
 
 }  // namespace

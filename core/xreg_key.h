@@ -1,0 +1,91 @@
+// xreg_key: a key of the current user's settings store, through which a
+// setting is read or written by the same call, depending on the direction
+// chosen when the key is opened.
+//
+//   xum::xreg_key key("Software\\XUM\\Viewer", reading);
+//   xum::xstr dir = key.str_prop("LastDir", dir, "/tmp");   // read or write
+//   std::int32_t zoom = 100;
+//   key.binary("Zoom", &zoom, &default_zoom, sizeof zoom);  // a 32-bit number
+//
+// The store is a folder tree under the user's store root (see
+// platform/xstore_files.h): one folder per key and one file per value, so
+// processes that write different values of one key at the same time lose
+// nothing, and each value is replaced atomically. Key and value names are
+// case-sensitive; both `\` and `/` separate the keys of a path.
+//
+// Value file: "XRV" (3 bytes), the type (1 byte: 1 text, 3 binary, 4 a
+// 32-bit number, the Windows registry's codes), then the data: the text with
+// a terminating zero byte, the binary bytes, or the number's 4 bytes least
+// significant first. Example, the text "ab": 58 52 56 01 61 62 00. A file
+// that does not start so counts as no value. File names: a value is "@"
+// followed by its name, a child key is its name; bytes other than letters,
+// digits and " +,-._()" (and a leading '.') are written as %XX.
+//
+// Reading rules: text only from a text value; binary data of more than 4
+// bytes only from a binary value of exactly that size; 4 bytes or fewer only
+// from a number, of which the first bytes are taken. Anything else gives the
+// default.
+//
+// Thread safety: one key object belongs to one thread at a time; any number
+// of key objects, threads and processes may use the store at once.
+#ifndef XUM_CORE_XREG_KEY_H
+#define XUM_CORE_XREG_KEY_H
+
+#include <string>
+#include <vector>
+
+#include "core/xexport.h"
+#include "core/xstr.h"
+
+namespace xum {
+
+class XUM_API xreg_key {
+ public:
+  enum class value_type : unsigned char { none = 0, text = 1, binary = 3, number = 4 };
+
+  // A stored value as it is: its type and its data (text without the zero).
+  struct value {
+    value_type type = value_type::none;
+    std::string data;
+  };
+
+  // Opens the key `path` under the user's store root, creating it and its
+  // parents. `read` chooses the direction of str, str_prop and binary.
+  xreg_key(const xstr& path, bool read);
+  // Opens or creates `sub_path` below `parent`, in the parent's direction.
+  xreg_key(const xreg_key& parent, const xstr& sub_path);
+
+  bool reading() const noexcept { return read_; }
+  // The key's folder.
+  const std::string& folder() const noexcept { return folder_; }
+
+  // Reading: the stored text when `name` holds text, else `def`. Writing:
+  // stores `value` as text. A failed write reports "Data writing error !"
+  // and the file name through xerror.
+  void str(const xstr& name, xstr& value, const xstr& def);
+  // A copy of `value` passed through `str`: the stored text (or `def`) when
+  // reading, `value` itself when writing.
+  xstr str_prop(const xstr& name, const xstr& value, const xstr& def);
+  // `size` bytes at `data`, by the reading rules above; writing stores more
+  // than 4 bytes as binary and up to 4 as a number whose other bytes are 0.
+  // A null `def` leaves `data` alone where the default would be copied.
+  void binary(const xstr& name, void* data, const void* def, unsigned size);
+
+  // The stored value of `name`; type none when there is none.
+  value get(const xstr& name) const;
+  // The names of the child keys and of the values, sorted bytewise.
+  std::vector<xstr> key_names() const;
+  std::vector<xstr> value_names() const;
+
+ private:
+  void open(const std::string& folder, const xstr& sub_path);
+  void put(const xstr& name, value_type type, const void* data, std::size_t size);
+  std::string value_file(const xstr& name) const;
+
+  std::string folder_;
+  bool read_;
+};
+
+}  // namespace xum
+
+#endif  // XUM_CORE_XREG_KEY_H

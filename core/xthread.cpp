@@ -1,0 +1,76 @@
+#include "core/xthread.h"
+
+#include "core/xcatalogue.h"
+#include "core/xstr.h"
+#include "platform/xthreads.h"
+
+namespace xum {
+
+namespace {
+
+// How often wait_for looks whether the body has returned.
+constexpr int wait_poll_ms = 100;
+
+}  // namespace
+
+xthread::~xthread() {
+  stop();
+  platform::release_thread(thread_);
+}
+
+void xthread::stop() {
+  terminate_.store(true);
+  // Each round takes one suspension away until the thread runs, so that it
+  // can see the flag and return.
+  while (running_.load() && is_suspended()) platform::resume_thread(thread_);
+  wait_for();
+}
+
+void xthread::run(void* self) {
+  auto* t = static_cast<xthread*>(self);
+  try {
+    t->execute();
+  } catch (...) {
+    t->failed_.store(true);
+  }
+  // The last access to the object: the owner may destroy it from here on.
+  t->running_.store(false);
+}
+
+void xthread::resume() {
+  if (running_.load()) {
+    platform::resume_thread(thread_);
+    return;
+  }
+  platform::release_thread(thread_);
+  thread_ = nullptr;
+  terminate_.store(false);
+  failed_.store(false);
+  running_.store(true);  // before the start: the body may end at once
+  thread_ = platform::start_thread(&xthread::run, this, priority_);
+  if (thread_ == nullptr) {
+    running_.store(false);
+    xerror(msg::eOutOfResources.text);
+  }
+}
+
+void xthread::suspend() {
+  if (!running_.load()) throw not_started;
+  platform::suspend_thread(thread_);
+}
+
+bool xthread::is_suspended() {
+  if (!running_.load()) return true;
+  platform::suspend_thread(thread_);
+  return platform::resume_thread(thread_) > 1;
+}
+
+void xthread::wait_for() {
+  while (running_.load()) platform::sleep_ms(wait_poll_ms);
+}
+
+void xthread::_set_debug_name(const char* name) noexcept {
+  if (name != nullptr) platform::set_current_thread_name(name);
+}
+
+}  // namespace xum

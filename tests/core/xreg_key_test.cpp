@@ -1,0 +1,172 @@
+#include "core/xreg_key.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "core/xexceptions.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using xum::xreg_key;
+using xum::xstr;
+
+// Each test gets a fresh store root.
+class XregKeyTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string templ = ::testing::TempDir() + "xreg_XXXXXX";
+    ASSERT_NE(mkdtemp(templ.data()), nullptr);
+    root_ = templ;
+    setenv("XUM_REGISTRY_ROOT", root_.c_str(), 1);
+  }
+  void TearDown() override { fs::remove_all(root_); }
+
+  static std::string file(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+  }
+
+  fs::path root_;
+};
+
+TEST_F(XregKeyTest, ValuesAreReadOnlyWithTheirTypeAndSize) {
+  {
+    xreg_key w("Software\\XUM/Test", false);
+    xstr text = "abc";
+    w.str("Name", text, "unused");
+    EXPECT_EQ(w.str_prop("Empty", "", "def"), "");
+    const unsigned char two[2] = {0x34, 0x12};
+    w.binary("Num", const_cast<unsigned char*>(two), nullptr, 2);
+    unsigned char six[6] = {1, 2, 3, 4, 5, 6};
+    w.binary("Blob", six, nullptr, 6);
+  }
+  const fs::path key = root_ / "Software" / "XUM" / "Test";
+  EXPECT_EQ(file(key / "@Name"), std::string("XRV\x01" "abc", 7) + '\0');
+  EXPECT_EQ(file(key / "@Num"), std::string("XRV\x04\x34\x12\0\0", 8));  // upper bytes zero
+
+  xreg_key r("Software/XUM\\Test", true);
+  EXPECT_EQ(r.str_prop("Name", "ignored", "def"), "abc");
+  EXPECT_EQ(r.str_prop("Empty", "x", "def"), "");       // stored empty text is not missing
+  EXPECT_EQ(r.str_prop("Num", "x", "def"), "def");      // a number is not text
+  EXPECT_EQ(r.str_prop("Missing", "x", "def"), "def");
+
+  const unsigned char d4[4] = {9, 9, 9, 9};
+  unsigned char out4[4] = {};
+  r.binary("Num", out4, d4, 4);
+  EXPECT_EQ(xum::xreg_key::value_type::number, r.get("Num").type);
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(out4), 4), std::string("\x34\x12\0\0", 4));
+  unsigned char out1 = 0;
+  r.binary("Num", &out1, d4, 1);  // the first byte of the number
+  EXPECT_EQ(out1, 0x34);
+  r.binary("Name", out4, d4, 4);  // text is not a number
+  EXPECT_EQ(out4[0], 9);
+  r.binary("Blob", out4, d4, 3);  // nor is binary data, whatever its size
+  EXPECT_EQ(out4[1], 9);
+
+  const unsigned char d8[8] = {7, 7, 7, 7, 7, 7, 7, 7};
+  unsigned char out8[8] = {};
+  r.binary("Blob", out8, d8, 8);  // 6 stored bytes, 8 asked: the default
+  EXPECT_EQ(out8[0], 7);
+  unsigned char out6[6] = {};
+  r.binary("Blob", out6, d8, 6);
+  EXPECT_EQ(out6[5], 6);
+  r.binary("Num", out6, d8, 6);  // a number is not binary data
+  EXPECT_EQ(out6[0], 7);
+}
+
+TEST_F(XregKeyTest, WritingReturnsTheValueAndChildKeysFollowTheParent) {
+  xreg_key w("App", false);
+  EXPECT_EQ(w.str_prop("Title", "new", "def"), "new");
+  xreg_key child(w, "Sub\\Deeper");
+  EXPECT_FALSE(child.reading());
+  // Names the file system would trip over round-trip, and a value and a
+  // key may share a name.
+  for (const char* name : {"a/b\\c", "100%", ".hidden", "..", "", "Deeper"}) {
+    SCOPED_TRACE(name);
+    xstr v = xstr("v:") + name;
+    child.str(name, v, "");
+    EXPECT_EQ(xreg_key(xreg_key("App", true), "Sub/Deeper").str_prop(name, "", "missing"), v);
+  }
+  xreg_key(child, "Deeper");
+  xreg_key(child, "..");
+  const xreg_key r("App/Sub/Deeper", true);
+  ASSERT_EQ(r.key_names().size(), 2u);
+  EXPECT_EQ(r.key_names()[0], "..");
+  EXPECT_EQ(r.key_names()[1], "Deeper");
+  EXPECT_EQ(r.value_names().size(), 6u);
+  EXPECT_TRUE(fs::is_directory(root_ / "App" / "Sub" / "Deeper" / "%2E."));
+  EXPECT_EQ(xreg_key("App", true).key_names().size(), 1u);
+}
+
+TEST_F(XregKeyTest, FailedWriteReportsTheFileAndReadsGiveDefaults) {
+  std::ofstream(root_ / "blocker") << "a file where a key folder should be";
+  setenv("XUM_REGISTRY_ROOT", (root_ / "blocker").c_str(), 1);
+  xreg_key r("Key", true);
+  EXPECT_EQ(r.str_prop("Name", "x", "def"), "def");
+  EXPECT_TRUE(r.key_names().empty());
+  xreg_key w("Key", false);
+  try {
+    w.str_prop("Name", "x", "def");
+    ADD_FAILURE() << "the write must fail";
+  } catch (const xum::XException& e) {
+    EXPECT_EQ(std::string(e.what()).rfind("Data writing error !\nFile: ", 0), 0u) << e.what();
+    EXPECT_NE(std::string(e.what()).find("/Key/@Name"), std::string::npos) << e.what();
+  }
+}
+
+// Four processes write their own values and, at the same time, one shared
+// value of the same key. Every value must survive, and the shared one must be
+// one writer's text whole.
+TEST_F(XregKeyTest, ConcurrentProcessesLoseNothing) {
+  constexpr int writers = 4, each = 40;
+  pid_t pids[writers];
+  for (int p = 0; p < writers; ++p) {
+    pids[p] = fork();
+    ASSERT_GE(pids[p], 0);
+    if (pids[p] == 0) {
+      xreg_key w("Shared", false);
+      const xstr mine = xstr(std::string_view(std::string(5000, static_cast<char>('a' + p))));
+      for (int i = 0; i < each; ++i) {
+        xstr name;
+        name.printf("p%d-%d", p, i);
+        std::int32_t n = p * 1000 + i;
+        w.binary(name, &n, nullptr, sizeof n);
+        w.str_prop("common", mine, "");
+      }
+      _exit(0);
+    }
+  }
+  for (pid_t pid : pids) {
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  }
+  xreg_key r("Shared", true);
+  EXPECT_EQ(r.value_names().size(), static_cast<std::size_t>(writers * each + 1));
+  for (int p = 0; p < writers; ++p)
+    for (int i = 0; i < each; ++i) {
+      xstr name;
+      name.printf("p%d-%d", p, i);
+      std::int32_t n = -1, def = -1;
+      r.binary(name, &n, &def, sizeof n);
+      ASSERT_EQ(n, p * 1000 + i) << name.view();
+    }
+  const xstr common = r.str_prop("common", "", "");
+  ASSERT_EQ(common.length(), 5000);
+  EXPECT_EQ(common.view().find_first_not_of(common[0]), std::string_view::npos);
+  for (const auto& entry : fs::directory_iterator(root_ / "Shared"))
+    EXPECT_NE(entry.path().filename().string()[0], '.') << "temporary file left behind";
+}
+
+}  // namespace

@@ -1,0 +1,215 @@
+#include "core/xthread.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <future>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "platform/xthreads.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// The counters live outside the thread object so that the body never uses a
+// member of a derived part that is already destroyed.
+struct probe {
+  std::atomic<long> ticks{0};
+  std::atomic<int> starts{0};
+  std::atomic<bool> saw_terminate{false};
+  bool throws = false;
+  std::string name;
+};
+
+class counter_thread final : public xum::xthread {
+ public:
+  explicit counter_thread(probe& p) : p_(p) {}
+  ~counter_thread() override { stop(); }  // the body uses p_
+
+ private:
+  void execute() override {
+    ++p_.starts;
+    if (!p_.name.empty()) {
+      _set_debug_name(p_.name.c_str());
+      char name[32] = {};
+      pthread_getname_np(pthread_self(), name, sizeof name);
+      p_.name = name;
+    }
+    if (p_.throws) throw std::runtime_error("body failed");
+    while (!terminate_requested()) p_.ticks.fetch_add(1, std::memory_order_relaxed);
+    p_.saw_terminate = true;
+  }
+  probe& p_;
+};
+
+// A body that uses nothing of its derived part, so that the xthread
+// destructor alone may stop it.
+std::atomic<long> bare_ticks{0};
+std::atomic<int> bare_ended{0};
+
+class bare_thread final : public xum::xthread {
+  void execute() override {
+    while (!terminate_requested()) bare_ticks.fetch_add(1, std::memory_order_relaxed);
+    bare_ended.fetch_add(1);
+  }
+};
+
+// Polls `done` for up to five seconds.
+bool eventually(const std::function<bool()>& done) {
+  for (auto end = std::chrono::steady_clock::now() + 5s; std::chrono::steady_clock::now() < end;) {
+    if (done()) return true;
+    std::this_thread::sleep_for(1ms);
+  }
+  return done();
+}
+
+// Runs `work` on another thread; a hang ends the test program with a
+// message instead of blocking the suite.
+void within_ten_seconds(const char* what, std::function<void()> work) {
+  auto done = std::async(std::launch::async, std::move(work));
+  if (done.wait_for(10s) != std::future_status::ready) {
+    std::fprintf(stderr, "%s did not finish within 10 s\n", what);
+    std::_Exit(1);
+  }
+  done.get();
+}
+
+bool advances(const probe& p) {
+  const long before = p.ticks.load();
+  return eventually([&] { return p.ticks.load() > before; });
+}
+
+TEST(XthreadTest, NeverStartedThreadCountsAsSuspended) {
+  probe p;
+  counter_thread t(p);
+  EXPECT_TRUE(t.is_suspended());
+  EXPECT_FALSE(t.running());
+  try {
+    t.suspend();
+    ADD_FAILURE() << "suspend of a thread never started must throw";
+  } catch (xum::xthread::exceptions e) {
+    EXPECT_EQ(e, 1);
+  }
+  t.wait_for();
+  EXPECT_EQ(p.starts, 0);
+}
+
+TEST(XthreadTest, StartsLazilyOnceAndStopsOnDestruction) {
+  probe p;
+  within_ten_seconds("start and destroy", [&] {
+    counter_thread t(p);
+    EXPECT_EQ(p.starts, 0);
+    t.resume();
+    EXPECT_TRUE(advances(p));
+    t.resume();  // a running thread is not started again
+    EXPECT_TRUE(advances(p));
+    EXPECT_FALSE(t.is_suspended());
+  });
+  EXPECT_EQ(p.starts, 1);
+  EXPECT_TRUE(p.saw_terminate);
+}
+
+TEST(XthreadTest, SuspensionStopsTheBodyUntilEverySuspendIsResumed) {
+  probe p;
+  within_ten_seconds("suspend and resume", [&] {
+    counter_thread t(p);
+    t.resume();
+    ASSERT_TRUE(advances(p));
+    t.suspend();
+    const long frozen = p.ticks.load();
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(p.ticks.load(), frozen);
+    EXPECT_TRUE(t.is_suspended());
+    t.suspend();  // count 2
+    t.resume();   // count 1: still stopped
+    std::this_thread::sleep_for(30ms);
+    EXPECT_EQ(p.ticks.load(), frozen);
+    EXPECT_TRUE(t.is_suspended());
+    t.resume();
+    EXPECT_TRUE(advances(p));
+    EXPECT_FALSE(t.is_suspended());
+  });
+}
+
+TEST(XthreadTest, DestructorResumesASuspendedThreadAndWaits) {
+  bare_ended = 0;
+  within_ten_seconds("destroying a suspended thread", [&] {
+    auto t = std::make_unique<bare_thread>();
+    t->resume();
+    const long before = bare_ticks.load();
+    ASSERT_TRUE(eventually([&] { return bare_ticks.load() > before; }));
+    t->suspend();
+    t->suspend();
+    t.reset();
+  });
+  EXPECT_EQ(bare_ended, 1);
+  // Destroyed before the worker has even started: no pure virtual call, no hang.
+  for (int i = 0; i < 10; ++i)
+    within_ten_seconds("destroying a fresh thread", [&] {
+      bare_thread t;
+      t.resume();
+    });
+}
+
+TEST(XthreadTest, EscapingExceptionSetsFailedAndEndsTheThread) {
+  probe p;
+  p.throws = true;
+  within_ten_seconds("failing body", [&] {
+    counter_thread t(p);
+    t.resume();
+    t.wait_for();
+    EXPECT_TRUE(t.failed());
+    EXPECT_FALSE(t.running());
+    EXPECT_THROW(t.suspend(), xum::xthread::exceptions);
+    p.throws = false;  // a second run starts afresh
+    t.resume();
+    EXPECT_TRUE(advances(p));
+    EXPECT_FALSE(t.failed());
+  });
+  EXPECT_EQ(p.starts, 2);
+}
+
+TEST(XthreadTest, DebugNameNamesTheWorker) {
+  probe p;
+  p.throws = true;  // end right after naming
+  p.name = "xum-worker-with-a-long-name";
+  counter_thread t(p);
+  t.resume();
+  t.wait_for();
+  EXPECT_EQ(p.name, "xum-worker-with");
+}
+
+TEST(XthreadTest, SuspendCountStopsAtItsLimit) {
+  std::atomic<bool> stop{false};
+  std::atomic<long> ticks{0};
+  struct args {
+    std::atomic<bool>* stop;
+    std::atomic<long>* ticks;
+  } a{&stop, &ticks};
+  xum::platform::thread* t = xum::platform::start_thread(
+      [](void* v) {
+        auto* x = static_cast<args*>(v);
+        while (!x->stop->load()) x->ticks->fetch_add(1);
+      },
+      &a, 0);
+  ASSERT_NE(t, nullptr);
+  for (int i = 0; i < xum::platform::max_suspend_count; ++i) ASSERT_EQ(xum::platform::suspend_thread(t), i);
+  EXPECT_EQ(xum::platform::suspend_thread(t), -1);
+  for (int i = xum::platform::max_suspend_count; i > 0; --i) ASSERT_EQ(xum::platform::resume_thread(t), i);
+  EXPECT_EQ(xum::platform::resume_thread(t), 0);
+  const long before = ticks.load();
+  EXPECT_TRUE(eventually([&] { return ticks.load() > before; }));
+  stop = true;
+  xum::platform::release_thread(t);
+  std::this_thread::sleep_for(20ms);  // let the thread leave before `a` goes
+}
+
+}  // namespace
