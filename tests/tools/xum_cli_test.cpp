@@ -26,12 +26,16 @@ std::string slurp(const std::string& path) {
 }
 
 run_result xum(const std::string& args, const std::string& env = "") {
-  const std::string dir = ::testing::TempDir();
-  const std::string out = dir + "xum_out.txt";
-  const std::string err = dir + "xum_err.txt";
+  // CTest runs the cases as parallel processes: each needs its own files.
+  const std::string dir = ::testing::TempDir() + "xum_" + std::to_string(getpid());
+  const std::string out = dir + "_out.txt";
+  const std::string err = dir + "_err.txt";
   const std::string cmd = env + XUM_TOOL_PATH + " " + args + " >" + out + " 2>" + err;
   const int status = std::system(cmd.c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
+  run_result r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
+  std::remove(out.c_str());
+  std::remove(err.c_str());
+  return r;
 }
 
 int count_lines(const std::string& s) {
