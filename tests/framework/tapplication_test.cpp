@@ -1,0 +1,244 @@
+#include "framework/tapplication.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "framework/tdialogs.h"
+#include "framework/tstdctrls.h"
+#include "framework/tthread.h"
+#include "framework/xmain_loop.h"
+#include "framework/xui_backend.h"
+#include "platform/xpoll.h"
+
+namespace xum {
+namespace {
+
+// A dialog form: an edit and OK/Cancel buttons.
+struct dialog {
+  TForm* form = new TForm(nullptr);
+  TEdit* edit = new TEdit(form);
+  TButton* ok = new TButton(form);
+  TButton* cancel = new TButton(form);
+  dialog() {
+    form->SetName(u"AskForm");
+    form->SetCaption(u"Ask");
+    for (TControl* c : {static_cast<TControl*>(edit), static_cast<TControl*>(ok), static_cast<TControl*>(cancel)})
+      c->SetParent(form);
+    edit->SetName(u"Answer");
+    ok->SetName(u"OkBtn");
+    ok->SetModalResult(mrOk);
+    ok->SetDefault(true);
+    cancel->SetName(u"CancelBtn");
+    cancel->SetModalResult(mrCancel);
+  }
+  ~dialog() { delete form; }
+};
+
+TEST(ModalForms, ScriptedBackendPressesButtonsByName) {
+  xscripted_backend ui;
+  xui_backend_scope use(ui);
+  dialog d;
+  int clicks = 0;
+  d.ok->OnClick = [&](TObject*) { ++clicks; };
+  ui.queue_press({u"okbtn"});
+  ui.queue_form([&](TCustomForm& f) {
+    d.edit->SetText(u"typed");
+    return xpress_button(f, u"CancelBtn");
+  });
+  ui.queue_press({u"Answer"});  // an edit sets no result: the form is closed
+  ui.queue_press({u"Missing"});
+  EXPECT_EQ(d.form->ShowModal(), mrOk);
+  EXPECT_EQ(clicks, 1);
+  EXPECT_EQ(d.form->ShowModal(), mrCancel);
+  EXPECT_EQ(d.edit->Text(), u"typed");
+  EXPECT_EQ(d.form->ShowModal(), mrCancel);
+  EXPECT_THROW(d.form->ShowModal(), Exception);
+  EXPECT_FALSE(d.form->Visible());  // hidden again, even after the throw
+  EXPECT_FALSE(d.form->Modal());
+  EXPECT_EQ(ui.forms().size(), 4u);
+
+  // A modal form's Close ends it with mrCancel.
+  ui.queue_form([](TCustomForm& f) {
+    f.Close();
+    return static_cast<int>(mrNone);
+  });
+  EXPECT_EQ(d.form->ShowModal(), mrCancel);
+}
+
+TEST(ModalForms, HeadlessBackendPressesTheDefaultButton) {
+  xheadless_backend ui;
+  ui.set_output(nullptr);
+  xui_backend_scope use(ui);
+  dialog d;
+  EXPECT_EQ(d.form->ShowModal(), mrOk);
+  d.ok->SetDefault(false);
+  EXPECT_EQ(d.form->ShowModal(), mrCancel);
+  ui.set_form_rule([](TCustomForm&) { return static_cast<int>(mrRetry); });
+  EXPECT_EQ(d.form->ShowModal(), mrRetry);
+}
+
+TEST(Dialogs, ExecuteFillsFileNameAndFiles) {
+  xscripted_backend ui;
+  xui_backend_scope use(ui);
+  TOpenDialog open(nullptr);
+  open.SetTitle(u"Open project");
+  ui.queue_files({u"/tmp/a.prj", u"/tmp/b.prj"});
+  ui.queue_files({});
+  EXPECT_TRUE(open.Execute());
+  EXPECT_EQ(open.FileName(), u"/tmp/a.prj");
+  EXPECT_EQ(open.Files().Count(), 2);
+  EXPECT_FALSE(open.Execute());
+  EXPECT_EQ(ui.dialogs(), (std::vector<UnicodeString>{u"Open project", u"Open project"}));
+
+  // Clipboard, screen and keyboard state come from the backend too.
+  Clipboard().SetTextBuf(u"copied");
+  EXPECT_EQ(Clipboard().AsText(), u"copied");
+  ui.set_screen_size({800, 600});
+  EXPECT_EQ(Screen().Width(), 800);
+  ui.set_key_state(0x41, true);
+  ui.set_key_state(0x14, false, true);  // caps lock toggled, not held
+  EXPECT_LT(GetKeyState(0x41), 0);
+  EXPECT_EQ(GetKeyState(0x14), 1);
+  std::uint8_t keys[256];
+  ASSERT_TRUE(GetKeyboardState(keys));
+  EXPECT_EQ(keys[0x41], 0x80);
+  EXPECT_EQ(keys[0x42], 0);
+}
+
+class counting_thread : public TThread {
+ public:
+  counting_thread(std::atomic<int>& in_main, int calls) : in_main_(in_main), calls_(calls) {}
+  ~counting_thread() override { WaitFor(); }
+
+ protected:
+  void Execute() override {
+    for (int i = 0; i < calls_; ++i)
+      Synchronize([this] {
+        if (xmain_loop::instance().in_main_thread()) ++in_main_;
+      });
+  }
+
+ private:
+  std::atomic<int>& in_main_;
+  int calls_;
+};
+
+TEST(Synchronize, RunsEveryCallOnceOnTheMainThreadUnderContention) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  std::atomic<int> in_main{0};
+  {
+    std::vector<std::unique_ptr<counting_thread>> threads;
+    for (int i = 0; i < 8; ++i) threads.push_back(std::make_unique<counting_thread>(in_main, 200));
+    for (auto& t : threads) t->Start();
+    // WaitFor on the main thread keeps running the posted calls.
+    for (auto& t : threads) t->WaitFor();
+    for (auto& t : threads) EXPECT_EQ(t->FatalException(), nullptr);
+  }
+  EXPECT_EQ(in_main.load(), 8 * 200);
+
+  // From the main thread a call runs at once.
+  bool ran = false;
+  TThread::Synchronize(nullptr, [&] { ran = true; });
+  EXPECT_TRUE(ran);
+}
+
+TEST(Synchronize, ShutdownReleasesWaitingThreadsWithAnError) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  std::atomic<int> failed{0};
+  std::vector<std::thread> waiters;
+  for (int i = 0; i < 4; ++i)
+    waiters.emplace_back([&] {
+      try {
+        TThread::Synchronize(nullptr, [] {});
+      } catch (const EThread&) {
+        ++failed;
+      }
+    });
+  // Let them queue; nobody runs the loop, then it shuts down.
+  for (int i = 0; i < 200 && failed.load() < 4; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (i == 20) loop.shutdown();
+  }
+  for (auto& t : waiters) t.join();
+  EXPECT_EQ(failed.load(), 4);
+  // After the shutdown a new call fails at once; the main thread's own
+  // calls still run.
+  bool refused = false;
+  std::thread([&] {
+    try {
+      TThread::Synchronize(nullptr, [] {});
+    } catch (const EThread&) {
+      refused = true;
+    }
+  }).join();
+  EXPECT_TRUE(refused);
+  EXPECT_NO_THROW(TThread::Synchronize(nullptr, [] {}));
+  loop.open();
+}
+
+TEST(MainLoop, WatchesDescriptorsAndRoutesExceptionsToTheApplication) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  int fds[2];
+  ASSERT_TRUE(platform::make_wake_pipe(fds));
+  int seen = 0;
+  const int id = loop.watch(fds[0], platform::poll_in, [&](unsigned events) {
+    EXPECT_TRUE(events & platform::poll_in);
+    platform::drain_pipe(fds[0]);
+    ++seen;
+  });
+  platform::wake_pipe(fds[1]);
+  loop.run_once(1000);
+  EXPECT_EQ(seen, 1);
+  loop.unwatch(id);
+  platform::wake_pipe(fds[1]);
+  loop.run_once(0);
+  EXPECT_EQ(seen, 1);
+  platform::close_fd(fds[0]);
+  platform::close_fd(fds[1]);
+
+  std::exception_ptr caught;
+  Application()->OnException = [&](TObject*, std::exception_ptr e) { caught = e; };
+  loop.post([] { throw Exception(u"boom"); });
+  bool later = false;
+  loop.post([&] { later = true; });
+  Application()->ProcessMessages();
+  EXPECT_NE(caught, nullptr);
+  EXPECT_FALSE(later);  // kept for the next turn
+  Application()->ProcessMessages();
+  EXPECT_TRUE(later);
+  Application()->OnException = nullptr;
+}
+
+TEST(Application, RunEndsWhenTheMainFormCloses) {
+  xscripted_backend ui;
+  xui_backend_scope use(ui);
+  TForm* main_form = nullptr;
+  Application()->CreateForm(main_form);
+  EXPECT_EQ(Application()->MainForm(), main_form);
+  auto* other = new TForm(Application());
+  other->OnClose = [](TObject*, TCloseAction& a) { a = caFree; };
+  xmain_loop::instance().post([&] {
+    other->Close();  // freed from the loop, after this call
+    main_form->Close();
+  });
+  Application()->Run();
+  EXPECT_TRUE(Application()->Terminated());
+  EXPECT_EQ(Screen().FormCount(), 1);  // the other form is gone
+  delete main_form;
+  EXPECT_EQ(Application()->MainForm(), nullptr);
+}
+
+}  // namespace
+}  // namespace xum

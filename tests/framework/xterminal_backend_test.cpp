@@ -1,0 +1,105 @@
+#include "framework/xterminal_backend.h"
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "framework/tdialogs.h"
+#include "framework/tstdctrls.h"
+
+namespace xum {
+namespace {
+
+// A pseudo-terminal: the backend opens its slave side by name, the test
+// types into the master side and reads what the backend printed.
+class XTerminalBackend : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    master_ = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master_, 0);
+    ASSERT_EQ(grantpt(master_), 0);
+    ASSERT_EQ(unlockpt(master_), 0);
+    slave_name_ = ptsname(master_);
+    // No echo, so the output holds only what the backend wrote.
+    const int slave = open(slave_name_.c_str(), O_RDWR | O_NOCTTY);
+    termios t{};
+    tcgetattr(slave, &t);
+    t.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    t.c_oflag &= ~static_cast<tcflag_t>(ONLCR);
+    tcsetattr(slave, TCSANOW, &t);
+    close(slave);
+  }
+  void TearDown() override { close(master_); }
+
+  void type(const std::string& text) { ASSERT_EQ(write(master_, text.data(), text.size()), ssize_t(text.size())); }
+  std::string printed() {
+    std::string out;
+    fcntl(master_, F_SETFL, O_NONBLOCK);
+    char buffer[4096];
+    for (ssize_t n; (n = read(master_, buffer, sizeof buffer)) > 0;) out.append(buffer, std::size_t(n));
+    return out;
+  }
+
+  int master_ = -1;
+  std::string slave_name_;
+};
+
+TEST_F(XTerminalBackend, MessageBoxesOfferTheirButtonsAsChoices) {
+  xterminal_backend ui(slave_name_.c_str());
+  ASSERT_TRUE(ui.is_open());
+  type("3\n");                                    // by number
+  type("maybe\nn\n");                              // not a choice, then a prefix
+  type("\n");                                      // the default button
+  EXPECT_EQ(ui.message_box("Save changes?", "Editor", MB_YESNOCANCEL), IDCANCEL);
+  EXPECT_EQ(ui.message_box("Save changes?", "Editor", MB_YESNOCANCEL), IDNO);
+  EXPECT_EQ(ui.message_box("Retry?", "Disk", MB_ABORTRETRYIGNORE | MB_DEFBUTTON2), IDRETRY);
+  const std::string out = printed();
+  EXPECT_NE(out.find("== Editor ==\nSave changes?\n[1] Yes  [2] No  [3] Cancel (default 1): "), std::string::npos) << out;
+  EXPECT_NE(out.find("Please answer with a number from 1 to 3."), std::string::npos);
+  EXPECT_NE(out.find("[1] Abort  [2] Retry  [3] Ignore (default 2): "), std::string::npos);
+}
+
+TEST_F(XTerminalBackend, FormsAskForEditsThenForTheClosingButton) {
+  xterminal_backend ui(slave_name_.c_str());
+  xui_backend_scope use(ui);
+  TForm form(nullptr);
+  form.SetCaption(u"Query");
+  auto* edit = new TEdit(&form);
+  edit->SetParent(&form);
+  edit->SetHint(u"Name");
+  edit->SetText(u"old");
+  auto* ok = new TButton(&form);
+  ok->SetParent(&form);
+  ok->SetCaption(u"&OK");
+  ok->SetModalResult(mrOk);
+  ok->SetDefault(true);
+  auto* cancel = new TButton(&form);
+  cancel->SetParent(&form);
+  cancel->SetCaption(u"Cancel");
+  cancel->SetModalResult(mrCancel);
+  type("new text\n\n");  // the edit, then the default button
+  EXPECT_EQ(form.ShowModal(), mrOk);
+  EXPECT_EQ(edit->Text(), u"new text");
+  type("\nc\n");  // keep the text, choose Cancel
+  EXPECT_EQ(form.ShowModal(), mrCancel);
+  EXPECT_EQ(edit->Text(), u"new text");
+  EXPECT_NE(printed().find("== Query ==\nName [old]: [1] OK  [2] Cancel (default 1): "), std::string::npos);
+
+  TSaveDialog save(nullptr);
+  save.SetTitle(u"Save project");
+  type("/tmp/p.prj\n\n");
+  EXPECT_TRUE(save.Execute());
+  EXPECT_EQ(save.FileName(), u"/tmp/p.prj");
+  EXPECT_FALSE(save.Execute());  // an empty name cancels
+  close(master_);               // the end of input: defaults, no hang
+  master_ = open("/dev/null", O_RDONLY);
+  EXPECT_EQ(ui.message_box("x", "y", MB_OKCANCEL | MB_DEFBUTTON2), IDCANCEL);
+}
+
+}  // namespace
+}  // namespace xum
