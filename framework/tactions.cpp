@@ -7,7 +7,11 @@ namespace xum {
 TActionClient::~TActionClient() = default;
 
 TBasicAction::TBasicAction(TComponent* AOwner) : TComponent(AOwner) {}
-TBasicAction::~TBasicAction() = default;
+TBasicAction::~TBasicAction() {
+  const std::vector<TActionClient*> clients = FClients;
+  FClients.clear();
+  for (TActionClient* c : clients) c->ActionReleased(*this);
+}
 
 bool TBasicAction::Execute() {
   if (!OnExecute) return false;
@@ -70,6 +74,16 @@ void TCustomAction::SetImageIndex(int Value) {
   if (Value == FImageIndex) return;
   FImageIndex = Value;
   changed();
+}
+
+void SetActionLink(TActionClient& Client, TCustomAction*& Action, TCustomAction* Value) {
+  if (Value == Action) return;
+  if (Action != nullptr) Action->UnregisterClient(&Client);
+  Action = Value;
+  if (Action != nullptr) {
+    Action->RegisterClient(&Client);
+    Client.ActionChanged(*Action);
+  }
 }
 
 }  // namespace xum

@@ -19,6 +19,7 @@
 
 namespace xum {
 
+class TBasicAction;
 class TCustomAction;
 
 // Something that shows an action: a control, a menu item.
@@ -27,11 +28,14 @@ class XUM_API TActionClient {
   virtual ~TActionClient();
   // The linked action changed one of its shown properties.
   virtual void ActionChanged(TCustomAction& Action) = 0;
+  // The linked action is being destroyed: forget it.
+  virtual void ActionReleased(TBasicAction& Action) = 0;
 };
 
 class XUM_API TBasicAction : public TComponent {
  public:
   explicit TBasicAction(TComponent* AOwner);
+  // Tells every linked client, which then forgets the action.
   ~TBasicAction() override;
 
   // Runs OnExecute; true when there was one to run.
@@ -87,6 +91,11 @@ class XUM_API TAction : public TCustomAction {
  public:
   using TCustomAction::TCustomAction;
 };
+
+// The link between a client (a control or menu item) and its action, kept
+// in the client's field `Action`: unlinks the old action, links the new one
+// and lets the client take its properties.
+XUM_API void SetActionLink(TActionClient& Client, TCustomAction*& Action, TCustomAction* Value);
 
 }  // namespace xum
 

@@ -34,18 +34,10 @@ void TControl::SetVisible(bool Value) { FVisible = Value; }
 void TControl::SetEnabled(bool Value) { FEnabled = Value; }
 void TControl::SetCaption(const UnicodeString& Value) { FText = Value; }
 
-void TControl::SetAction(TCustomAction* Value) {
-  if (Value == FAction) return;
-  if (FAction != nullptr) {
-    FAction->UnregisterClient(this);
-    RemoveFreeNotification(FAction);
-  }
-  FAction = Value;
-  if (FAction != nullptr) {
-    FAction->RegisterClient(this);
-    FreeNotification(FAction);
-    ActionChanged(*FAction);
-  }
+void TControl::SetAction(TCustomAction* Value) { SetActionLink(*this, FAction, Value); }
+
+void TControl::ActionReleased(TBasicAction& Action) {
+  if (&Action == FAction) FAction = nullptr;
 }
 
 void TControl::ActionChanged(TCustomAction& Action) {
@@ -67,14 +59,6 @@ TCustomForm* TControl::ParentForm() const {
   const TControl* top = this;
   while (top->FParent != nullptr) top = top->FParent;
   return dynamic_cast<TCustomForm*>(const_cast<TControl*>(top));
-}
-
-void TControl::Notification(TComponent* AComponent, TOperation Operation) {
-  TComponent::Notification(AComponent, Operation);
-  if (Operation == opRemove && AComponent != nullptr && AComponent == FAction) {
-    FAction->UnregisterClient(this);
-    FAction = nullptr;
-  }
 }
 
 TWinControl::TWinControl(TComponent* AOwner) : TControl(AOwner) {}

@@ -81,8 +81,8 @@ class XUM_API TControl : public TComponent, public TActionClient {
   // The form this control is shown in (its top parent when that is a form).
   TCustomForm* ParentForm() const;
 
-  void Notification(TComponent* AComponent, TOperation Operation) override;
   void ActionChanged(TCustomAction& Action) override;
+  void ActionReleased(TBasicAction& Action) override;
 
  private:
   TWinControl* FParent = nullptr;

@@ -14,18 +14,10 @@ TMenuItem::~TMenuItem() {
   Clear();
 }
 
-void TMenuItem::SetAction(TCustomAction* Value) {
-  if (Value == FAction) return;
-  if (FAction != nullptr) {
-    FAction->UnregisterClient(this);
-    RemoveFreeNotification(FAction);
-  }
-  FAction = Value;
-  if (FAction != nullptr) {
-    FAction->RegisterClient(this);
-    FreeNotification(FAction);
-    ActionChanged(*FAction);
-  }
+void TMenuItem::SetAction(TCustomAction* Value) { SetActionLink(*this, FAction, Value); }
+
+void TMenuItem::ActionReleased(TBasicAction& Action) {
+  if (&Action == FAction) FAction = nullptr;
 }
 
 void TMenuItem::ActionChanged(TCustomAction& Action) {
@@ -83,14 +75,6 @@ void TMenuItem::Click() {
     OnClick(this);
   else if (FAction != nullptr)
     FAction->Execute();
-}
-
-void TMenuItem::Notification(TComponent* AComponent, TOperation Operation) {
-  TComponent::Notification(AComponent, Operation);
-  if (Operation == opRemove && AComponent != nullptr && AComponent == FAction) {
-    FAction->UnregisterClient(this);
-    FAction = nullptr;
-  }
 }
 
 }  // namespace xum

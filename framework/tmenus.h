@@ -61,8 +61,8 @@ class XUM_API TMenuItem : public TComponent, public TActionClient {
   virtual void Click();
   TNotifyEvent OnClick;
 
-  void Notification(TComponent* AComponent, TOperation Operation) override;
   void ActionChanged(TCustomAction& Action) override;
+  void ActionReleased(TBasicAction& Action) override;
 
  private:
   UnicodeString FCaption;

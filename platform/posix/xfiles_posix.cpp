@@ -12,6 +12,8 @@
 
 #include "platform/xfiles.h"
 
+#include "platform/xclock.h"
+
 namespace xum::platform {
 
 struct directory_stream {
@@ -29,15 +31,7 @@ bool file_modification_time(const char* path, local_time& out) noexcept {
   const bool ok = fstat(fd, &st) == 0 && !S_ISDIR(st.st_mode);
   close(fd);
   if (!ok) return false;
-  struct tm tm;
-  if (localtime_r(&st.st_mtime, &tm) == nullptr) return false;
-  out.year = tm.tm_year + 1900;
-  out.month = tm.tm_mon + 1;
-  out.day = tm.tm_mday;
-  out.hour = tm.tm_hour;
-  out.minute = tm.tm_min;
-  out.second = tm.tm_sec;
-  return true;
+  return local_time_of(st.st_mtime, out);
 }
 
 directory_stream* open_directory(const char* path) noexcept {
