@@ -30,6 +30,7 @@ xum::cli::command root_command() {
       "message is written to standard error), 2 on a usage error.";
   root.children.push_back(xum::tool::catalogue_command());
   root.children.push_back(xum::tool::demo_command());
+  root.children.push_back(xum::tool::struct_command());
   return root;
 }
 
