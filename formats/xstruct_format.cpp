@@ -28,34 +28,55 @@ std::string_view trimmed(std::string_view s) {
 // write_string does.
 class block_writer {
  public:
-  explicit block_writer(xstream& s) : stream_(s) { buffer_.reserve(block + 4096); }
-  ~block_writer() = default;
+  explicit block_writer(xstream& s) : stream_(s), buffer_(std::make_unique_for_overwrite<char[]>(block)) {}
 
   void text(std::string_view s) {
-    for (;;) {
-      const std::size_t at = s.find('\n');
-      if (at == std::string_view::npos) break;
-      buffer_.append(s.data(), at);
-      buffer_ += "\r\n";
-      s.remove_prefix(at + 1);
+    // Long texts go in pieces, each of which fits the block even doubled.
+    while (s.size() > block / 2) {
+      text(s.substr(0, block / 2));
+      s.remove_prefix(block / 2);
     }
-    buffer_.append(s);
+    reserve(2 * s.size());
+    char* p = buffer_.get() + used_;
+    std::memcpy(p, s.data(), s.size());
+    if (std::memchr(p, '\n', s.size()) == nullptr) {  // the usual case
+      used_ += s.size();
+      return;
+    }
+    for (const char c : s) {
+      if (c == '\n') *p++ = '\r';
+      *p++ = c;
+    }
+    used_ = static_cast<std::size_t>(p - buffer_.get());
   }
-  void raw(std::string_view s) { buffer_.append(s); }
-  void end_line() {
-    buffer_ += "\r\n";
-    if (buffer_.size() >= block) flush();
+  // Text known to hold no LF.
+  void raw(std::string_view s) {
+    if (s.size() > block) {  // a deep indent: straight to the stream
+      flush();
+      stream_.write_buffer(s.data(), static_cast<int>(s.size()));
+      return;
+    }
+    reserve(s.size());
+    std::memcpy(buffer_.get() + used_, s.data(), s.size());
+    used_ += s.size();
   }
+  void end_line() { raw("\r\n"); }
   void flush() {
-    if (!buffer_.empty()) stream_.write_buffer(buffer_.data(), static_cast<int>(buffer_.size()));
-    buffer_.clear();
+    if (used_ > 0) stream_.write_buffer(buffer_.get(), static_cast<int>(used_));
+    used_ = 0;
   }
 
  private:
   // Bytes collected before a write to the stream.
   static constexpr std::size_t block = 1 << 20;
+
+  void reserve(std::size_t n) {
+    if (block - used_ < n) flush();
+  }
+
   xstream& stream_;
-  std::string buffer_;
+  std::unique_ptr<char[]> buffer_;
+  std::size_t used_ = 0;
 };
 
 }  // namespace
@@ -240,7 +261,7 @@ T xstruct_format::prop(const xstr& key, const T& value, const T& def, bool alway
   if (!k.empty() && !always && value == def) return value;
   const int code = key_code(k, true);
   if (cursor_.section->find_value_index(code) >= 0) xerror(msg::eDupKey.text + label_by_code(code));
-  cursor_.section->add_value(std::make_unique<xtext_value>(code, value));
+  cursor_.section->add_value(xstruct_value(code, value));
   return value;
 }
 
@@ -258,7 +279,7 @@ void xstruct_format::assign_str(const xstr& key, const xstr& value) {
   const xstr k = key.trim();
   if (k.empty()) throw xexception(xexception::out_of_range);
   const int code = code_by_label(k);
-  auto v = std::make_unique<xtext_value>(code, value);
+  xstruct_value v(code, value);
   const int i = cursor_.section->find_value_index(code);
   if (i >= 0)
     cursor_.section->replace_value(i, std::move(v));
@@ -325,7 +346,7 @@ void xstruct_format::parse_text(xtext_format& text) {
     while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
     // "@" after a blank at the end protects the trailing blanks written.
     if (value.size() >= 2 && value.ends_with(" @")) value.remove_suffix(1);
-    section.add_value(std::make_unique<xtext_value>(code, xstr(value)));
+    section.add_value(xstruct_value(code, xstr(value)));
   }
 }
 
@@ -338,15 +359,23 @@ void xstruct_format::write_text() {
   out.end_line();
 
   std::string indent;
+  char number[16];
+  // Labels are written from the table without copies; anonymous ones as #n.
+  const auto label = [&](int code) -> std::string_view {
+    if (code >= 0) return labels_[code].view();
+    const int n = std::snprintf(number, sizeof number, "#%d", ~code);
+    return std::string_view(number, static_cast<std::size_t>(n));
+  };
   const auto write_values = [&](const xstruct_section& s) {
     for (int i = 0; i < s.value_count(); ++i) {
       const xstruct_value& v = s.value(i);
-      const xstr text = v.text();
-      out.text(indent);
-      out.text(label_by_code(v.code()).view());
+      const xstr converted = v.kind() == xvalue_kind::text ? xstr() : v.text();
+      const std::string_view text = v.kind() == xvalue_kind::text ? v.text_view() : converted.view();
+      out.raw(indent);
+      out.text(label(v.code()));
       out.raw("=");
-      out.text(text.view());
-      if (text.view().ends_with(' ')) out.raw("@");
+      out.text(text);
+      if (text.ends_with(' ')) out.raw("@");
       out.end_line();
     }
   };
@@ -360,9 +389,9 @@ void xstruct_format::write_text() {
     frame& top = frames.back();
     if (top.next < top.section->child_count()) {
       const xstruct_section& child = top.section->child(top.next++);
-      out.text(indent);
+      out.raw(indent);
       out.raw("<");
-      out.text(label_by_code(child.code()).view());
+      out.text(label(child.code()));
       out.end_line();
       indent += "  ";
       write_values(child);
@@ -372,9 +401,9 @@ void xstruct_format::write_text() {
       frames.pop_back();
       if (frames.empty()) break;  // the root has no closing line
       indent.resize(indent.size() - 2);
-      out.text(indent);
+      out.raw(indent);
       out.raw("> (");
-      out.text(label_by_code(done->code()).view());
+      out.text(label(done->code()));
       out.raw(")");
       out.end_line();
     }

@@ -7,15 +7,13 @@
 
 namespace xum {
 
-xstruct_value::~xstruct_value() = default;
-
-std::int64_t xtext_value::as_int64() const {
+std::int64_t xstruct_value::as_int64() const {
   long long v = 0;
   if (std::sscanf(text_.get_text(), "%Li", &v) != 1) throw xvalue_conversion_error{&msg::eNonInteger};
   return v;
 }
 
-double xtext_value::as_double() const {
+double xstruct_value::as_double() const {
   double v = 0;
   if (std::sscanf(text_.get_text(), "%lf", &v) != 1) throw xvalue_conversion_error{&msg::eNonNumber};
   return v;
@@ -36,16 +34,19 @@ namespace {
 
 // Position of the first entry with `code` among `items`, using `index` for
 // long lists (extending it to cover new entries first).
+int code_of(const xstruct_value& v) { return v.code(); }
+int code_of(const std::unique_ptr<xstruct_section>& s) { return s->code(); }
+
 template <class Items>
 int find_by_code(Items& items, xhash_table_impl& index, std::size_t threshold, int code) {
   const int n = static_cast<int>(items.size());
   if (items.size() <= threshold) {
     for (int i = 0; i < n; ++i)
-      if (items[static_cast<std::size_t>(i)]->code() == code) return i;
+      if (code_of(items[static_cast<std::size_t>(i)]) == code) return i;
     return -1;
   }
   for (int i = index.count(); i < n; ++i)
-    index.insert(static_cast<unsigned>(items[static_cast<std::size_t>(i)]->code()), i);
+    index.insert(static_cast<unsigned>(code_of(items[static_cast<std::size_t>(i)])), i);
   // Equal codes may sit in any order along their chain: take the first.
   int found = -1;
   const auto key = static_cast<unsigned>(code);
@@ -65,11 +66,16 @@ xstruct_section* xstruct_section::find_child(int code) {
   return i < 0 ? nullptr : children_[static_cast<std::size_t>(i)].get();
 }
 
-void xstruct_section::add_value(std::unique_ptr<xstruct_value> v) { values_.push_back(std::move(v)); }
+void xstruct_section::add_value(xstruct_value v) {
+  // Settings sections usually hold a handful of values or more: skip the
+  // smallest growth steps.
+  if (values_.empty()) values_.reserve(8);
+  values_.push_back(std::move(v));
+}
 
-void xstruct_section::replace_value(int i, std::unique_ptr<xstruct_value> v) {
+void xstruct_section::replace_value(int i, xstruct_value v) {
   auto& slot = values_.at(static_cast<std::size_t>(i));
-  const bool same_code = slot->code() == v->code();
+  const bool same_code = slot.code() == v.code();
   slot = std::move(v);
   if (!same_code) value_index_.clear();
 }

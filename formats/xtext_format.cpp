@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "core/xcatalogue.h"
+#include "core/xle.h"
 
 namespace xum {
 
@@ -26,6 +27,24 @@ constexpr std::size_t line_capacity = 256;
 constexpr std::int64_t next_line_lookahead = 4;
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
+
+// Whether any of the eight bytes of `w` is LF or CR: a byte equal to the
+// pattern becomes zero after the XOR, and (x - 1) & ~x sets its high bit.
+constexpr std::uint64_t byte_ones = 0x0101010101010101ull;
+constexpr std::uint64_t byte_highs = 0x8080808080808080ull;
+inline bool has_line_break(std::uint64_t w) {
+  const std::uint64_t a = w ^ (byte_ones * lf);
+  const std::uint64_t b = w ^ (byte_ones * cr);
+  return (((a - byte_ones) & ~a) | ((b - byte_ones) & ~b)) & byte_highs;
+}
+
+// The first LF or CR in [p, end), or end.
+const char* find_line_break(const char* p, const char* end) {
+  while (end - p >= 8 && !has_line_break(le::load<std::uint64_t>(reinterpret_cast<const unsigned char*>(p))))
+    p += 8;
+  while (p < end && *p != lf && *p != cr) ++p;
+  return p;
+}
 
 }  // namespace
 
@@ -111,7 +130,10 @@ bool xtext_format::next_line() {
   }
   if (end_of_text_) return false;
   for (;;) {
-    if (!read_byte(c, false)) {
+    // Looks at the buffered byte directly; read_byte refills when needed.
+    if (index_ < fill_) {
+      c = buffer_[index_];
+    } else if (!read_byte(c, false)) {
       ++line_;
       return false;
     }
@@ -120,7 +142,8 @@ bool xtext_format::next_line() {
       ++line_;
       return true;
     }
-    read_byte(c, true);
+    ++index_;  // consume the break byte looked at
+    ++consumed_;
     if (c == lf) {
       if (lf_seen_) {  // a second LF: an empty line follows
         cr_seen_ = false;
@@ -162,8 +185,7 @@ void xtext_format::take_line(std::string_view& out) {
     }
     const char* p = buffer_.get() + index_;
     const char* const end = buffer_.get() + fill_;
-    const char* q = p;
-    while (q < end && *q != lf && *q != cr) ++q;
+    const char* q = find_line_break(p, end);
     const auto n = static_cast<std::size_t>(q - p);
     if (in_buffer) {
       start = p;
