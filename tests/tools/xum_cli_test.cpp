@@ -25,8 +25,10 @@ std::string slurp(const std::string& path) {
 
 run_result xum(const std::string& args) {
   const std::string dir = ::testing::TempDir();
-  const std::string out = dir + "xum_out.txt";
-  const std::string err = dir + "xum_err.txt";
+  // Named after the test: CTest may run the cases in parallel.
+  const std::string name = ::testing::UnitTest::GetInstance()->current_test_info()->name();
+  const std::string out = dir + name + "_out.txt";
+  const std::string err = dir + name + "_err.txt";
   const std::string cmd = std::string(XUM_TOOL_PATH) + " " + args + " >" + out + " 2>" + err;
   const int status = std::system(cmd.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
