@@ -145,8 +145,10 @@ void xstruct_format::start_reading() {
 bool xstruct_format::begin_section(const xstr& name) {
   const xstr n = name.trim();
   if (reading_) {
+    // The label is taken (and so entered in the table) even inside a
+    // missing section.
+    const int code = n.empty() ? ~cursor_.anonymous_sections : code_by_label(n);
     if (missing_ == 0) {
-      const int code = n.empty() ? ~cursor_.anonymous_sections : code_by_label(n);
       if (xstruct_section* child = cursor_.section->find_child(code)) {
         if (code < 0) ++cursor_.anonymous_sections;
         stack_.push_back(cursor_);
