@@ -126,6 +126,8 @@ void xstruct_format::close() {
       if (f.clear_on_close_) {
         f.labels_.reset();
         f.label_index_.clear();
+        f.next_label_.clear();
+        f.last_label_ = -1;
         f.root_.clear();
       }
       f.clear_on_close_ = true;
@@ -220,15 +222,27 @@ int xstruct_format::label_code(std::string_view label) {
     int n = 0;
     if (std::sscanf(number.c_str(), "%i", &n) == 1 && n >= 0) return ~n;
   }
+  if (last_label_ >= 0) {
+    const int guess = next_label_[static_cast<std::size_t>(last_label_)];
+    if (guess >= 0 && labels_[guess].view() == label) return last_label_ = guess;
+  }
   const unsigned hash = xcalculate_buffer_hash(label.data(), static_cast<int>(label.size()), 0);
+  int code = -1;
   for (int s = label_index_.item_by_code(hash); s != -1; s = label_index_.next_item_by_code(hash, s)) {
     const int i = label_index_.value(s);
-    if (labels_[i].view() == label) return i;
+    if (labels_[i].view() == label) {
+      code = i;
+      break;
+    }
   }
-  const int code = labels_.size();
-  labels_.push_back(xstr(label));
-  label_index_.insert(hash, code);
-  return code;
+  if (code < 0) {
+    code = labels_.size();
+    labels_.push_back(xstr(label));
+    label_index_.insert(hash, code);
+    next_label_.push_back(-1);
+  }
+  if (last_label_ >= 0) next_label_[static_cast<std::size_t>(last_label_)] = code;
+  return last_label_ = code;
 }
 
 xstr xstruct_format::label_by_code(int code) const {

@@ -165,6 +165,11 @@ class XUM_API xstruct_format : public xformat {
 
   xvector<xstr> labels_;
   xhash_table_impl label_index_;
+  // Files and describe-once code name their labels in a repeating order, so
+  // each label remembers the label asked for after it last time; a match is
+  // confirmed by comparing the texts and saves hashing and probing.
+  std::vector<int> next_label_;
+  int last_label_ = -1;
   xstruct_section root_{0};
   cursor cursor_{&root_, 0, 0};
   std::vector<cursor> stack_;
