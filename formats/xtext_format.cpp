@@ -218,6 +218,22 @@ bool xtext_format::read_line_view(std::string_view& s, bool advance) {
       line_buf_.assign(s);
       s = line_buf_;
     }
+    // The usual break (one CR, LF, CR LF or LF CR, then a character) handled
+    // in place, with exactly the steps next_line takes for it.
+    if (mode_ == xstream_read && end_of_line_ && !end_of_text_ && lf_seen_ != cr_seen_ &&
+        fill_ - index_ >= 2) {
+      const char* p = buffer_.get() + index_;
+      const char other = lf_seen_ ? cr : lf;
+      int taken = 0;
+      if (p[0] == other) taken = 1;
+      if (p[taken] != lf && p[taken] != cr) {
+        index_ += taken;
+        consumed_ += taken;
+        end_of_line_ = lf_seen_ = cr_seen_ = false;
+        ++line_;
+        return true;
+      }
+    }
     if (next_line()) return true;
   }
   return !s.empty();

@@ -1,10 +1,12 @@
-// Runs every reader of the text tokenizer over arbitrary bytes. The first
+// Runs every reader of the text tokenizer over arbitrary bytes, after
+// checking the fast line reader against the layered one. The first
 // byte gives the number of operations and the next ones pick them (and their
 // arguments); the rest is the text. Reports through xerror (thrown as
 // XException) and the end of the text are expected; a crash, a hang, a
 // broken invariant or any other exception is a finding.
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "core/xexceptions.h"
@@ -26,6 +28,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::uint8_t* script = data + 1;
   const char* text = reinterpret_cast<const char*>(data + 1 + ops);
   const int length = static_cast<int>(size - 1 - ops);
+
+  // The line reader scans in place and takes the usual breaks in one step;
+  // it must match the layered symbol reader and next_line exactly.
+  {
+    xum::xbuffer_stream in_fast(text, length), in_ref(text, length);
+    xum::xtext_format fast(in_fast, xum::xstream_read, false);
+    xum::xtext_format ref(in_ref, xum::xstream_read, false);
+    for (int round = 0;; ++round) {
+      check(round <= 2 * length + 2);
+      std::string_view line;
+      const bool more = fast.read_line_view(line, true);
+      std::string expected;
+      char c;
+      while (ref.read_symbol(c, true)) expected += c;
+      const bool ref_more = ref.next_line() || !expected.empty();
+      check(more == ref_more && line == expected);
+      check(fast.line_number() == ref.line_number() && fast.bytes_consumed() == ref.bytes_consumed());
+      if (!more) break;
+    }
+  }
 
   xum::xbuffer_stream in(text, length);
   xum::xtext_format t(in, xum::xstream_read, false);
