@@ -8,6 +8,7 @@
 
 #include "core/xcatalogue.h"
 #include "core/xfile_utils.h"
+#include "core/xle.h"
 #include "formats/xtext_format.h"
 
 namespace xum {
@@ -23,6 +24,21 @@ std::string_view trimmed(std::string_view s) {
   return s.substr(b, e - b);
 }
 
+// Whether the n bytes at p hold an LF. Reads whole 8-byte words, so up to 7
+// bytes after p + n must be readable; they are masked out. Texts are short,
+// and a call to memchr per text costs more than the scan.
+bool contains_lf(const char* p, std::size_t n) {
+  constexpr std::uint64_t ones = 0x0101010101010101ull;
+  constexpr std::uint64_t highs = 0x8080808080808080ull;
+  for (std::size_t i = 0; i < n; i += 8) {
+    std::uint64_t w = le::load<std::uint64_t>(reinterpret_cast<const unsigned char*>(p + i)) ^ (ones * '\n');
+    // Bytes past the end become non-zero, so they never match.
+    if (n - i < 8) w |= ~std::uint64_t{0} << (8 * (n - i));
+    if (((w - ones) & ~w) & highs) return true;
+  }
+  return false;
+}
+
 // The text form is assembled in memory and handed to the stream in large
 // blocks; every LF inside a text becomes CR LF, as the tokenizer's
 // write_string does.
@@ -32,14 +48,17 @@ class block_writer {
 
   void text(std::string_view s) {
     // Long texts go in pieces, each of which fits the block even doubled.
-    while (s.size() > block / 2) {
-      text(s.substr(0, block / 2));
-      s.remove_prefix(block / 2);
+    constexpr std::size_t piece = block / 2 - 8;
+    while (s.size() > piece) {
+      text(s.substr(0, piece));
+      s.remove_prefix(piece);
     }
-    reserve(2 * s.size());
+    // The copy is scanned in the block, whose slack makes the word reads
+    // safe; the source text may end at the end of its allocation.
+    reserve(2 * s.size() + 8);
     char* p = buffer_.get() + used_;
     std::memcpy(p, s.data(), s.size());
-    if (std::memchr(p, '\n', s.size()) == nullptr) {  // the usual case
+    if (!contains_lf(p, s.size())) {  // the usual case
       used_ += s.size();
       return;
     }

@@ -224,6 +224,16 @@ TEST_F(XstructFormat, DeepNestingAndLongLinesNeedNoRecursion) {
   f_.close();  // destroys the chain
   load("k=" + std::string(50 << 20, 'v') + "\n");
   EXPECT_EQ(f_.value_by_key("k")->text().length(), 50 << 20);
+  // A long text with line feeds is written in pieces, each LF as CR LF.
+  std::string big(3 << 20, 'v'), expected = "TSF\r\nbig=";
+  for (std::size_t i = 0; i < big.size(); i += 999) big[i] = '\n';
+  for (char c : big) expected += c == '\n' ? "\r\n" : std::string(1, c);
+  f_.close();
+  xmemory_stream m;
+  f_.open_stream(m, xstream_write, false);
+  f_.str_prop("big", xstr(std::string_view(big)), "", false);
+  f_.close();
+  EXPECT_TRUE(std::string(reinterpret_cast<const char*>(m.data()), m.size()) == expected + "\r\n");
 }
 
 }  // namespace
