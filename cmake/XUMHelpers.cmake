@@ -22,6 +22,11 @@ function(xum_add_part name)
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_compile_definitions(${name} PRIVATE XUM_BUILDING_LIBRARY)
+  # Calls between the library's own exported functions bind inside the
+  # library (no PLT, inlining allowed); nothing is meant to interpose them.
+  if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+    target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+  endif()
   xum_warnings(${name})
   if(ARG_DEPENDS)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})

@@ -98,6 +98,8 @@ TEST(XumTool, DemoRunsOnBundledSamples) {
   EXPECT_NE(r.out.find("bytes read back unchanged"), std::string::npos) << r.out;
   // The header "XUM1" stays plain; 'I' (0x49) ^ key[0] (0x5c) is 0x15.
   EXPECT_NE(r.out.find("on disk   58 55 4d 31 15 "), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("read back: width 1280, 3 recent files, caption keeps its blanks: \"Totals   \""),
+            std::string::npos);
 }
 
 TEST(XumTool, DateConvertsBetweenDatesAndDayNumbers) {
@@ -137,6 +139,59 @@ TEST(XumTool, RegistryValuesPersistAcrossProcesses) {
   ASSERT_EQ(std::system((many + "wait").c_str()), 0);
   EXPECT_EQ(count_lines(xum("reg list Race", env).out), 8);
   std::filesystem::remove_all(root);
+}
+
+std::string sample_copy(const std::string& name) {
+  const std::string path = ::testing::TempDir() + name;
+  std::ofstream(path, std::ios::binary) << slurp(XUM_SAMPLES_DIR "/settings/layout.txt");
+  return path;
+}
+
+TEST(XumTool, StructDumpAndGet) {
+  const std::string file = XUM_SAMPLES_DIR "/settings/layout.txt";
+  const auto d = xum("struct dump " + file);
+  ASSERT_EQ(d.code, 0) << d.err;
+  EXPECT_EQ(d.out.rfind("identifier MainLayout\nTitle = \"Sales report\"\n", 0), 0u) << d.out;
+  EXPECT_NE(d.out.find("\nPanel/\n  Left = \"10\"\n  Caption = \"Totals   \"\n  Columns/\n    #0 = \"Region\"\n"),
+            std::string::npos);
+  for (const auto& [path, value] : {std::pair{"Width", "1024\n"}, {"Panel/Columns/#2", "Amount\n"},
+                                    {"RecentFiles/#1", "/home/ann/q2.xls\n"}}) {
+    SCOPED_TRACE(path);
+    const auto g = xum("struct get " + file + " " + path);
+    EXPECT_EQ(g.code, 0);
+    EXPECT_EQ(g.out, value);
+  }
+  const auto missing = xum("struct get " + file + " Panel/Nope");
+  EXPECT_EQ(missing.code, 1);
+  EXPECT_EQ(missing.err, "No value at this path !\nKey: Panel/Nope\n");
+}
+
+TEST(XumTool, StructSetAndPackRewriteTheFile) {
+  const std::string file = sample_copy("layout_set.txt");
+  ASSERT_EQ(xum("struct set " + file + " Panel/Left 42").code, 0);
+  ASSERT_EQ(xum("struct set " + file + " New/Deep/Key 'two words '").code, 0);
+  EXPECT_EQ(xum("struct get " + file + " Panel/Left").out, "42\n");
+  EXPECT_EQ(xum("struct get " + file + " New/Deep/Key").out, "two words \n");
+  const std::string text = slurp(file);
+  EXPECT_NE(text.find("\r\n  Left=42\r\n"), std::string::npos);
+  EXPECT_NE(text.find("\r\n    Key=two words @\r\n"), std::string::npos);
+  const auto p = xum("struct pack " + file);
+  EXPECT_EQ(p.out, "removed 2 empty sections\n");
+  EXPECT_EQ(slurp(file).find("Unused"), std::string::npos);
+}
+
+TEST(XumTool, StructReportsBadFilesAndUsage) {
+  const std::string bad = ::testing::TempDir() + "bad_struct.txt";
+  std::ofstream(bad, std::ios::binary) << "TSFx\r\nok=1\r\n=lost\r\n";
+  const auto r = xum("struct dump " + bad);
+  EXPECT_EQ(r.code, 1);
+  EXPECT_EQ(r.err, "Value without key ! Value: lost\nFile: " + bad + "\n");
+  EXPECT_EQ(xum("struct dump /nonexistent-xum.txt").code, 1);
+  for (const char* args : {"struct", "struct get a", "struct get a b//c", "struct set a b", "struct pack"}) {
+    SCOPED_TRACE(args);
+    EXPECT_EQ(xum(args).code, 2);
+  }
+  EXPECT_EQ(xum("struct set --help").out.rfind("Usage: xum struct set FILE PATH VALUE", 0), 0u);
 }
 
 }  // namespace

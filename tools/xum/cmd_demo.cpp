@@ -5,13 +5,17 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "core/xcatalogue.h"
 #include "core/xexceptions.h"
 #include "core/xstr.h"
+#include "formats/xstruct_format.h"
 #include "framework/xexception_presenter.h"
 #include "framework/xui_backend.h"
 #include "platform/xplatform.h"
+#include "streams/xmemory_stream.h"
 #include "tools/xum/commands.h"
 #include "tools/xum/demo_sections.h"
 
@@ -93,6 +97,80 @@ void strings_section(const fs::path& dir) {
             << longest.enquotate().view() << "\n\n";
 }
 
+// The settings of a report window, described once for both directions.
+struct window_layout {
+  xstr title, width, height, left, caption;
+  std::vector<xstr> columns, recent;
+};
+
+void describe_list(xstruct_format& f, std::vector<xstr>& items) {
+  if (f.reading()) {
+    items.clear();
+    while (f.get_keys_left()) items.push_back(f.str_prop("", "", "", false));
+  } else {
+    for (const xstr& item : items) f.str_prop("", item, "", true);
+  }
+}
+
+void describe(xstruct_format& f, window_layout& l) {
+  f.identifier("MainLayout");
+  f.str("Title", l.title, "untitled", false);
+  f.str("Width", l.width, "800", false);
+  f.str("Height", l.height, "600", false);
+  if (f.begin_section("Panel")) {
+    f.str("Left", l.left, "0", false);
+    f.str("Caption", l.caption, "", false);
+    if (f.begin_section("Columns")) describe_list(f, l.columns);
+    f.end_section();
+  }
+  f.end_section();
+  if (f.begin_section("RecentFiles")) describe_list(f, l.recent);
+  f.end_section();
+}
+
+std::string joined(const std::vector<xstr>& items) {
+  std::string s;
+  for (const xstr& i : items) s += (s.empty() ? "" : ", ") + std::string(i.view());
+  return s;
+}
+
+// Settings: load a structured property file, read it with the describe-once
+// calls, change it, save it to memory in the text form and read it back.
+void settings_section(const fs::path& dir) {
+  const fs::path file = dir / "settings" / "layout.txt";
+  std::cout << "Settings file (" << file.lexically_relative(dir).string() << ")\n";
+  xstruct_format f;
+  f.open_file(xstr(file.string().c_str()), xfile_read);
+  window_layout l;
+  describe(f, l);
+  std::cout << "  identifier " << f.stored_identifier().view() << ", " << f.label_count()
+            << " labels; title " << l.title.enquotate().view() << ", " << l.width.view() << "x"
+            << l.height.view() << ", panel caption " << l.caption.enquotate().view() << "\n";
+  std::cout << "  columns: " << joined(l.columns) << "\n  recent files: " << joined(l.recent) << "\n";
+
+  l.width = "1280";
+  l.recent.insert(l.recent.begin(), "/home/ann/q3.xls");
+  xmemory_stream saved;
+  f.open_stream(saved, xstream_write, false);  // closing the read discards its tree
+  describe(f, l);
+  f.close();
+  std::cout << "  saved " << saved.size() << " bytes with width 1280 and a new recent file\n";
+  saved.seek(0, xseek_begin);
+  f.open_stream(saved, xstream_read, false);
+  window_layout back;
+  describe(f, back);
+  std::cout << "  read back: width " << back.width.view() << ", " << back.recent.size()
+            << " recent files, caption keeps its blanks: " << back.caption.enquotate().view() << "\n";
+  try {
+    xbuffer_stream bad("Width=1\r\nHeight 2\r\n", 19);
+    f.open_stream(bad, xstream_read, false);
+  } catch (const Exception& e) {
+    std::string m = e.what();
+    std::cout << "  a line without \"=\" is reported: " << m.substr(0, m.find('\n')) << "\n";
+  }
+  std::cout << "\n";
+}
+
 void catalogue_section() {
   int count = 0;
   const xloc_str* last = nullptr;
@@ -141,6 +219,7 @@ cli::command demo_command() {
     if (!fs::is_directory(dir)) xerror(xstr("Sample folder not found !\nFile: ") + dir.string().c_str());
     std::cout << "XUMComps demo on " << dir.string() << "\n\n";
     strings_section(dir);
+    settings_section(dir);
     catalogue_section();
     exceptions_section(dir);
     streams_section(dir);

@@ -1,0 +1,449 @@
+#include "formats/xstruct_format.h"
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "core/xcatalogue.h"
+#include "core/xfile_utils.h"
+#include "core/xle.h"
+#include "formats/xtext_format.h"
+
+namespace xum {
+
+namespace {
+
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
+
+std::string_view trimmed(std::string_view s) {
+  std::size_t b = 0, e = s.size();
+  while (b < e && is_blank(s[b])) ++b;
+  while (e > b && is_blank(s[e - 1])) --e;
+  return s.substr(b, e - b);
+}
+
+// Whether the n bytes at p hold an LF. Reads whole 8-byte words, so up to 7
+// bytes after p + n must be readable; they are masked out. Texts are short,
+// and a call to memchr per text costs more than the scan.
+bool contains_lf(const char* p, std::size_t n) {
+  constexpr std::uint64_t ones = 0x0101010101010101ull;
+  constexpr std::uint64_t highs = 0x8080808080808080ull;
+  for (std::size_t i = 0; i < n; i += 8) {
+    std::uint64_t w = le::load<std::uint64_t>(reinterpret_cast<const unsigned char*>(p + i)) ^ (ones * '\n');
+    // Bytes past the end become non-zero, so they never match.
+    if (n - i < 8) w |= ~std::uint64_t{0} << (8 * (n - i));
+    if (((w - ones) & ~w) & highs) return true;
+  }
+  return false;
+}
+
+// The text form is assembled in memory and handed to the stream in large
+// blocks; every LF inside a text becomes CR LF, as the tokenizer's
+// write_string does.
+class block_writer {
+ public:
+  explicit block_writer(xstream& s) : stream_(s), buffer_(std::make_unique_for_overwrite<char[]>(block)) {}
+
+  void text(std::string_view s) {
+    // Long texts go in pieces, each of which fits the block even doubled.
+    constexpr std::size_t piece = block / 2 - 8;
+    while (s.size() > piece) {
+      text(s.substr(0, piece));
+      s.remove_prefix(piece);
+    }
+    // The copy is scanned in the block, whose slack makes the word reads
+    // safe; the source text may end at the end of its allocation.
+    reserve(2 * s.size() + 8);
+    char* p = buffer_.get() + used_;
+    std::memcpy(p, s.data(), s.size());
+    if (!contains_lf(p, s.size())) {  // the usual case
+      used_ += s.size();
+      return;
+    }
+    for (const char c : s) {
+      if (c == '\n') *p++ = '\r';
+      *p++ = c;
+    }
+    used_ = static_cast<std::size_t>(p - buffer_.get());
+  }
+  // Text known to hold no LF.
+  void raw(std::string_view s) {
+    if (s.size() > block) {  // a deep indent: straight to the stream
+      flush();
+      stream_.write_buffer(s.data(), static_cast<int>(s.size()));
+      return;
+    }
+    reserve(s.size());
+    std::memcpy(buffer_.get() + used_, s.data(), s.size());
+    used_ += s.size();
+  }
+  void end_line() { raw("\r\n"); }
+  void flush() {
+    if (used_ > 0) stream_.write_buffer(buffer_.get(), static_cast<int>(used_));
+    used_ = 0;
+  }
+
+ private:
+  // Bytes collected before a write to the stream.
+  static constexpr std::size_t block = 1 << 20;
+
+  void reserve(std::size_t n) {
+    if (block - used_ < n) flush();
+  }
+
+  xstream& stream_;
+  std::unique_ptr<char[]> buffer_;
+  std::size_t used_ = 0;
+};
+
+}  // namespace
+
+xstruct_format::xstruct_format() { init(); }
+
+xstruct_format::~xstruct_format() {
+  try {
+    close();
+  } catch (...) {
+    // A destructor must not throw; callers who need the error call close().
+  }
+}
+
+void xstruct_format::init() {
+  clear_on_close_ = false;
+  close();
+}
+
+void xstruct_format::open_file(const xstr& name, xfile_mode fm) {
+  base_dir_ = xextract_file_path(name);
+  xformat::open_file(name, fm);
+}
+
+void xstruct_format::open_stream(xstream& s, xstream_mode m, bool own) {
+  xformat::open_stream(s, m, own);
+  if (reading_) {
+    load_contents();
+    stream_->close();
+  }
+}
+
+void xstruct_format::save_to_stream(xstream& s) {
+  clear_on_close_ = false;
+  open_stream(s, xstream_write, false);
+}
+
+void xstruct_format::close() {
+  // The reset below runs whether or not the save succeeds.
+  struct reset {
+    xstruct_format& f;
+    ~reset() {
+      f.xformat::close();
+      f.stack_.clear();
+      f.cursor_ = cursor{&f.root_, 0, 0};
+      f.missing_ = 0;
+      if (f.clear_on_close_) {
+        f.labels_.reset();
+        f.label_index_.clear();
+        f.next_label_.clear();
+        f.last_label_ = -1;
+        f.root_.clear();
+      }
+      f.clear_on_close_ = true;
+      f.reading_ = false;
+    }
+  } guard{*this};
+  if (stream_ && !reading_) save_contents();
+}
+
+void xstruct_format::start_reading() {
+  reading_ = true;
+  stack_.clear();
+  missing_ = 0;
+  cursor_ = cursor{&root_, 0, 0};
+}
+
+bool xstruct_format::begin_section(const xstr& name) {
+  const xstr n = name.trim();
+  if (reading_) {
+    // The label is taken (and so entered in the table) even inside a
+    // missing section.
+    const int code = n.empty() ? ~cursor_.anonymous_sections : code_by_label(n);
+    if (missing_ == 0) {
+      if (xstruct_section* child = cursor_.section->find_child(code)) {
+        if (code < 0) ++cursor_.anonymous_sections;
+        stack_.push_back(cursor_);
+        cursor_ = cursor{child, 0, 0};
+        return true;
+      }
+    }
+    ++missing_;
+    return false;
+  }
+  const int code = n.empty() ? ~cursor_.anonymous_sections++ : code_by_label(n);
+  stack_.push_back(cursor_);
+  cursor_ = cursor{&cursor_.section->find_or_add_child(code), 0, 0};
+  return true;
+}
+
+void xstruct_format::end_section() {
+  if (missing_ > 0) {
+    --missing_;
+    return;
+  }
+  if (stack_.empty()) throw xexception(xexception::out_of_range);
+  cursor_ = stack_.back();
+  stack_.pop_back();
+}
+
+bool xstruct_format::get_keys_left() {
+  if (!reading_) return true;
+  if (missing_ > 0) return false;
+  return cursor_.section->find_value_index(~cursor_.anonymous_values) >= 0;
+}
+
+void xstruct_format::identifier(const xstr& id) {
+  if (!reading_) {
+    identifier_ = id;
+  } else if (id != identifier_) {
+    xerror(msg::eInvalidFormat.text + "\n" + stream_description());
+  }
+}
+
+void xstruct_format::add_search_path(const xstr& path) { search_paths_.push_back(path); }
+
+void xstruct_format::pack() {
+  // Depth first without recursion: a section's empty children are removed
+  // once all of them have been packed themselves.
+  struct frame {
+    xstruct_section* section;
+    int next;
+  };
+  std::vector<frame> frames{{&root_, 0}};
+  while (!frames.empty()) {
+    frame& top = frames.back();
+    if (top.next < top.section->child_count()) {
+      xstruct_section* child = &top.section->child(top.next++);
+      frames.push_back({child, 0});
+    } else {
+      top.section->remove_empty_children();
+      frames.pop_back();
+    }
+  }
+  stack_.clear();
+  missing_ = 0;
+  cursor_ = cursor{&root_, 0, 0};
+}
+
+int xstruct_format::label_code(std::string_view label) {
+  if (!label.empty() && label[0] == '#') {
+    const std::string number(label.substr(1));
+    int n = 0;
+    if (std::sscanf(number.c_str(), "%i", &n) == 1 && n >= 0) return ~n;
+  }
+  if (last_label_ >= 0) {
+    const int guess = next_label_[static_cast<std::size_t>(last_label_)];
+    if (guess >= 0 && labels_[guess].view() == label) return last_label_ = guess;
+  }
+  const unsigned hash = xcalculate_buffer_hash(label.data(), static_cast<int>(label.size()), 0);
+  int code = -1;
+  for (int s = label_index_.item_by_code(hash); s != -1; s = label_index_.next_item_by_code(hash, s)) {
+    const int i = label_index_.value(s);
+    if (labels_[i].view() == label) {
+      code = i;
+      break;
+    }
+  }
+  if (code < 0) {
+    code = labels_.size();
+    labels_.push_back(xstr(label));
+    label_index_.insert(hash, code);
+    next_label_.push_back(-1);
+  }
+  if (last_label_ >= 0) next_label_[static_cast<std::size_t>(last_label_)] = code;
+  return last_label_ = code;
+}
+
+xstr xstruct_format::label_by_code(int code) const {
+  if (code >= 0) {
+    if (code >= labels_.size()) throw xexception(xexception::out_of_range);
+    return labels_[code];
+  }
+  xstr n;
+  n.from_integer(~static_cast<long long>(code));
+  return "#" + n;
+}
+
+int xstruct_format::key_code(const xstr& key, bool advance) {
+  if (key.empty()) return advance ? ~cursor_.anonymous_values++ : ~cursor_.anonymous_values;
+  return code_by_label(key);
+}
+
+template <class T, class S>
+T xstruct_format::prop(const xstr& key, const T& value, const T& def, bool always) {
+  static_assert(std::is_same_v<T, xstr> && std::is_same_v<S, xstr>, "text properties only");
+  const xstr k = key.trim();
+  if (reading_) {
+    const int code = key_code(k, false);
+    if (missing_ == 0) {
+      if (const xstruct_value* v = cursor_.section->find_value(code)) {
+        if (k.empty()) ++cursor_.anonymous_values;
+        return v->text();
+      }
+    }
+    return def;
+  }
+  if (!k.empty() && !always && value == def) return value;
+  const int code = key_code(k, true);
+  if (cursor_.section->find_value_index(code) >= 0) xerror(msg::eDupKey.text + label_by_code(code));
+  cursor_.section->add_value(xstruct_value(code, value));
+  return value;
+}
+
+template XUM_API xstr xstruct_format::prop<xstr, xstr>(const xstr&, const xstr&, const xstr&, bool);
+
+void xstruct_format::str(const xstr& key, xstr& value, const xstr& def, bool always) {
+  value = prop<xstr, xstr>(key, value, def, always);
+}
+
+xstr xstruct_format::str_prop(const xstr& key, const xstr& value, const xstr& def, bool always) {
+  return prop<xstr, xstr>(key, value, def, always);
+}
+
+void xstruct_format::assign_str(const xstr& key, const xstr& value) {
+  const xstr k = key.trim();
+  if (k.empty()) throw xexception(xexception::out_of_range);
+  const int code = code_by_label(k);
+  xstruct_value v(code, value);
+  const int i = cursor_.section->find_value_index(code);
+  if (i >= 0)
+    cursor_.section->replace_value(i, std::move(v));
+  else
+    cursor_.section->add_value(std::move(v));
+}
+
+const xstruct_value* xstruct_format::value_by_key(const xstr& key) {
+  if (missing_ > 0) return nullptr;
+  const xstr k = key.trim();
+  if (k.empty()) return nullptr;
+  return cursor_.section->find_value(code_by_label(k));
+}
+
+void xstruct_format::load_contents() {
+  const std::int64_t start = stream_->get_position();
+  char head[3] = {0, 0, 0};
+  const int n = stream_->read(head, 3);
+  const std::string_view signature(head, n > 0 ? static_cast<std::size_t>(n) : 0);
+  if (signature == binary_signature) {
+    // The binary form has its own reader, which this build does not have.
+    xerror(msg::eInvalidFormat.text + "\n" + stream_description());
+    return;
+  }
+  // The tokenizer reads in mode 1 whatever the format's mode: in any other
+  // mode its line breaks would write to the stream instead of reading.
+  if (signature != text_signature) stream_->seek(start, xseek_begin);
+  xtext_format text(*stream_, xstream_read, false);
+  if (signature == text_signature) text.read_line(identifier_, true);
+  parse_text(text);
+}
+
+void xstruct_format::parse_text(xtext_format& text) {
+  // Open sections, innermost last: the text's nesting without recursion.
+  std::vector<xstruct_section*> open{cursor_.section};
+  std::string_view line;
+  while (text.read_line_view(line, true)) {
+    line = trimmed(line);
+    if (line.empty()) continue;
+    xstruct_section& section = *open.back();
+    if (line[0] == '>') {
+      open.pop_back();
+      if (open.empty()) return;  // a closer at the top level ends the file
+      continue;
+    }
+    if (line[0] == '<') {
+      // The name is everything after "<", as it stands.
+      open.push_back(&section.find_or_add_child(label_code(line.substr(1))));
+      continue;
+    }
+    const std::size_t eq = line.find('=');
+    if (eq == std::string_view::npos) {
+      xerror(msg::eKeyWithoutValue.text + xstr(line) + "\n" + stream_description());
+      continue;
+    }
+    if (eq == 0) {
+      xerror(msg::eValueWithoutKey.text + xstr(line.substr(1)) + "\n" + stream_description());
+      continue;
+    }
+    const std::string_view key = line.substr(0, eq);
+    std::string_view value = line.substr(eq + 1);
+    const int code = label_code(key);
+    if (section.find_value_index(code) >= 0) xerror(msg::eDupKey.text + xstr(key));
+    while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
+    // "@" after a blank at the end protects the trailing blanks written.
+    if (value.size() >= 2 && value.ends_with(" @")) value.remove_suffix(1);
+    section.add_value(xstruct_value(code, xstr(value)));
+  }
+}
+
+void xstruct_format::save_contents() { write_text(); }
+
+void xstruct_format::write_text() {
+  block_writer out(*stream_);
+  out.raw(text_signature);
+  out.text(identifier_.view());
+  out.end_line();
+
+  std::string indent;
+  char number[16];
+  // Labels are written from the table without copies; anonymous ones as #n.
+  const auto label = [&](int code) -> std::string_view {
+    if (code >= 0) return labels_[code].view();
+    const int n = std::snprintf(number, sizeof number, "#%d", ~code);
+    return std::string_view(number, static_cast<std::size_t>(n));
+  };
+  const auto write_values = [&](const xstruct_section& s) {
+    for (int i = 0; i < s.value_count(); ++i) {
+      const xstruct_value& v = s.value(i);
+      const xstr converted = v.kind() == xvalue_kind::text ? xstr() : v.text();
+      const std::string_view text = v.kind() == xvalue_kind::text ? v.text_view() : converted.view();
+      out.raw(indent);
+      out.text(label(v.code()));
+      out.raw("=");
+      out.text(text);
+      if (text.ends_with(' ')) out.raw("@");
+      out.end_line();
+    }
+  };
+  struct frame {
+    const xstruct_section* section;
+    int next;
+  };
+  write_values(root_);
+  std::vector<frame> frames{{&root_, 0}};
+  while (!frames.empty()) {
+    frame& top = frames.back();
+    if (top.next < top.section->child_count()) {
+      const xstruct_section& child = top.section->child(top.next++);
+      out.raw(indent);
+      out.raw("<");
+      out.text(label(child.code()));
+      out.end_line();
+      indent += "  ";
+      write_values(child);
+      frames.push_back({&child, 0});
+    } else {
+      const xstruct_section* done = top.section;
+      frames.pop_back();
+      if (frames.empty()) break;  // the root has no closing line
+      indent.resize(indent.size() - 2);
+      out.raw(indent);
+      out.raw("> (");
+      out.text(label(done->code()));
+      out.raw(")");
+      out.end_line();
+    }
+  }
+  out.flush();
+}
+
+}  // namespace xum

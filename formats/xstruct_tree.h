@@ -1,0 +1,125 @@
+// The in-memory tree of the structured format: sections holding keyed values
+// and nested sections, both in insertion order.
+//
+//   xum::xstruct_section root(0);
+//   root.add_value(xum::xstruct_value(3, "100"));                  // code 3
+//   xum::xstruct_section& panel = root.add_child(4);
+//   root.find_value(3)->text();                                     // "100"
+//
+// Codes are label-table indices (0 or more) or anonymous entries (the
+// complement of the entry's number, -1 for #0); see xstruct_format.h.
+// Sections with many entries index them by code, so lookups stay constant
+// time; deep trees are destroyed without recursion.
+//
+// Thread safety: a tree belongs to one thread at a time.
+#ifndef XUM_FORMATS_XSTRUCT_TREE_H
+#define XUM_FORMATS_XSTRUCT_TREE_H
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "core/xexport.h"
+#include "core/xstr.h"
+#include "localization/xhash_table.h"
+
+namespace xum {
+
+struct xloc_str;
+
+// Thrown by a value that cannot be converted to the asked type: `entry` is
+// the catalogue record whose text the property call reports, followed by the
+// key ("eNonInteger", "eNonNumber").
+struct xvalue_conversion_error {
+  const xloc_str* entry;
+};
+
+// The kind of a stored value; the binary form stores it as the kind byte.
+enum class xvalue_kind { text, int64, float32, real64, extended };
+
+// A stored value: its code and a payload of one of the kinds. Values are
+// one tagged type rather than a class per kind, so that they live inline in
+// their section's array: loading then allocates only the texts, which halves
+// the allocations of a load.
+class XUM_API xstruct_value {
+ public:
+  // A text value.
+  xstruct_value(int code, xstr text) noexcept : code_(code), kind_(xvalue_kind::text), text_(std::move(text)) {}
+
+  // The value as text: what the text form writes after "=".
+  xstr text() const { return text_; }
+  // The text of a text value without a copy, valid while the value lives.
+  std::string_view text_view() const noexcept { return text_.view(); }
+  // The value as a 64-bit integer: a text is read with sscanf "%Li" and
+  // throws xvalue_conversion_error with "eNonInteger" when it is none.
+  std::int64_t as_int64() const;
+  // The value as a double: a text is read with sscanf "%lf" and throws
+  // xvalue_conversion_error with "eNonNumber" when it is none.
+  double as_double() const;
+  xvalue_kind kind() const noexcept { return kind_; }
+  int code() const noexcept { return code_; }
+
+ private:
+  int code_;
+  xvalue_kind kind_;
+  xstr text_;  // the payload of text values
+};
+
+class XUM_API xstruct_section {
+ public:
+  explicit xstruct_section(int code) noexcept : code_(code) {}
+  xstruct_section(const xstruct_section&) = delete;
+  xstruct_section& operator=(const xstruct_section&) = delete;
+  // Destroys the subtree iteratively: any depth is safe.
+  ~xstruct_section();
+
+  int code() const noexcept { return code_; }
+
+  int value_count() const noexcept { return static_cast<int>(values_.size()); }
+  const xstruct_value& value(int i) const { return values_.at(static_cast<std::size_t>(i)); }
+  int child_count() const noexcept { return static_cast<int>(children_.size()); }
+  xstruct_section& child(int i) { return *children_.at(static_cast<std::size_t>(i)); }
+  const xstruct_section& child(int i) const { return *children_.at(static_cast<std::size_t>(i)); }
+  bool empty() const noexcept { return values_.empty() && children_.empty(); }
+
+  // The position of the first value with `code`, or -1.
+  int find_value_index(int code);
+  // The first value with `code`, or null; owned by the section and valid
+  // until a value is added to it.
+  const xstruct_value* find_value(int code) {
+    const int i = find_value_index(code);
+    return i < 0 ? nullptr : &values_[static_cast<std::size_t>(i)];
+  }
+  // The child with `code`, or null; owned by the section.
+  xstruct_section* find_child(int code);
+
+  // Appends a value (equal codes are allowed; lookups find the first).
+  void add_value(xstruct_value v);
+  // Replaces the value at position i.
+  void replace_value(int i, xstruct_value v);
+  // Appends a new empty child with `code` and returns it.
+  xstruct_section& add_child(int code);
+  // The child with `code`, appended when there is none.
+  xstruct_section& find_or_add_child(int code);
+  // Removes every child that holds nothing (after its own children went).
+  void remove_empty_children();
+  // Removes all values and children.
+  void clear();
+
+ private:
+  // Sections with more entries than this index them by code; smaller ones
+  // are searched linearly, which is faster for them and needs no table.
+  static constexpr std::size_t index_threshold = 32;
+
+  int code_;
+  std::vector<xstruct_value> values_;
+  std::vector<std::unique_ptr<xstruct_section>> children_;
+  // Code -> position, covering the first count() entries; built lazily.
+  xhash_table_impl value_index_;
+  xhash_table_impl child_index_;
+};
+
+}  // namespace xum
+
+#endif  // XUM_FORMATS_XSTRUCT_TREE_H

@@ -1,0 +1,54 @@
+// Loads arbitrary bytes as a structured property file. Reports go through a
+// hook that returns, so loading goes on past bad lines as the format allows.
+// A loaded tree is saved in the text form, loaded and saved again: the
+// second text must equal the first (the writer's output is a fixed point of
+// load and save). A crash, a hang or any exception is a finding.
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "core/xstr.h"
+#include "formats/xstruct_format.h"
+#include "streams/xmemory_stream.h"
+
+namespace {
+
+void check(bool condition) {
+  if (!condition) __builtin_trap();
+}
+
+std::string load_and_save(const char* data, int size, bool write) {
+  xum::xstruct_format f;
+  xum::xbuffer_stream in(data, size);
+  f.open_stream(in, xum::xstream_read, false);
+  // Read a little through the cursor as applications do.
+  f.identifier("id");
+  if (f.begin_section("")) {
+    while (f.get_keys_left()) f.str_prop("", "", "", false);
+  }
+  f.end_section();
+  f.start_reading();
+  if (!write) return {};
+  xum::xmemory_stream out;
+  f.save_to_stream(out);
+  f.close();
+  return std::string(reinterpret_cast<const char*>(out.data()), static_cast<std::size_t>(out.size()));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  xum::xerror_handler = [](const xum::xstr&) {};
+  const char* text = reinterpret_cast<const char*>(data);
+  // Indentation makes the text of a deep tree quadratic in its depth; deep
+  // inputs are only loaded.
+  int opens = 0;
+  for (std::size_t i = 0; i < size; ++i) opens += data[i] == '<';
+  const bool write = opens <= 256;
+  const std::string first = load_and_save(text, static_cast<int>(size), write);
+  if (write) {
+    const std::string second = load_and_save(first.data(), static_cast<int>(first.size()), true);
+    check(first == second);
+  }
+  return 0;
+}

@@ -1,0 +1,203 @@
+#include "formats/xtext_format.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "core/xexceptions.h"
+#include "streams/xmemory_stream.h"
+
+namespace xum {
+namespace {
+
+// The message of the XException that `f` raises through xerror.
+std::string error_of(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (const Exception& e) {
+    return e.what();
+  }
+  return "(no error)";
+}
+
+// A reader over a text held by the test.
+class XtextFormatRead : public ::testing::Test {
+ protected:
+  xtext_format& open(std::string text) {
+    text_ = std::move(text);
+    stream_ = std::make_unique<xbuffer_stream>(text_.data(), static_cast<int>(text_.size()));
+    format_.open_stream(*stream_, xstream_read, false);
+    return format_;
+  }
+  std::string text_;
+  std::unique_ptr<xbuffer_stream> stream_;
+  xtext_format format_;
+};
+
+TEST_F(XtextFormatRead, LineBreakTable) {
+  struct row {
+    const char* text;
+    const char* second;
+    int line;
+  };
+  const row rows[] = {
+      {"a\r\nb", "b", 2},   {"a\n\rb", "b", 2},   {"a\nb", "b", 2},     {"a\rb", "b", 2},
+      {"a\n\nb", "b", 3},   {"a\r\rb c", "c", 3},  // the doubled CR swallows b
+      {"a\r\n\r\nb", "b", 3}, {"a\r\n\n\r\nb", "b", 4}, {"a  \t b", "b", 1},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(::testing::PrintToString(std::string(r.text)));
+    xtext_format& t = open(r.text);
+    EXPECT_EQ(t.token(true), "a");
+    EXPECT_EQ(t.token(true), r.second);
+    EXPECT_EQ(t.line_number(), r.line);
+    xstr rest;
+    EXPECT_FALSE(t.read_token(rest, true));
+  }
+}
+
+TEST_F(XtextFormatRead, EmptyLineHasNoSymbolsAndLinesKeepTheirText) {
+  xtext_format& t = open("a\n\nb");
+  xstr s;
+  EXPECT_TRUE(t.read_line(s, true));
+  EXPECT_EQ(s, "a");
+  char c = 0;
+  EXPECT_FALSE(t.read_symbol(c, false));
+  EXPECT_EQ(t.line_number(), 2);
+  EXPECT_TRUE(t.next_line());
+  EXPECT_TRUE(t.read_symbol(c, false));
+  EXPECT_EQ(c, 'b');
+  EXPECT_FALSE(t.read_line(s, false) && s != "b");  // last line without a break
+  EXPECT_EQ(s, "b");
+  EXPECT_FALSE(t.read_line(s, true));
+  EXPECT_FALSE(t.next_line());
+}
+
+TEST_F(XtextFormatRead, CharacterTokensAndSplitting) {
+  for (bool split : {true, false}) {
+    SCOPED_TRACE(split);
+    xtext_format& t = open("key=value =x");
+    t.register_character_tokens("=");
+    if (split) {
+      EXPECT_EQ(t.token(true), "key");
+      EXPECT_EQ(t.token(true), "=");
+      EXPECT_EQ(t.token(true), "value");
+    } else {
+      EXPECT_EQ(t.token(false), "key=value");
+    }
+    EXPECT_EQ(t.token(split), "=");  // a marked character starting a token
+    EXPECT_EQ(t.token(split), "x");
+  }
+  // The table and pushed tokens outlive close and a reopen.
+  format_.push_token("x");
+  format_.push_token("y");
+  xtext_format& t = open("a=b");
+  EXPECT_EQ(t.token(true), "y");
+  EXPECT_EQ(t.token(true), "x");
+  EXPECT_EQ(t.token(true), "a");
+  EXPECT_EQ(t.token(true), "=");
+  t.register_character_tokens("");
+  t.push_token("");
+  EXPECT_EQ(t.token(true), "");
+  EXPECT_EQ(t.token(true), "b");
+}
+
+TEST_F(XtextFormatRead, NumberPrefixes) {
+  xtext_format& t = open("12; 1,5 -3.9e1x \xc3\xa9 7\xc3\xa9 e +- 1e99999");
+  EXPECT_EQ(t.integer(), 12);
+  EXPECT_EQ(t.token(true), ";");
+  EXPECT_EQ(t.number(), 1.5L);
+  EXPECT_EQ(t.integer(), -39);  // truncated; "x" is pushed back
+  EXPECT_EQ(t.token(true), "x");
+  xstr s;
+  EXPECT_FALSE(t.read_number_token(s));  // bytes >= 128 are no number characters
+  EXPECT_EQ(t.token(true), "\xc3\xa9");
+  EXPECT_EQ(t.integer(), 7);
+  EXPECT_EQ(t.token(true), "\xc3\xa9");
+  long double v;
+  EXPECT_FALSE(t._read_number(v));  // admitted by the table, refused by sscanf
+  EXPECT_FALSE(t._read_number(v));
+  EXPECT_EQ(t.integer(), INT64_MAX);  // saturates instead of overflowing
+
+  xtext_format& u = open("3,5");
+  u.set_comma(false);
+  EXPECT_EQ(u.number(), 3.0L);
+  EXPECT_EQ(u.token(true), ",5");
+  u.close();
+  EXPECT_TRUE(u.comma());
+}
+
+TEST_F(XtextFormatRead, ErrorTextsAndReturnsWhenTheHookReturns) {
+  xtext_format& t = open("\r\nabc");
+  EXPECT_EQ(error_of([&] { t.number(); }), "Number expected !\nbuffer stream\nLine: 2");
+  EXPECT_EQ(t.token(true), "abc");  // the failed number left the word
+  EXPECT_EQ(error_of([&] { t.token(true); }), "Unexpected end of text !\nbuffer stream");
+  const xerror_handler_fn saved = xerror_handler;
+  xerror_handler = [](const xstr&) {};
+  xtext_format& u = open("word");
+  EXPECT_EQ(u.number(), 0.0L);
+  EXPECT_EQ(u.token(true), "word");
+  EXPECT_EQ(u.token(true), "");
+  xerror_handler = saved;
+}
+
+TEST_F(XtextFormatRead, DelimitedStrings) {
+  xtext_format& t = open("   'it''s'\r\n\v \"a b\" \"open\r\n\vx");
+  EXPECT_EQ(t.quotated_string(), "it");
+  char c = 0;
+  EXPECT_TRUE(t.read_symbol(c, false));
+  EXPECT_EQ(c, '\'');
+  EXPECT_EQ(t.read_to_delimiter('\r'), "'s'");  // the line end stops it too
+  EXPECT_EQ(t.quotated_string(), "a b");        // over the break and the \v
+  EXPECT_EQ(t.quotated_string(), "open");       // no closer: the line ends it
+  xstr tok;
+  EXPECT_TRUE(t.read_token(tok, true));
+  EXPECT_EQ(tok, "\vx");  // read_token does not skip vertical tabs
+  EXPECT_EQ(t.quotated_string(), "");
+  EXPECT_FALSE(t.goto_next_token());
+}
+
+TEST_F(XtextFormatRead, LinesAcrossReadBlocks) {
+  // Lines of 7 bytes plus CR LF after a first line of `pad` bytes: the 4 MiB
+  // block boundary falls at every position of a line and its break, and a
+  // line handed out must survive the refill that finding its end causes.
+  const int count = xtext_format::read_block / 9 + 4;
+  for (int pad = 0; pad < 9; ++pad) {
+    SCOPED_TRACE(pad);
+    std::string text(static_cast<std::size_t>(pad), 'p');
+    text += "\r\n";
+    for (int i = 0; i < count; ++i) text += "line" + std::to_string(100 + i % 900) + "\r\n";
+    text += std::string(xtext_format::read_block, 'z');  // refills overwrite the whole block
+    xtext_format& t = open(text);
+    std::string_view v;
+    ASSERT_TRUE(t.read_line_view(v, true));
+    for (int i = 0; i < count; ++i) {
+      ASSERT_TRUE(t.read_line_view(v, true));
+      ASSERT_EQ(v, "line" + std::to_string(100 + i % 900)) << i;
+    }
+  }
+  xtext_format& t = open("a\r\n" + std::string(5 << 20, 'x'));  // spans two blocks
+  xstr last;
+  EXPECT_TRUE(t.read_line(last, true));
+  EXPECT_TRUE(t.read_line(last, true));
+  EXPECT_EQ(last.length(), 5 << 20);
+  EXPECT_EQ(t.bytes_consumed(), (5 << 20) + 3);
+}
+
+TEST(XtextFormatWrite, BreaksBecomeCrLf) {
+  xmemory_stream m;
+  xtext_format t(m, xstream_write, false);
+  t.write_string("a\nb");
+  EXPECT_EQ(t.line_number(), 2);
+  t.write_string("");
+  t.write_line("c\rd");
+  EXPECT_EQ(t.printf("%d-%s", 7, "x"), 3);
+  t.write_string("\n\n");
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(m.data()), m.size()), "a\r\nbc\rd\r\n7-x\r\n\r\n");
+  EXPECT_EQ(t.line_number(), 5);
+}
+
+}  // namespace
+}  // namespace xum

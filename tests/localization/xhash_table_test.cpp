@@ -1,0 +1,137 @@
+#include "localization/xhash_table.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "localization/xstrings_merger.h"
+
+namespace xum {
+namespace {
+
+// Expected values computed with an independent script of the published
+// step: h = ((w + h) * 0x0C639675 mod 2^64) >> 12, truncated to 32 bits.
+TEST(XcalculateBufferHash, MatchesIndependentlyComputedValues) {
+  struct row {
+    std::string bytes;
+    unsigned seed;
+    unsigned hash;
+  };
+  const row rows[] = {
+      {"", 0, 0},
+      {"", 0x12345678, 0x12345678},  // no bytes: the seed itself
+      {"a", 0, 0x004b1bc0},
+      {"abcd", 0, 0x60bb493c},
+      {"abcde", 0, 0x8baf7fff},
+      {"Width", 0, 0xa2e2090d},
+      {"hello world", 1, 0x75f8fbf9},
+      // w + h overflows 32 bits: without the carry the result is 0x674e738d.
+      {"\xff\xff\xff\xff", 0xffffffff, 0xce9e738d},
+      {std::string(3, '\0'), 7, 0x00056b91},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.bytes);
+    EXPECT_EQ(xcalculate_buffer_hash(r.bytes.data(), static_cast<int>(r.bytes.size()), r.seed), r.hash);
+  }
+  // Exactly `length` bytes count: a fifth zero byte is one more step.
+  const char zeros[5] = {};
+  EXPECT_NE(xcalculate_buffer_hash(zeros, 5, 7), xcalculate_buffer_hash(zeros, 4, 7));
+  EXPECT_EQ(xcalculate_buffer_hash("abcdX", 4, 0), 0x60bb493cu);
+}
+
+TEST(XhashTableImpl, EmptyTableFindsNothingWithoutSlots) {
+  xhash_table_impl t;
+  EXPECT_EQ(t.item_by_code(5), -1);
+  EXPECT_EQ(t.size(), 0);
+  t.insert(5, 0);
+  t.clear();
+  EXPECT_EQ(t.size(), 0);
+  EXPECT_EQ(t.count(), 0);
+  EXPECT_EQ(t.item_by_code(5), -1);
+  EXPECT_EQ(t.next_item_by_code(5, 3), -1);
+  t.insert(5, 1);  // a cleared table starts at 128 slots again
+  EXPECT_EQ(t.size(), 128);
+}
+
+TEST(XhashTableImpl, DoublesWhenAQuarterFull) {
+  xhash_table_impl t;
+  t.insert(0, 0);
+  EXPECT_EQ(t.size(), 128);
+  for (int i = 1; i < 32; ++i) t.insert(static_cast<unsigned>(i * 7919), i);
+  EXPECT_EQ(t.size(), 128);  // 32 items: exactly a quarter
+  t.insert(33 * 7919u, 32);  // the 33rd insert doubles first
+  EXPECT_EQ(t.size(), 256);
+  for (int i = 33; i < 64; ++i) t.insert(static_cast<unsigned>((i + 1) * 7919), i);
+  EXPECT_EQ(t.size(), 256);
+  t.insert(99999, 64);  // the 65th
+  EXPECT_EQ(t.size(), 512);
+  EXPECT_EQ(t.count(), 65);
+  EXPECT_EQ(t.value(t.item_by_code(0)), 0);
+  EXPECT_EQ(t.value(t.item_by_code(33 * 7919u)), 32);
+  EXPECT_EQ(t.value(t.item_by_code(99999)), 64);
+  EXPECT_EQ(t.item_by_code(12345), -1);
+}
+
+TEST(XhashTableImpl, EqualCodesFormAChainInInsertOrder) {
+  xhash_table_impl t;
+  for (int i = 0; i < 5; ++i) t.insert(127, i);  // home slot 127 wraps to 0
+  t.insert(0, 9);                                // its home slot is taken
+  int slot = t.item_by_code(127);
+  for (int i = 0; i < 5; ++i) {
+    ASSERT_NE(slot, -1);
+    EXPECT_EQ(t.value(slot), i);
+    slot = t.next_item_by_code(127, slot);
+  }
+  EXPECT_EQ(slot, -1);
+  EXPECT_EQ(t.item_by_code(0), 4);
+  EXPECT_EQ(t.value(4), 9);
+}
+
+TEST(XhashTableImpl, GrowthPlacesHomeItemsBeforeCollidingOnes) {
+  xhash_table_impl t;
+  t.insert(0, 0);    // slot 0
+  t.insert(256, 1);  // home 0 taken: slot 1
+  t.insert(1, 2);    // home 1 taken: slot 2
+  for (int i = 0; i < 30; ++i) t.insert(static_cast<unsigned>(50 + i), 10 + i);
+  ASSERT_EQ(t.size(), 256);  // the 33rd insert doubled the table
+  // In 256 slots code 1 gets its home slot back in the first pass; 256
+  // (home 0, taken) only probes in the second pass and lands behind it.
+  EXPECT_EQ(t.item_by_code(0), 0);
+  EXPECT_EQ(t.item_by_code(1), 1);
+  EXPECT_EQ(t.item_by_code(256), 2);
+}
+
+TEST(XstringsMerger, KeepsOneSharedCopyPerText) {
+  xstrings_merger merge;
+  xstr a = "OK";
+  xstr b = xstr("O") + "K";
+  merge(a);
+  EXPECT_EQ(&merge(b), &b);
+  EXPECT_EQ(merge.strings().size(), 1);
+  EXPECT_EQ(b.get_text(), a.get_text());  // one block
+  xstr c = "ok";                          // case matters
+  merge(c);
+  xstr e;
+  merge(e);
+  EXPECT_EQ(merge.strings().size(), 3);
+  EXPECT_TRUE(merge.strings()[2].empty());
+  EXPECT_NE(merge.table().item_by_code(0), -1);  // the empty text's hash code
+  merge.clear();
+  EXPECT_EQ(merge.strings().size(), 0);
+  EXPECT_EQ(merge.table().size(), 0);
+}
+
+TEST(XstringsMerger, ConstructingIndexesTheGivenTexts) {
+  xvector<xstr> v;
+  v.push_back("one");
+  v.push_back("two");
+  xstrings_merger merge(v);
+  xstr t = xstr("tw") + "o";
+  merge(t);
+  EXPECT_EQ(merge.strings().size(), 2);
+  EXPECT_EQ(t.get_text(), merge.strings()[1].get_text());
+  EXPECT_THROW(merge.reindex(2), xexception);
+}
+
+}  // namespace
+}  // namespace xum
