@@ -116,7 +116,7 @@ cli::command create_command() {
       "with a warning (lookups find the first). --header sets the archive's\n"
       "application-defined header value (default 0).";
   c.run = [](cli::arguments& a) {
-    const auto header = a.option("header");
+    const auto header = a.option("--header");
     const auto p = a.positionals(2, -1);
     const std::vector<std::string> files = collect({p.begin() + 1, p.end()});
     std::uint64_t total = 0;
@@ -170,13 +170,13 @@ cli::command extract_command() {
   cli::command c;
   c.name = "extract";
   c.summary = "Write members out as files";
-  c.usage = "[-C DIR] ARCHIVE [NAME...]";
+  c.usage = "[-C|--directory DIR] ARCHIVE [NAME...]";
   c.help =
       "Writes the named members (all when none is named) into DIR (default: the\n"
       "current directory). Names are matched without regard to case or directory.\n"
       "Members whose stored name holds a directory separator are skipped.";
   c.run = [](cli::arguments& a) {
-    const std::string dir = a.option("directory", "C").value_or(".");
+    const std::string dir = a.option("--directory", "-C").value_or(".");
     const auto p = a.positionals(1, -1);
     xvirtual_file_sys archive;
     archive.open(X(p[0]));
