@@ -209,12 +209,23 @@ std::int64_t xbin_format::trailer() {
     return trailer_position_;
   }
   unsigned char bytes[12] = {};
+  const std::int64_t size = get_size();
+  if (size < 12) {
+    read_error();
+    return -1;
+  }
   seek(-12, xseek_end);
   buffer(bytes, 12);
   const std::uint32_t last = le::load<std::uint32_t>(bytes + 8);
   // A zero last word marks the long form; the short form is sign-extended.
   const std::int64_t pos = last != 0 ? std::int64_t{static_cast<std::int32_t>(last)}
                                      : static_cast<std::int64_t>(le::load<std::uint64_t>(bytes));
+  // A position outside the data is broken data, reported as such rather
+  // than left to the stream (a memory stream cannot seek past its end).
+  if (pos < 0 || pos > size) {
+    read_error();
+    return -1;
+  }
   return seek(pos, xseek_begin);
 }
 

@@ -1,5 +1,6 @@
 #include "formats/xvirtual_file_sys.h"
 
+#include <algorithm>
 #include <climits>
 #include <vector>
 
@@ -201,12 +202,17 @@ xstream* xvirtual_file_sys::get_member_stream(int index) {
   if (index < 0 || index >= static_cast<int>(files_.size())) throw xexception(xexception::out_of_range);
   const file_info& info = *files_[static_cast<std::size_t>(index)];
   std::unique_ptr<xstream> base(get_base_stream());
+  // A member that a broken table places past the end of the archive is cut
+  // at the end (a stream over memory cannot even seek beyond it).
+  const std::int64_t end = base->get_size();
+  const std::int64_t offset = std::min(clamp_to_int64(info.offset), end);
+  const std::int64_t size = std::min(clamp_to_int64(info.size), end - offset);
   auto scrambler = std::make_unique<xxor_stream>(*base, true);
   base.release();
   // The XOR stream keys by absolute position after a seek: the member
   // descrambles exactly as it was written.
-  scrambler->seek(clamp_to_int64(info.offset), xseek_begin);
-  auto member = std::make_unique<xsection_stream>(*scrambler, clamp_to_int64(info.size), true);
+  scrambler->seek(offset, xseek_begin);
+  auto member = std::make_unique<xsection_stream>(*scrambler, size, true);
   scrambler.release();
   return member.release();
 }

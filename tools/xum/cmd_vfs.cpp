@@ -109,7 +109,7 @@ cli::command create_command() {
   cli::command c;
   c.name = "create";
   c.summary = "Pack files and directory trees into a new archive";
-  c.usage = "[--header N] ARCHIVE FILE|DIR...";
+  c.usage = "[--header N] ARCHIVE [FILE|DIR...]";
   c.help =
       "Directories are walked; every member keeps only its file name, as the\n"
       "archive stores it. A name that is already in the archive is stored again\n"
@@ -117,7 +117,7 @@ cli::command create_command() {
       "application-defined header value (default 0).";
   c.run = [](cli::arguments& a) {
     const auto header = a.option("--header");
-    const auto p = a.positionals(2, -1);
+    const auto p = a.positionals(1, -1);
     const std::vector<std::string> files = collect({p.begin() + 1, p.end()});
     std::uint64_t total = 0;
     for (const std::string& f : files) {
