@@ -99,6 +99,7 @@ TEST(XumTool, DemoRunsOnBundledSamples) {
   EXPECT_NE(r.out.find("bytes read back unchanged"), std::string::npos) << r.out;
   // The header "XUM1" stays plain; 'I' (0x49) ^ key[0] (0x5c) is 0x15.
   EXPECT_NE(r.out.find("on disk   58 55 4d 31 15 "), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("read through a file stream: Title = \"Sales report\""), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("read back: width 1280, 3 recent files, caption keeps its blanks: \"Totals   \""),
             std::string::npos);
 }
