@@ -78,6 +78,7 @@ void xvirtual_file_sys::add_member(std::unique_ptr<file_info> info) {
 }
 
 void xvirtual_file_sys::close() {
+  archive_size_ = -1;
   if (writing_) {
     writing_ = false;
     rw_table();
@@ -144,7 +145,8 @@ void xvirtual_file_sys::rw_table() {
     return;
   }
   const std::int64_t position = bin_.trailer();
-  const std::int64_t bytes = bin_.get_size() - position;
+  archive_size_ = bin_.get_size();
+  const std::int64_t bytes = archive_size_ - position;
   if (position < 0 || bytes < 4 || bytes > INT_MAX) {
     xerror(msg::eReadError.text + "\n" + bin_.stream()->description());
     return;
@@ -204,7 +206,9 @@ xstream* xvirtual_file_sys::get_member_stream(int index) {
   std::unique_ptr<xstream> base(get_base_stream());
   // A member that a broken table places past the end of the archive is cut
   // at the end (a stream over memory cannot even seek beyond it).
-  const std::int64_t end = base->get_size();
+  // The size seen at open saves two seeks per member; without it (an
+  // archive still being written) the stream is asked.
+  const std::int64_t end = archive_size_ >= 0 ? archive_size_ : base->get_size();
   const std::int64_t offset = std::min(clamp_to_int64(info.offset), end);
   const std::int64_t size = std::min(clamp_to_int64(info.size), end - offset);
   auto scrambler = std::make_unique<xxor_stream>(*base, true);

@@ -107,6 +107,7 @@ class XUM_API xvirtual_file_sys : public xvirtual_fs_interface {
   std::unordered_map<std::string, int> index_;  // lower name -> first member
   xbin_format bin_;
   std::vector<char> block_;  // copy buffer of add_stream, kept between files
+  std::int64_t archive_size_ = -1;  // length of the base stream at open; -1 unknown
   bool writing_ = false;
   xstr path_;
   int header_value_ = 0;

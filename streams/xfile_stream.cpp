@@ -74,18 +74,23 @@ void xfile_stream::open(const xstr& name, int mode) {
   close();
   name_ = name;
   mode_ = mode & 3;
-  if (mode == xfile_read && !xfile_exists(name, false)) {
-    if (xvirtual_fs_interface* fs = xvirtual_fs_interface::get()) {
-      xstream* s = fs->get_file_stream(name);
-      delete substitute_;
-      substitute_ = s;
-      if (substitute_ != nullptr) return;
-    }
-  }
   // The platform's file API takes no access-sharing modes here; exclusive
   // access of the write modes is the caller's convention on this system.
   const int fd = platform::open_file(name.get_text(), mode, last_error_);
   if (fd < 0) {
+    // A file missing on disk (or on a missing path) is asked of the archive
+    // hook before the failure is reported. Trying the disk first spares the
+    // separate existence check on every open.
+    const bool missing = last_error_ == 2 || last_error_ == 3;
+    if (mode == xfile_read && missing) {
+      if (xvirtual_fs_interface* fs = xvirtual_fs_interface::get()) {
+        substitute_ = fs->get_file_stream(name);
+        if (substitute_ != nullptr) {
+          last_error_ = 0;
+          return;
+        }
+      }
+    }
     error_handler();
     return;
   }
