@@ -7,6 +7,7 @@
 #include "core/xcatalogue.h"
 #include "core/xexception.h"
 #include "core/xfile_utils.h"
+#include "streams/xbuffered_stream.h"
 #include "streams/xfile_stream.h"
 #include "streams/xmemory_stream.h"
 #include "streams/xresource_stream.h"
@@ -45,7 +46,13 @@ xvirtual_file_sys::~xvirtual_file_sys() {
 void xvirtual_file_sys::create(const xstr& path) {
   close();
   path_ = path;
-  bin_.open_file(path, xfile_create);
+  // The XOR stream writes in 4 KiB chunks: a block buffer under it keeps
+  // the file calls large.
+  auto file = std::make_unique<xfile_stream>(path, xfile_create);
+  if (!file->is_open()) return;  // reported by the file stream's error hook
+  auto buffered = std::make_unique<xbuffered_stream>(*file, true);
+  file.release();
+  bin_.open_stream(*buffered.release(), xstream_write, true);
   writing_ = true;
   rw_header();
 }
@@ -211,6 +218,14 @@ xstream* xvirtual_file_sys::get_member_stream(int index) {
   const std::int64_t end = archive_size_ >= 0 ? archive_size_ : base->get_size();
   const std::int64_t offset = std::min(clamp_to_int64(info.offset), end);
   const std::int64_t size = std::min(clamp_to_int64(info.size), end - offset);
+  // Large members are read ahead in large blocks under the XOR stream's
+  // 4 KiB chunks; small ones need no more than their own read.
+  if (size > 4096) {
+    const int block = static_cast<int>(std::min<std::int64_t>(size, 1 << 20));
+    auto buffered = std::make_unique<xbuffered_stream>(*base, true, block);
+    base.release();
+    base.reset(buffered.release());
+  }
   auto scrambler = std::make_unique<xxor_stream>(*base, true);
   base.release();
   // The XOR stream keys by absolute position after a seek: the member

@@ -1,0 +1,55 @@
+// A stream that gathers small transfers into large ones: writes collect in
+// a block that goes to the inner stream when full (or on seek, read and
+// close), and reads fill the block with one large read. Layered under an
+// XOR stream, which works in 4 KiB chunks, it turns thousands of small file
+// calls into a few large ones; the bytes that reach the file are the same.
+//
+//   xum::xbuffered_stream b(file, false);
+//   xum::xxor_stream x(b, false);
+//
+// Failures of the inner stream surface when the block is written: as the
+// inner stream's "Data writing error !" with its description.
+//
+// Thread safety: a stream is used by one thread at a time.
+#ifndef XUM_STREAMS_XBUFFERED_STREAM_H
+#define XUM_STREAMS_XBUFFERED_STREAM_H
+
+#include <vector>
+
+#include "core/xexport.h"
+#include "streams/xstream.h"
+
+namespace xum {
+
+class XUM_API xbuffered_stream final : public xstream {
+ public:
+  // Over `inner` (deleted on close when `owns`), with a block of `size`
+  // bytes (at least 1).
+  xbuffered_stream(xstream& inner, bool owns, int size = 1 << 20);
+  // Writes what is pending; a failure there is not raised from here.
+  ~xbuffered_stream() override;
+
+  xstr description() const override;
+  int read(void* buffer, int count) override;
+  int write(const void* buffer, int count) override;
+  std::int64_t seek(std::int64_t offset, xseek_origin origin) override;
+  void set_size(std::int64_t size) override;
+  // Writes what is pending, then forgets (or deletes) the inner stream.
+  void close() override;
+  // Writes what is pending to the inner stream.
+  void flush();
+
+ private:
+  void drop_read_ahead();
+
+  xstream* inner_;
+  bool owns_;
+  std::vector<char> block_;
+  int pending_ = 0;     // bytes written into the block, not yet passed on
+  int read_pos_ = 0;    // next byte of the read-ahead
+  int read_len_ = 0;    // bytes of read-ahead in the block
+};
+
+}  // namespace xum
+
+#endif  // XUM_STREAMS_XBUFFERED_STREAM_H

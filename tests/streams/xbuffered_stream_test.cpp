@@ -1,0 +1,49 @@
+#include "streams/xbuffered_stream.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "streams/xmemory_stream.h"
+
+namespace xum {
+namespace {
+
+std::string bytes_of(const xmemory_stream& m) {
+  return std::string(reinterpret_cast<const char*>(m.data()), static_cast<std::size_t>(m.size()));
+}
+
+TEST(XBufferedStream, GathersWritesAndReadsAheadWithoutChangingTheBytes) {
+  xmemory_stream m;
+  {
+    xbuffered_stream b(m, false, 8);
+    b.write("abc", 3);
+    b.write("defgh", 5);  // fills the block: passed on
+    EXPECT_EQ(bytes_of(m), "");
+    b.write("ij", 2);
+    EXPECT_EQ(bytes_of(m), "abcdefgh");
+    EXPECT_EQ(b.seek(0, xseek_current), 10);  // a seek passes pending bytes on
+    b.write("0123456789", 10);                // larger than the block: straight through
+    EXPECT_EQ(bytes_of(m), "abcdefghij0123456789");
+    b.write("K", 1);
+  }  // closing passes on the rest
+  EXPECT_EQ(bytes_of(m), "abcdefghij0123456789K");
+
+  m.seek(0, xseek_begin);
+  xbuffered_stream b(m, false, 4);
+  char c[16] = {};
+  EXPECT_EQ(b.read(c, 2), 2);  // reads 4 ahead
+  EXPECT_EQ(std::string(c, 2), "ab");
+  EXPECT_EQ(b.seek(0, xseek_current), 2);  // the read-ahead is given back
+  EXPECT_EQ(b.read(c, 3), 3);
+  EXPECT_EQ(std::string(c, 3), "cde");
+  b.write("X", 1);  // writes land where the caller stands
+  EXPECT_EQ(b.read(c, 16), 15);
+  EXPECT_EQ(std::string(c, 15), "ghij0123456789K");
+  b.flush();
+  EXPECT_EQ(bytes_of(m), "abcdeXghij0123456789K");
+  EXPECT_EQ(b.description(), "Memory stream.");
+}
+
+}  // namespace
+}  // namespace xum
