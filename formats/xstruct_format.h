@@ -125,14 +125,37 @@ class XUM_API xstruct_format : public xformat {
   xstr label_by_code(int code) const;
   int label_count() const noexcept { return labels_.size(); }
 
-  // The text property: reading returns the stored text or `def`; writing
-  // stores `value` (unless it equals `def` and `always` is false) and
-  // returns it. An empty key is the next anonymous value. Writing a key
+  // The property calls. Reading: the stored value converted to the call's
+  // type, or `def` when the key is absent (or inside a missing section); a
+  // stored text that is no number reports "Integer number expected ! Key: "
+  // or "Number expected ! Key: " + key and gives `def`. Writing: stores
+  // `value` as a value of the storage kind S and returns it; a named key
+  // whose value equals `def` is skipped unless `always` is set. An empty key
+  // is the next anonymous value, which is always stored. Writing a key
   // twice in a section reports "Key duplication ! Key: " + key.
+  // Instances: T/S = xstr/xstr, std::int64_t/std::int64_t, float/double and
+  // double/double.
   template <class T, class S>
   T prop(const xstr& key, const T& value, const T& def, bool always);
   void str(const xstr& key, xstr& value, const xstr& def, bool always);
   xstr str_prop(const xstr& key, const xstr& value, const xstr& def, bool always);
+  std::int64_t prop_int64(const xstr& key, std::int64_t value, std::int64_t def, bool always);
+  // Reals are stored as doubles whatever the caller's width.
+  void real(const xstr& key, float& value, double def, bool always);
+  float real_prop(const xstr& key, float value, double def, bool always);
+  void real(const xstr& key, double& value, double def, bool always);
+  double real_prop(const xstr& key, double value, double def, bool always);
+  // A file name kept relative to the base directory. Writing stores `path`
+  // relative to it (an empty default). Reading expands the stored name
+  // against the base directory; when no file exists there, against each
+  // search path in turn, taking the first that exists; when none does, the
+  // expansion against the base directory. An absent or empty name gives "".
+  void file_name(const xstr& key, xstr& path);
+
+  // Whether the closing save writes the binary form ("BSF") instead of the
+  // text form. Every close clears it: set it after opening for writing.
+  void set_binary(bool binary) noexcept { binary_ = binary; }
+  bool binary() const noexcept { return binary_; }
 
   // Editing: stores `value` as text under `key` (trimmed, not empty) in the
   // current section, replacing a value stored there, in either direction.
@@ -178,6 +201,7 @@ class XUM_API xstruct_format : public xformat {
   xstr base_dir_;
   xvector<xstr> search_paths_;
   bool clear_on_close_ = false;
+  bool binary_ = false;
 };
 
 }  // namespace xum
