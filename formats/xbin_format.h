@@ -121,6 +121,11 @@ class XUM_API xbin_format : public xformat {
   // current stream, which takes over the format's ownership of it.
   void start_encoding();
 
+  // Reading: whether at least `n` more bytes can be read, counting those
+  // read ahead; reports "Data reading error !" when not. Readers call it
+  // before they allocate for a count. Writing: true.
+  bool has_bytes(std::int64_t n) { return reading_ ? remaining_at_least(n) : true; }
+
   // Writing: hands the collected bytes to the stream. Reading: gives the
   // bytes read ahead back to the stream (seeking it back over them). In
   // both directions the stream then stands where the fields end.

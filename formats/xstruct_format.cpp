@@ -414,8 +414,7 @@ void xstruct_format::load_contents() {
   const int n = stream_->read(head, 3);
   const std::string_view signature(head, n > 0 ? static_cast<std::size_t>(n) : 0);
   if (signature == binary_signature) {
-    // The binary form has its own reader, which this build does not have.
-    xerror(msg::eInvalidFormat.text + "\n" + stream_description());
+    read_binary();
     return;
   }
   // The tokenizer reads in mode 1 whatever the format's mode: in any other
@@ -464,7 +463,12 @@ void xstruct_format::parse_text(xtext_format& text) {
   }
 }
 
-void xstruct_format::save_contents() { write_text(); }
+void xstruct_format::save_contents() {
+  if (binary_)
+    write_binary();
+  else
+    write_text();
+}
 
 void xstruct_format::write_text() {
   block_writer out(*stream_);

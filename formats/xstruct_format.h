@@ -36,8 +36,21 @@
 //     > (#0)
 //   > (Panel)
 // Limits: none on depth, line length or count (the loader does not recurse).
-// A file starting with "BSF" is the binary form, which this build does not
-// read yet: it is reported as "Invalid data format !".
+//
+// Binary form (set_binary(true) before the closing save), little-endian:
+//   "BSF", identifier (1-byte length + bytes), label count (32 bits) and
+//   each label (1-byte length + bytes), then the root's body:
+//   body     := nvalues:16 (code:16 kind payload)* nchildren:16 (code:16 body)*
+//   kind     := 0 | 1 (the integers 0 and 1) | 2, 3, 5, 9 (integer of 1, 2,
+//               4, 8 bytes; +16 when negative, the magnitude follows) |
+//               4 float | 8 double | 10 x87 extended | 6 empty text |
+//               7 text (1-byte length + bytes)
+// Counts and codes are stored as their low 16 bits and read sign-extended.
+// A text of 256 bytes or more is written as a 32-bit length and the bytes
+// with no kind byte, while the reader takes such a text after kind 11; so a
+// long text does not read back, which is how files of this form have always
+// been. Unknown kinds make no value and consume nothing. A code that names
+// no label is reported as "Invalid data format !" and ends the load.
 //
 // Errors go through xerror with catalogue texts: "Key without value ! Key: "
 // and "Value without key ! Value: " (each with the line and the stream
@@ -60,6 +73,7 @@
 
 namespace xum {
 
+class xbin_format;
 class xtext_format;
 
 class XUM_API xstruct_format : public xformat {
@@ -185,6 +199,9 @@ class XUM_API xstruct_format : public xformat {
   int key_code(const xstr& key, bool advance);
   void parse_text(xtext_format& text);
   void write_text();
+  // The binary form after its signature, and the whole binary form.
+  void read_binary();
+  void write_binary();
 
   xvector<xstr> labels_;
   xhash_table_impl label_index_;
