@@ -17,7 +17,7 @@
 // a directory written after the data; `start_encoding` scrambles everything
 // after it through an xxor_stream.
 //
-// Fields pass through a 64 KiB block, so a field costs a copy and no call
+// Fields pass through a 256 KiB block, so a field costs a copy and no call
 // to the stream: writing collects bytes until the block is full, reading
 // takes them from bytes read ahead. The stream sees the same bytes and, at
 // every point where the format hands it over or asks it for a position
@@ -138,7 +138,7 @@ class XUM_API xbin_format : public xformat {
 
  private:
   // Bytes collected or read ahead at a time.
-  static constexpr int block_size = 1 << 16;
+  static constexpr int block_size = 1 << 18;
 
   template <class T>
   void number(T& v) {

@@ -34,7 +34,7 @@ void record(xbin_format& f, std::int64_t& i, double& d, xstr& s, std::uint8_t& b
 
 TEST(XBinFormatBlock, RecordsAcrossManyBlocksRoundTripThroughAFile) {
   const std::string path = ::testing::TempDir() + "xbin_block_records.bin";
-  constexpr int count = 20000;  // about 700 KB: many blocks, fields split at their edges
+  constexpr int count = 40000;  // about 1.4 MB: many blocks, fields split at their edges
   {
     xbin_format f;
     f.open_file(path.c_str(), xfile_create);
@@ -47,7 +47,7 @@ TEST(XBinFormatBlock, RecordsAcrossManyBlocksRoundTripThroughAFile) {
       std::uint8_t b = static_cast<std::uint8_t>(k);
       record(f, i, d, s, b);
     }
-    xstr big(std::string_view(std::string(100000, 'z')));  // longer than a block
+    xstr big(std::string_view(std::string(400000, 'z')));  // longer than a block
     f(big);
     f.close();
   }
@@ -68,7 +68,7 @@ TEST(XBinFormatBlock, RecordsAcrossManyBlocksRoundTripThroughAFile) {
   }
   xstr big;
   f(big);
-  EXPECT_EQ(big.length(), 100000);
+  EXPECT_EQ(big.length(), 400000);
   EXPECT_EQ(f.get_position(), f.get_size());
   f.close();
   std::remove(path.c_str());
@@ -138,7 +138,7 @@ TEST(XBinFormatBlock, StringsAfterEncodingStartedMidStreamKeepThePhase) {
 
 TEST(XBinFormatBlock, LyingLengthsBeyondABlockAreRefused) {
   xmemory_stream m;
-  const unsigned char head[] = {0x00, 0x00, 0x02, 0x00};  // 131072 bytes announced
+  const unsigned char head[] = {0x00, 0x00, 0x08, 0x00};  // 524288 bytes announced, past a block
   m.write(head, 4);
   std::string body(1000, 'q');
   m.write(body.data(), static_cast<int>(body.size()));
