@@ -318,12 +318,18 @@ std::int64_t xbin_format::trailer() {
     return trailer_position_;
   }
   unsigned char bytes[12] = {};
-  seek(-12, xseek_end);
+  const std::int64_t size = seek(-12, xseek_end) + 12;
   buffer(bytes, 12);
   const std::uint32_t last = le::load<std::uint32_t>(bytes + 8);
   // A zero last word marks the long form; the short form is sign-extended.
   const std::int64_t pos = last != 0 ? std::int64_t{static_cast<std::int32_t>(last)}
                                      : static_cast<std::int64_t>(le::load<std::uint64_t>(bytes));
+  // A position outside the file is a damaged file, not a caller's mistake:
+  // it is reported rather than handed to a stream that may refuse it.
+  if (pos < 0 || pos > size) {
+    read_error();
+    return -1;
+  }
   return seek(pos, xseek_begin);
 }
 

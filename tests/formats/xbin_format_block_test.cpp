@@ -164,6 +164,12 @@ TEST(XBinFormatBlock, LyingLengthsBeyondABlockAreRefused) {
   EXPECT_EQ(shared, "123");
   rr(target);
   EXPECT_EQ(target, "xyz");
+  // A trailer that points past the end is a damaged file.
+  xmemory_stream t;
+  t.write("\0\0\0\0\0\0\0\0\x40\0\0\0", 12);
+  xbuffer_stream view(t.data(), t.size());
+  xbin_format tr(view, xstream_read, false);
+  EXPECT_EQ(error_of([&] { tr.trailer(); }), "Data reading error ! \nbuffer stream");
 }
 
 }  // namespace
