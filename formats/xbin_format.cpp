@@ -318,7 +318,12 @@ std::int64_t xbin_format::trailer() {
     return trailer_position_;
   }
   unsigned char bytes[12] = {};
-  const std::int64_t size = seek(-12, xseek_end) + 12;
+  const std::int64_t size = get_size();
+  if (size < 12) {
+    read_error();
+    return -1;
+  }
+  seek(-12, xseek_end);
   buffer(bytes, 12);
   const std::uint32_t last = le::load<std::uint32_t>(bytes + 8);
   // A zero last word marks the long form; the short form is sign-extended.

@@ -115,8 +115,8 @@ class XUM_API xbin_format : public xformat {
 
   // Writing: remembers the current position for `close` to append, and
   // returns it. Reading: reads the position stored at the end of the file,
-  // seeks there and returns the result; a position outside the file reports
-  // "Data reading error !" and gives -1 without seeking.
+  // seeks there and returns the result; a file shorter than 12 bytes or a
+  // position outside the file reports "Data reading error !" and gives -1.
   std::int64_t trailer();
   // From here on every byte goes through an XOR stream laid over the
   // current stream, which takes over the format's ownership of it.

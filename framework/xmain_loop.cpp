@@ -96,8 +96,9 @@ int xmain_loop::run_once(int timeout_ms) {
     std::vector<std::pair<int, unsigned>> ready;
     for (std::size_t i = 1; i < entries.size(); ++i)
       if (entries[i].revents) ready.emplace_back(watches_[i - 1].id, entries[i].revents);
-    for (const auto& [id, events] : ready) {
-      const auto it = std::find_if(watches_.begin(), watches_.end(), [key = id](const watch_entry& w) { return w.id == key; });
+    for (const auto& [ready_id, events] : ready) {
+      const int id = ready_id;
+      const auto it = std::find_if(watches_.begin(), watches_.end(), [id](const watch_entry& w) { return w.id == id; });
       if (it == watches_.end()) continue;
       const auto callback = it->callback;  // the watch may go away while it runs
       callback(events);

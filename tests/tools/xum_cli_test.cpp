@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 
@@ -46,7 +47,7 @@ int count_lines(const std::string& s) {
 
 TEST(XumTool, HelpOnEveryLevelAndVersion) {
   for (const char* args : {"--help", "-h", "catalogue --help", "demo --help", "demo -h", "date --help",
-                           "reg --help", "reg set --help"}) {
+                           "reg --help", "reg set --help", "vfs --help", "vfs extract --help"}) {
     SCOPED_TRACE(args);
     const auto r = xum(args);
     EXPECT_EQ(r.code, 0);
@@ -98,6 +99,7 @@ TEST(XumTool, DemoRunsOnBundledSamples) {
   EXPECT_NE(r.out.find("bytes read back unchanged"), std::string::npos) << r.out;
   // The header "XUM1" stays plain; 'I' (0x49) ^ key[0] (0x5c) is 0x15.
   EXPECT_NE(r.out.find("on disk   58 55 4d 31 15 "), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("read through a file stream: Title = \"Sales report\""), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("read back: width 1280, 3 recent files, caption keeps its blanks: \"Totals   \""),
             std::string::npos);
 }
@@ -221,3 +223,56 @@ TEST(XumTool, StructReportsBadFilesAndUsage) {
 }
 
 }  // namespace
+
+namespace {
+
+// Every regular file below `root` with its bytes, keyed by file name.
+std::map<std::string, std::string> tree_files(const std::filesystem::path& root) {
+  std::map<std::string, std::string> out;
+  for (const auto& e : std::filesystem::recursive_directory_iterator(root))
+    if (e.is_regular_file()) out[e.path().filename().string()] = slurp(e.path().string());
+  return out;
+}
+
+}  // namespace
+
+TEST(XumTool, VfsRoundTripsADirectoryTreeByteForByte) {
+  namespace fs = std::filesystem;
+  const fs::path dir = fs::path(::testing::TempDir()) / ("xum_vfs_" + std::to_string(getpid()));
+  fs::remove_all(dir);
+  fs::create_directories(dir / "in" / "deep" / "deeper");
+  std::string binary;
+  for (unsigned i = 0; i < 300000; ++i) binary.push_back(static_cast<char>(i * 7919u >> 3));
+  std::ofstream(dir / "in" / "a.txt") << "alpha\n";
+  std::ofstream(dir / "in" / "deep" / "b.bin", std::ios::binary) << binary;
+  std::ofstream(dir / "in" / "deep" / "deeper" / "empty.dat");
+  std::ofstream(dir / "other.txt") << "outside\n";
+  const std::string archive = (dir / "pack.vfs").string();
+
+  const auto c = xum("vfs create " + archive + " " + (dir / "in").string() + " " + (dir / "other.txt").string());
+  ASSERT_EQ(c.code, 0) << c.err;
+  EXPECT_TRUE(c.err.empty()) << c.err;  // no progress when standard error is a file
+  const auto l = xum("vfs list " + archive);
+  EXPECT_EQ(l.out, "a.txt\t6\t11\nb.bin\t300000\t17\nempty.dat\t0\t300017\nother.txt\t8\t300017\n");
+  const auto x = xum("vfs extract -C " + (dir / "out").string() + " " + archive);
+  ASSERT_EQ(x.code, 0) << x.err;
+  auto want = tree_files(dir / "in");
+  want["other.txt"] = "outside\n";
+  EXPECT_EQ(tree_files(dir / "out"), want);
+  EXPECT_EQ(xum("vfs cat " + archive + " DEEP/A.TXT").out, "alpha\n");
+  EXPECT_EQ(xum("vfs verify " + archive).out, "4 members, 300014 bytes: ok\n");
+
+  // A repeated name is stored with a warning; extract by name finds the first.
+  const auto d = xum("vfs create " + archive + " " + (dir / "in" / "a.txt").string() + " " +
+                     (dir / "out" / "a.txt").string());
+  EXPECT_EQ(d.code, 0);
+  EXPECT_NE(d.err.find("is already in the archive"), std::string::npos) << d.err;
+  // Failures: a missing archive, a missing member, a broken archive.
+  EXPECT_EQ(xum("vfs list " + (dir / "none.vfs").string()).err,
+            "File not found !\nFile: " + (dir / "none.vfs").string() + "\n");
+  EXPECT_EQ(xum("vfs cat " + archive + " nothing").code, 1);
+  std::ofstream(dir / "bad.vfs") << "VFX1234";
+  EXPECT_EQ(xum("vfs verify " + (dir / "bad.vfs").string()).code, 1);
+  EXPECT_EQ(xum("vfs create").code, 2);
+  fs::remove_all(dir);
+}

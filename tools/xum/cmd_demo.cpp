@@ -223,6 +223,7 @@ cli::command demo_command() {
     catalogue_section();
     exceptions_section(dir);
     streams_section(dir);
+    archive_section(dir);
     return cli::exit_ok;
   };
   return c;

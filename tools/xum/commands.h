@@ -14,6 +14,7 @@ cli::command date_command();
 cli::command demo_command();
 cli::command reg_command();
 cli::command struct_command();
+cli::command vfs_command();
 
 // The folder of bundled sample data: $XUM_SAMPLES, else the source tree's
 // samples/ when run from a build, else share/xum/samples of the install.

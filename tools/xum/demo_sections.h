@@ -11,6 +11,10 @@ namespace xum::tool {
 // iostream-adapted streams.
 void streams_section(const std::filesystem::path& samples);
 
+// Archives: the samples packed, listed and read back by name, also through
+// the file-stream fallback.
+void archive_section(const std::filesystem::path& samples);
+
 }  // namespace xum::tool
 
 #endif  // XUM_TOOLS_XUM_DEMO_SECTIONS_H

@@ -1,0 +1,227 @@
+#include "formats/xvirtual_file_sys.h"
+
+#include <algorithm>
+#include <climits>
+#include <vector>
+
+#include "core/xcatalogue.h"
+#include "core/xexception.h"
+#include "core/xfile_utils.h"
+#include "streams/xfile_stream.h"
+#include "streams/xmemory_stream.h"
+#include "streams/xresource_stream.h"
+#include "streams/xsection_stream.h"
+#include "streams/xxor_stream.h"
+
+namespace xum {
+
+namespace {
+
+constexpr int kVersion = 2;
+// A table entry takes at least a 4-byte name length and two 8-byte numbers.
+constexpr std::int64_t kMinEntryBytes = 20;
+// Copies go through the XOR stream in blocks of this size.
+constexpr int kCopyBlock = 1 << 20;
+
+std::string key_of(const xstr& name) { return std::string(xextract_file_name(name).lower_case().view()); }
+
+std::int64_t clamp_to_int64(std::uint64_t v) {
+  return v > static_cast<std::uint64_t>(INT64_MAX) ? INT64_MAX : static_cast<std::int64_t>(v);
+}
+
+}  // namespace
+
+xvirtual_file_sys::xvirtual_file_sys() = default;
+
+xvirtual_file_sys::~xvirtual_file_sys() {
+  // A destructor must not throw: an archive still being written is left
+  // without its table when that fails.
+  try {
+    close();
+  } catch (...) {
+  }
+}
+
+void xvirtual_file_sys::create(const xstr& path) {
+  close();
+  path_ = path;
+  bin_.open_file(path, xfile_create);
+  writing_ = true;
+  rw_header();
+}
+
+void xvirtual_file_sys::add_file(const xstr& file) {
+  if (!writing_) throw xexception(xexception::not_supported);
+  xfile_stream in(file, xfile_read);
+  // With an error hook that returns, a file that did not open is left out.
+  if (!in.is_open()) return;
+  add_stream(xextract_file_name(file), in);
+}
+
+void xvirtual_file_sys::add_stream(const xstr& name, xstream& data) {
+  if (!writing_) throw xexception(xexception::not_supported);
+  auto info = std::make_unique<file_info>();
+  info->name = name;
+  info->offset = static_cast<std::uint64_t>(bin_.get_position());
+  block_.resize(kCopyBlock);
+  std::uint64_t total = 0;
+  for (int n; (n = data.read(block_.data(), kCopyBlock)) > 0; total += static_cast<std::uint64_t>(n))
+    bin_.buffer(block_.data(), n);
+  info->size = total;
+  add_member(std::move(info));
+}
+
+void xvirtual_file_sys::add_member(std::unique_ptr<file_info> info) {
+  info->lower_name = info->name.lower_case();
+  index_.try_emplace(std::string(info->lower_name.view()), static_cast<int>(files_.size()));
+  files_.push_back(std::move(info));
+}
+
+void xvirtual_file_sys::close() {
+  if (writing_) {
+    writing_ = false;
+    rw_table();
+  }
+  bin_.close();
+  files_.clear();
+  index_.clear();
+}
+
+void xvirtual_file_sys::open(const xstr& path) {
+  close();
+  path_ = path;
+  bin_.open_stream(*get_base_stream(), xstream_read, true);
+  read();
+}
+
+void xvirtual_file_sys::read() {
+  try {
+    rw_header();
+    rw_table();
+  } catch (...) {
+    bin_.close();
+    files_.clear();
+    index_.clear();
+    throw;
+  }
+  bin_.close();
+  rebuild_index();
+}
+
+void xvirtual_file_sys::rebuild_index() {
+  index_.clear();
+  for (std::size_t i = 0; i < files_.size(); ++i) {
+    files_[i]->lower_name = files_[i]->name.lower_case();
+    index_.try_emplace(std::string(files_[i]->lower_name.view()), static_cast<int>(i));
+  }
+}
+
+void xvirtual_file_sys::rw_header() {
+  bin_.identifier("VFS");
+  bin_.set_version(kVersion);
+  bin_.start_encoding();
+  if (bin_.version() < 2) {
+    header_value_ = 100;  // version 1 had no header value
+    return;
+  }
+  std::int32_t value = header_value_;
+  bin_(value);
+  header_value_ = value;
+}
+
+void xvirtual_file_sys::rw_table() {
+  // The table travels as one block through the XOR stream: the entries are
+  // encoded in (or decoded from) memory, which keeps the per-field calls
+  // off the file.
+  if (!bin_.reading()) {
+    bin_.trailer();
+    xmemory_stream table;
+    {
+      xbin_format f(table, xstream_write, false);
+      rw_entries(f);
+    }
+    bin_.buffer(const_cast<unsigned char*>(table.data()), table.size());
+    return;
+  }
+  const std::int64_t position = bin_.trailer();
+  const std::int64_t bytes = bin_.get_size() - position;
+  if (position < 0 || bytes < 4 || bytes > INT_MAX) {
+    xerror(msg::eReadError.text + "\n" + bin_.stream()->description());
+    return;
+  }
+  std::vector<unsigned char> block(static_cast<std::size_t>(bytes));
+  bin_.buffer(block.data(), static_cast<int>(bytes));
+  xbuffer_stream view(block.data(), static_cast<int>(bytes));
+  xbin_format f(view, xstream_read, false);
+  rw_entries(f);
+}
+
+void xvirtual_file_sys::rw_entries(xbin_format& f) {
+  std::int32_t count = static_cast<std::int32_t>(files_.size());
+  f(count);
+  if (f.reading()) {
+    files_.clear();
+    if (count < 0 || count * kMinEntryBytes > f.get_size() - f.get_position()) {
+      xerror(msg::eReadError.text + "\n" + bin_.stream()->description());
+      return;
+    }
+    files_.reserve(static_cast<std::size_t>(count));
+    for (std::int32_t i = 0; i < count; ++i) files_.push_back(std::make_unique<file_info>());
+  }
+  for (auto& info : files_) {
+    f(info->name);
+    f(info->offset);
+    f(info->size);
+  }
+}
+
+int xvirtual_file_sys::find(const xstr& name) const {
+  const auto it = index_.find(key_of(name));
+  return it == index_.end() ? -1 : it->second;
+}
+
+bool xvirtual_file_sys::is_file_exists(const xstr& name) { return find(name) >= 0; }
+
+bool xvirtual_file_sys::file_by_ext(const xstr& ext, xstr& name) const {
+  const xstr wanted = ext.lower_case();
+  for (const auto& info : files_) {
+    if (xextract_file_ext(info->lower_name) == wanted) {
+      name = info->name;
+      return true;
+    }
+  }
+  return false;
+}
+
+xstream* xvirtual_file_sys::get_file_stream(const xstr& name) {
+  const int i = find(name);
+  return i < 0 ? nullptr : get_member_stream(i);
+}
+
+xstream* xvirtual_file_sys::get_member_stream(int index) {
+  if (index < 0 || index >= static_cast<int>(files_.size())) throw xexception(xexception::out_of_range);
+  const file_info& info = *files_[static_cast<std::size_t>(index)];
+  std::unique_ptr<xstream> base(get_base_stream());
+  // A member that a broken table places past the end of the archive is cut
+  // at the end (a stream over memory cannot even seek beyond it).
+  const std::int64_t end = base->get_size();
+  const std::int64_t offset = std::min(clamp_to_int64(info.offset), end);
+  const std::int64_t size = std::min(clamp_to_int64(info.size), end - offset);
+  auto scrambler = std::make_unique<xxor_stream>(*base, true);
+  base.release();
+  // The XOR stream keys by absolute position after a seek: the member
+  // descrambles exactly as it was written.
+  scrambler->seek(offset, xseek_begin);
+  auto member = std::make_unique<xsection_stream>(*scrambler, size, true);
+  scrambler.release();
+  return member.release();
+}
+
+xstream* xvirtual_file_sys::get_base_stream() { return new xfile_stream(path_, xfile_read); }
+
+xresource_file_sys::xresource_file_sys(xmodule module, int id, const char* type)
+    : module_(module), id_(id), type_(type) {}
+
+xstream* xresource_file_sys::get_base_stream() { return new xresource_stream(module_, id_, type_); }
+
+}  // namespace xum

@@ -1,0 +1,201 @@
+#include "formats/xvirtual_file_sys.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "core/xexceptions.h"
+#include "core/xfile_utils.h"
+#include "formats/xstruct_format.h"
+#include "streams/xfile_stream.h"
+
+namespace xum {
+namespace {
+
+namespace fs = std::filesystem;
+using bytes = std::vector<unsigned char>;
+
+constexpr unsigned char key[8] = {0x5c, 0x13, 0xa7, 0xe2, 0x09, 0xbd, 0x44, 0x6f};
+
+// The archive's bytes made plain by an independent rule: the header value
+// (bytes 7-10) is keyed from phase 0, everything after it by its absolute
+// position, as a reader that seeks sees it.
+bytes plain(bytes b) {
+  for (std::size_t i = 7; i < b.size(); ++i) b[i] ^= i < 11 ? key[(i - 7) % 8] : key[i % 8];
+  return b;
+}
+
+bytes le32(std::uint32_t v) { return {std::uint8_t(v), std::uint8_t(v >> 8), std::uint8_t(v >> 16), std::uint8_t(v >> 24)}; }
+bytes le64(std::uint64_t v) {
+  bytes b = le32(std::uint32_t(v));
+  const bytes h = le32(std::uint32_t(v >> 32));
+  b.insert(b.end(), h.begin(), h.end());
+  return b;
+}
+bytes operator+(bytes a, const bytes& b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+bytes text(const std::string& s) { return bytes(s.begin(), s.end()); }
+
+class XVirtualFileSys : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = fs::path(::testing::TempDir()) / ("xvfs_" + std::to_string(getpid()));
+    fs::create_directories(dir_ / "sub");
+  }
+  void TearDown() override {
+    xvirtual_fs_interface::set(nullptr);
+    fs::remove_all(dir_);
+  }
+  xstr path(const std::string& name) const { return xstr((dir_ / name).string().c_str()); }
+  void put(const std::string& name, const std::string& content) const {
+    std::ofstream(dir_ / name, std::ios::binary) << content;
+  }
+  bytes file(const std::string& name) const {
+    std::ifstream in(dir_ / name, std::ios::binary);
+    return bytes(std::istreambuf_iterator<char>(in), {});
+  }
+  static std::string read_all(xstream& s) {
+    std::string out;
+    char b[7];
+    for (int n; (n = s.read(b, sizeof b)) > 0;) out.append(b, std::size_t(n));
+    return out;
+  }
+  fs::path dir_;
+};
+
+TEST_F(XVirtualFileSys, ByteLayoutOfAnEmptyAndASmallArchive) {
+  xvirtual_file_sys a;
+  a.set_header_value(0x01020304);
+  a.create(path("empty.vfs"));
+  a.close();
+  EXPECT_EQ(plain(file("empty.vfs")), text("VFS") + le32(2) + le32(0x01020304) + le32(0) + le32(11));
+
+  put("sub/One.txt", "first");
+  put("two.bin", "");
+  a.create(path("small.vfs"));
+  a.add_file(path("sub/One.txt"));
+  a.add_file(path("two.bin"));
+  EXPECT_THROW(a.open(path("missing.vfs")), XException);  // closes first: the archive is complete
+  EXPECT_FALSE(a.writing());
+  const bytes want = text("VFS") + le32(2) + le32(0x01020304) + text("first") + le32(2) + le32(7) +
+                     text("One.txt") + le64(11) + le64(5) + le32(7) + text("two.bin") + le64(16) + le64(0) +
+                     le32(16);
+  EXPECT_EQ(plain(file("small.vfs")), want);
+
+  a.open(path("small.vfs"));
+  EXPECT_EQ(a.header_value(), 0x01020304);
+  ASSERT_EQ(a.files().size(), 2u);
+  EXPECT_EQ(a.files()[1]->offset, 16u);
+  a.open(path("empty.vfs"));
+  EXPECT_TRUE(a.files().empty());
+}
+
+TEST_F(XVirtualFileSys, LookupsIgnoreCaseAndDirectory) {
+  put("readme.txt", "read me");
+  put("Data.BIN", "0123456789");
+  put("sub/readme.txt", "a second readme");
+  put("empty.dat", "");
+  {
+    xvirtual_file_sys a;
+    a.create(path("a.vfs"));
+    for (const char* f : {"readme.txt", "Data.BIN", "sub/readme.txt", "empty.dat"}) a.add_file(path(f));
+  }
+  xvirtual_file_sys a;
+  a.open(path("a.vfs"));
+  EXPECT_TRUE(a.is_file_exists("Readme.TXT"));
+  EXPECT_TRUE(a.is_file_exists("docs\\readme.txt"));
+  EXPECT_FALSE(a.is_file_exists("readme"));
+  std::unique_ptr<xstream> s(a.get_file_stream("docs/README.txt"));
+  ASSERT_TRUE(s);
+  EXPECT_EQ(read_all(*s), "read me");  // the first of two equal names
+  EXPECT_EQ(a.get_file_stream("nothing.txt"), nullptr);
+  xstr name;
+  EXPECT_TRUE(a.file_by_ext(".bin", name));
+  EXPECT_EQ(name, "Data.BIN");  // as added
+  EXPECT_FALSE(a.file_by_ext(".png", name));
+  std::unique_ptr<xstream> empty(a.get_file_stream("EMPTY.DAT"));
+  char c;
+  EXPECT_EQ(empty->read(&c, 1), 0);
+
+  // Two member streams read alternately give their own bytes.
+  std::unique_ptr<xstream> x(a.get_file_stream("data.bin")), y(a.get_file_stream("data.bin"));
+  std::string from_x, from_y;
+  char b[3];
+  for (int i = 0; i < 4; ++i) {
+    from_x.append(b, std::size_t(x->read(b, 3)));
+    from_y.append(b, std::size_t(y->read(b, 2)));
+  }
+  EXPECT_EQ(from_x, "0123456789");
+  EXPECT_EQ(from_y, "01234567");
+  EXPECT_EQ(y->seek(-3, xseek_end), 7);
+  EXPECT_EQ(read_all(*y), "789");
+}
+
+TEST_F(XVirtualFileSys, VersionOneHasNoHeaderValueAndNewerVersionsAreRefused) {
+  // Version 1: no header value; the rest is keyed by absolute position.
+  bytes v1 = text("VFS") + le32(1) + text("hello") + le32(1) + le32(5) + text("a.txt") + le64(7) + le64(5) +
+             le32(12);
+  for (std::size_t i = 7; i < v1.size(); ++i) v1[i] ^= key[i % 8];
+  std::ofstream(dir_ / "v1.vfs", std::ios::binary).write(reinterpret_cast<const char*>(v1.data()), std::streamsize(v1.size()));
+  xvirtual_file_sys a;
+  a.open(path("v1.vfs"));
+  EXPECT_EQ(a.header_value(), 100);
+  std::unique_ptr<xstream> s(a.get_file_stream("A.TXT"));
+  EXPECT_EQ(read_all(*s), "hello");
+
+  put("v3.vfs", std::string("VFS\x03\x00\x00\x00", 7) + std::string(20, '\0'));
+  try {
+    a.open(path("v3.vfs"));
+    FAIL() << "a newer archive opened";
+  } catch (const XException& e) {
+    EXPECT_EQ(std::string(e.what()), "Unsupported format version ! Program update needed !\nFile: " +
+                                         (dir_ / "v3.vfs").string());
+  }
+  put("bad.vfs", "VFX");
+  EXPECT_THROW(a.open(path("bad.vfs")), XException);
+  EXPECT_TRUE(a.files().empty());
+}
+
+TEST_F(XVirtualFileSys, FileStreamsAndSettingsFallBackToTheArchive) {
+  put("layout.txt", "TSF\r\nTitle=From the archive\r\nWidth=640\r\n");
+  {
+    xvirtual_file_sys a;
+    a.create(path("app.vfs"));
+    a.add_file(path("layout.txt"));
+  }
+  fs::remove(dir_ / "layout.txt");
+  xvirtual_file_sys a;
+  a.open(path("app.vfs"));
+  xvirtual_fs_interface::set(&a);
+  EXPECT_TRUE(xfile_exists(path("layout.txt"), true));
+  EXPECT_FALSE(xfile_exists(path("layout.txt"), false));
+  xstruct_format f;
+  f.open_file(path("layout.txt"), xfile_read);  // not on disk: read from the archive
+  xstr title;
+  f.str("Title", title, "", false);
+  EXPECT_EQ(title, "From the archive");
+  // Writing never goes to the archive.
+  EXPECT_THROW(xfile_stream(path("missing/layout.txt"), xfile_write), XException);
+}
+
+TEST_F(XVirtualFileSys, ArchiveCompiledIntoTheProgram) {
+  // tests/formats/data/sample.vfs is embedded as resource "#40", type 10
+  // (see tests/CMakeLists.txt).
+  xresource_file_sys a(nullptr, 40, xrt_rcdata);
+  a.open("");
+  ASSERT_TRUE(a.is_file_exists("greeting.txt"));
+  std::unique_ptr<xstream> s(a.get_file_stream("greeting.txt"));
+  EXPECT_EQ(read_all(*s), "Hello from inside the program.\n");
+}
+
+}  // namespace
+}  // namespace xum
