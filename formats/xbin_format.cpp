@@ -13,10 +13,52 @@ namespace xum {
 
 xbin_format::xbin_format(xstream& s, xstream_mode m, bool owns) { open_stream(s, m, owns); }
 
-xbin_format::~xbin_format() { xbin_format::close(); }
+xbin_format::~xbin_format() {
+  try {
+    xbin_format::close();
+  } catch (...) {
+    // A destructor must not throw; callers who need the error call close().
+  }
+}
+
+void xbin_format::open_stream(xstream& s, xstream_mode m, bool owns) {
+  xformat::open_stream(s, m, owns);
+  pos_ = 0;
+  end_ = 0;
+}
 
 void xbin_format::close() {
-  if (stream_ != nullptr && !reading_ && trailer_position_ >= 0) {
+  // The reset below runs whether or not the closing writes succeed.
+  struct reset {
+    xbin_format& f;
+    ~reset() {
+      f.trailer_position_ = -1;
+      f.pos_ = 0;
+      f.end_ = 0;
+      f.plain_ = nullptr;
+      f.plain_owned_ = false;
+      f.xformat::close();
+    }
+  } guard{*this};
+  if (stream_ == nullptr) return;
+  if (reading_) {
+    // A stream that outlives the format is left after the last field read.
+    // When the format made an XOR stream, that one goes now: the bytes are
+    // given back to the plain stream beneath it, which it alone would not
+    // have moved further.
+    const int unread = end_ - pos_;
+    pos_ = end_ = 0;
+    if (unread > 0) {
+      if (plain_ != nullptr) {
+        if (!plain_owned_) plain_->seek(-unread, xseek_current);
+      } else if (!owns_stream_) {
+        stream_->seek(-unread, xseek_current);
+      }
+    }
+    return;
+  }
+  flush();
+  if (trailer_position_ >= 0) {
     unsigned char bytes[12] = {};
     const std::int64_t pos = trailer_position_;
     trailer_position_ = -1;
@@ -28,45 +70,130 @@ void xbin_format::close() {
       stream_->write_buffer(bytes, 12);
     }
   }
-  trailer_position_ = -1;
-  xformat::close();
 }
 
 void xbin_format::read_error() { xerror(msg::eReadError.text + "\n" + stream_description()); }
 
+int xbin_format::drop_block() {
+  if (!reading_) {
+    if (pos_ > 0) {
+      const int n = pos_;
+      pos_ = 0;
+      stream_->write_buffer(block_.get(), n);
+    }
+    return 0;
+  }
+  const int unread = end_ - pos_;
+  pos_ = end_ = 0;
+  return unread;
+}
+
+void xbin_format::flush() {
+  if (stream_ == nullptr) return;
+  if (const int unread = drop_block(); unread > 0) stream_->seek(-unread, xseek_current);
+}
+
+void xbin_format::refill() {
+  if (!block_) block_ = std::make_unique_for_overwrite<unsigned char[]>(block_size);
+  const int unread = end_ - pos_;
+  if (unread > 0 && pos_ > 0) std::memmove(block_.get(), block_.get() + pos_, static_cast<std::size_t>(unread));
+  pos_ = 0;
+  end_ = unread;
+  while (end_ < block_size) {
+    const int got = stream_->read(block_.get() + end_, block_size - end_);
+    if (got <= 0) break;
+    end_ += got;
+  }
+}
+
+void xbin_format::buffer_slow(void* p, int n) {
+  if (stream_ == nullptr) throw xexception(xexception::not_supported);
+  if (n <= 0) return;
+  auto* bytes = static_cast<unsigned char*>(p);
+  if (!reading_) {
+    if (pos_ > 0) drop_block();
+    if (n >= block_size / 2) {  // large blocks go straight to the stream
+      stream_->write_buffer(bytes, n);
+      return;
+    }
+    if (!block_) block_ = std::make_unique_for_overwrite<unsigned char[]>(block_size);
+    end_ = block_size;
+    std::memcpy(block_.get(), bytes, static_cast<std::size_t>(n));
+    pos_ = n;
+    return;
+  }
+  if (n >= block_size / 2) {
+    // Large reads: what is read ahead, then the rest straight from the
+    // stream, which reports a short read itself.
+    const int unread = end_ - pos_;
+    std::memcpy(bytes, block_.get() + pos_, static_cast<std::size_t>(unread));
+    pos_ = end_ = 0;
+    stream_->read_buffer(bytes + unread, n - unread);
+    return;
+  }
+  refill();
+  if (end_ < n) {
+    // The stream ended: hand over what there is, as read_buffer does.
+    std::memcpy(bytes, block_.get(), static_cast<std::size_t>(end_));
+    pos_ = end_;
+    read_error();
+    return;
+  }
+  std::memcpy(bytes, block_.get(), static_cast<std::size_t>(n));
+  pos_ = n;
+}
+
 bool xbin_format::remaining_at_least(std::int64_t n) {
-  if (n <= 0) return true;
-  if (n <= get_size() - get_position()) return true;
+  if (n <= 0 || end_ - pos_ >= n) return true;
+  if (n <= block_size) {
+    // A full block settles it: what does not fit now is not in the stream.
+    refill();
+    if (end_ - pos_ >= n) return true;
+  } else {
+    // Asked where a seek does not disturb the scrambling phase.
+    xstream& s = plain_ != nullptr ? *plain_ : *stream_;
+    const std::int64_t here = s.seek(0, xseek_current);
+    const std::int64_t size = s.seek(0, xseek_end);
+    s.seek(here, xseek_begin);
+    if (size - here + (end_ - pos_) >= n) return true;
+  }
   read_error();
   return false;
 }
 
-void xbin_format::buffer(void* p, int n) {
-  if (stream_ == nullptr) throw xexception(xexception::not_supported);
-  if (reading_)
-    stream_->read_buffer(p, n);
-  else
-    stream_->write_buffer(p, n);
+void xbin_format::assign(xstr& s, const unsigned char* p, int n) {
+  if (s.length() == n && s.use_count() == 1) {
+    // The block is this string's alone and heap memory: overwriting it in
+    // place saves an allocation per string when records are read again
+    // into the same variables.
+    std::memcpy(const_cast<char*>(s.get_text()), p, static_cast<std::size_t>(n));
+    return;
+  }
+  s = xstr(std::string_view(reinterpret_cast<const char*>(p), static_cast<std::size_t>(n)));
 }
 
 void xbin_format::short_str(xstr& s) {
   if (reading_) {
     std::uint8_t n = 0;
-    buffer(&n, 1);
+    number(n);
     if (n == 0) {
       s.clear();
       return;
     }
-    char bytes[255];
-    std::memset(bytes, 0, n);
-    buffer(bytes, n);
-    s = xstr(std::string_view(bytes, n));
+    if (end_ - pos_ >= n) {
+      assign(s, block_.get() + pos_, n);
+      pos_ += n;
+      return;
+    }
+    unsigned char bytes[255] = {};
+    buffer_slow(bytes, n);
+    assign(s, bytes, n);
     return;
   }
   if (s.length() > 255) throw xexception(xexception::out_of_range);
   std::uint8_t n = static_cast<std::uint8_t>(s.length());
-  buffer(&n, 1);
-  if (n) buffer(const_cast<char*>(s.get_text()), n);
+  number(n);
+  buffer(const_cast<char*>(s.get_text()), n);
 }
 
 void xbin_format::operator()(xstr& s) {
@@ -85,14 +212,19 @@ void xbin_format::operator()(xstr& s) {
       s.clear();
       return;
     }
+    if (end_ - pos_ >= n) {
+      assign(s, block_.get() + pos_, n);
+      pos_ += n;
+      return;
+    }
     std::string bytes(static_cast<std::size_t>(n), '\0');
-    buffer(bytes.data(), n);
+    buffer_slow(bytes.data(), n);
     s = xstr(std::string_view(bytes));
     return;
   }
   std::int32_t n = s.length();
   number(n);
-  if (n) buffer(const_cast<char*>(s.get_text()), n);
+  buffer(const_cast<char*>(s.get_text()), n);
 }
 
 xstr xbin_format::str_prop(const xstr& s) {
@@ -106,30 +238,6 @@ xstr xbin_format::short_str_prop(const xstr& s) {
   short_str(copy);
   return copy;
 }
-
-template <class T>
-void xbin_format::number(T& v) {
-  unsigned char bytes[sizeof(T)];
-  if (reading_) {
-    std::memset(bytes, 0, sizeof bytes);
-    buffer(bytes, sizeof bytes);
-    v = le::load<T>(bytes);
-  } else {
-    le::store<T>(bytes, v);
-    buffer(bytes, sizeof bytes);
-  }
-}
-
-void xbin_format::operator()(std::int8_t& v) { number(v); }
-void xbin_format::operator()(std::uint8_t& v) { number(v); }
-void xbin_format::operator()(std::int16_t& v) { number(v); }
-void xbin_format::operator()(std::uint16_t& v) { number(v); }
-void xbin_format::operator()(std::int32_t& v) { number(v); }
-void xbin_format::operator()(std::uint32_t& v) { number(v); }
-void xbin_format::operator()(std::int64_t& v) { number(v); }
-void xbin_format::operator()(std::uint64_t& v) { number(v); }
-void xbin_format::operator()(float& v) { number(v); }
-void xbin_format::operator()(double& v) { number(v); }
 
 void xbin_format::operator()(bool& v) {
   std::uint8_t b = v ? 1 : 0;
@@ -184,10 +292,7 @@ void xbin_format::set_version(int v) {
   if (v < version_) xerror(msg::eNewerVersion.text + "\n" + stream_description());
 }
 
-std::int64_t xbin_format::get_position() {
-  if (stream_ == nullptr) throw xexception(xexception::not_supported);
-  return stream_->seek(0, xseek_current);
-}
+std::int64_t xbin_format::get_position() { return seek(0, xseek_current); }
 
 std::int64_t xbin_format::get_size() {
   const std::int64_t pos = get_position();
@@ -200,6 +305,10 @@ void xbin_format::set_position(std::int64_t pos) { seek(pos, xseek_begin); }
 
 std::int64_t xbin_format::seek(std::int64_t offset, xseek_origin origin) {
   if (stream_ == nullptr) throw xexception(xexception::not_supported);
+  // The bytes read ahead are given back in the same seek: the stream sees
+  // exactly the one seek an unbuffered format would make.
+  const int unread = drop_block();
+  if (origin == xseek_current) offset -= unread;
   return stream_->seek(offset, origin);
 }
 
@@ -220,8 +329,8 @@ std::int64_t xbin_format::trailer() {
   // A zero last word marks the long form; the short form is sign-extended.
   const std::int64_t pos = last != 0 ? std::int64_t{static_cast<std::int32_t>(last)}
                                      : static_cast<std::int64_t>(le::load<std::uint64_t>(bytes));
-  // A position outside the data is broken data, reported as such rather
-  // than left to the stream (a memory stream cannot seek past its end).
+  // A position outside the file is a damaged file, not a caller's mistake:
+  // it is reported rather than handed to a stream that may refuse it.
   if (pos < 0 || pos > size) {
     read_error();
     return -1;
@@ -231,9 +340,16 @@ std::int64_t xbin_format::trailer() {
 
 void xbin_format::start_encoding() {
   if (stream_ == nullptr) throw xexception(xexception::not_supported);
+  // The plain stream must stand after the last field before the XOR stream
+  // takes it over, since that one starts its phase there.
+  flush();
   auto* scrambler = new xxor_stream(*stream_, owns_stream_);
   // The XOR stream now owns the inner stream (when the format did); the
   // format owns the XOR stream.
+  if (plain_ == nullptr) {
+    plain_ = stream_;
+    plain_owned_ = owns_stream_;
+  }
   stream_ = scrambler;
   owns_stream_ = true;
 }

@@ -142,6 +142,7 @@ void xstruct_format::close() {
       f.stack_.clear();
       f.cursor_ = cursor{&f.root_, 0, 0};
       f.missing_ = 0;
+      f.binary_ = false;
       if (f.clear_on_close_) {
         f.labels_.reset();
         f.label_index_.clear();
@@ -279,16 +280,46 @@ int xstruct_format::key_code(const xstr& key, bool advance) {
   return code_by_label(key);
 }
 
+namespace {
+
+// The stored value as the property's type; conversion failures are thrown
+// as xvalue_conversion_error.
+template <class T>
+T converted(const xstruct_value& v) {
+  if constexpr (std::is_same_v<T, xstr>)
+    return v.text();
+  else if constexpr (std::is_same_v<T, std::int64_t>)
+    return v.as_int64();
+  else
+    return static_cast<T>(v.as_double());
+}
+
+// A new value of the storage kind S.
+template <class S, class T>
+xstruct_value stored(int code, const T& value) {
+  if constexpr (std::is_same_v<S, xstr>)
+    return xstruct_value(code, value);
+  else if constexpr (std::is_same_v<S, std::int64_t>)
+    return xstruct_value::int64(code, value);
+  else
+    return xstruct_value::real64(code, static_cast<double>(value));
+}
+
+}  // namespace
+
 template <class T, class S>
 T xstruct_format::prop(const xstr& key, const T& value, const T& def, bool always) {
-  static_assert(std::is_same_v<T, xstr> && std::is_same_v<S, xstr>, "text properties only");
   const xstr k = key.trim();
   if (reading_) {
     const int code = key_code(k, false);
     if (missing_ == 0) {
       if (const xstruct_value* v = cursor_.section->find_value(code)) {
         if (k.empty()) ++cursor_.anonymous_values;
-        return v->text();
+        try {
+          return converted<T>(*v);
+        } catch (const xvalue_conversion_error& e) {
+          xerror(e.entry->text + label_by_code(code));
+        }
       }
     }
     return def;
@@ -296,11 +327,15 @@ T xstruct_format::prop(const xstr& key, const T& value, const T& def, bool alway
   if (!k.empty() && !always && value == def) return value;
   const int code = key_code(k, true);
   if (cursor_.section->find_value_index(code) >= 0) xerror(msg::eDupKey.text + label_by_code(code));
-  cursor_.section->add_value(xstruct_value(code, value));
+  cursor_.section->add_value(stored<S>(code, value));
   return value;
 }
 
 template XUM_API xstr xstruct_format::prop<xstr, xstr>(const xstr&, const xstr&, const xstr&, bool);
+template XUM_API std::int64_t xstruct_format::prop<std::int64_t, std::int64_t>(const xstr&, const std::int64_t&,
+                                                                              const std::int64_t&, bool);
+template XUM_API float xstruct_format::prop<float, double>(const xstr&, const float&, const float&, bool);
+template XUM_API double xstruct_format::prop<double, double>(const xstr&, const double&, const double&, bool);
 
 void xstruct_format::str(const xstr& key, xstr& value, const xstr& def, bool always) {
   value = prop<xstr, xstr>(key, value, def, always);
@@ -308,6 +343,50 @@ void xstruct_format::str(const xstr& key, xstr& value, const xstr& def, bool alw
 
 xstr xstruct_format::str_prop(const xstr& key, const xstr& value, const xstr& def, bool always) {
   return prop<xstr, xstr>(key, value, def, always);
+}
+
+std::int64_t xstruct_format::prop_int64(const xstr& key, std::int64_t value, std::int64_t def, bool always) {
+  return prop<std::int64_t, std::int64_t>(key, value, def, always);
+}
+
+void xstruct_format::real(const xstr& key, float& value, double def, bool always) {
+  value = real_prop(key, value, def, always);
+}
+
+float xstruct_format::real_prop(const xstr& key, float value, double def, bool always) {
+  return prop<float, double>(key, value, static_cast<float>(def), always);
+}
+
+void xstruct_format::real(const xstr& key, double& value, double def, bool always) {
+  value = prop<double, double>(key, value, def, always);
+}
+
+double xstruct_format::real_prop(const xstr& key, double value, double def, bool always) {
+  return prop<double, double>(key, value, def, always);
+}
+
+void xstruct_format::file_name(const xstr& key, xstr& path) {
+  if (!reading_) {
+    xstr relative = xextract_relative_path(base_dir_, path);
+    str(key, relative, "", false);
+    return;
+  }
+  xstr name;
+  str(key, name, "", false);
+  if (name.empty()) {
+    path = xstr();
+    return;
+  }
+  path = xexpand_relative_path(base_dir_, name);
+  // The disk alone decides, as a plain existence check would.
+  if (xfile_exists(path, false)) return;
+  for (int i = 0; i < search_paths_.size(); ++i) {
+    const xstr candidate = xexpand_relative_path(search_paths_[i], name);
+    if (xfile_exists(candidate, false)) {
+      path = candidate;
+      return;
+    }
+  }
 }
 
 void xstruct_format::assign_str(const xstr& key, const xstr& value) {
@@ -335,8 +414,7 @@ void xstruct_format::load_contents() {
   const int n = stream_->read(head, 3);
   const std::string_view signature(head, n > 0 ? static_cast<std::size_t>(n) : 0);
   if (signature == binary_signature) {
-    // The binary form has its own reader, which this build does not have.
-    xerror(msg::eInvalidFormat.text + "\n" + stream_description());
+    read_binary();
     return;
   }
   // The tokenizer reads in mode 1 whatever the format's mode: in any other
@@ -385,7 +463,12 @@ void xstruct_format::parse_text(xtext_format& text) {
   }
 }
 
-void xstruct_format::save_contents() { write_text(); }
+void xstruct_format::save_contents() {
+  if (binary_)
+    write_binary();
+  else
+    write_text();
+}
 
 void xstruct_format::write_text() {
   block_writer out(*stream_);

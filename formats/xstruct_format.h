@@ -36,8 +36,21 @@
 //     > (#0)
 //   > (Panel)
 // Limits: none on depth, line length or count (the loader does not recurse).
-// A file starting with "BSF" is the binary form, which this build does not
-// read yet: it is reported as "Invalid data format !".
+//
+// Binary form (set_binary(true) before the closing save), little-endian:
+//   "BSF", identifier (1-byte length + bytes), label count (32 bits) and
+//   each label (1-byte length + bytes), then the root's body:
+//   body     := nvalues:16 (code:16 kind payload)* nchildren:16 (code:16 body)*
+//   kind     := 0 | 1 (the integers 0 and 1) | 2, 3, 5, 9 (integer of 1, 2,
+//               4, 8 bytes; +16 when negative, the magnitude follows) |
+//               4 float | 8 double | 10 x87 extended | 6 empty text |
+//               7 text (1-byte length + bytes)
+// Counts and codes are stored as their low 16 bits and read sign-extended.
+// A text of 256 bytes or more is written as a 32-bit length and the bytes
+// with no kind byte, while the reader takes such a text after kind 11; so a
+// long text does not read back, which is how files of this form have always
+// been. Unknown kinds make no value and consume nothing. A code that names
+// no label is reported as "Invalid data format !" and ends the load.
 //
 // Errors go through xerror with catalogue texts: "Key without value ! Key: "
 // and "Value without key ! Value: " (each with the line and the stream
@@ -60,6 +73,7 @@
 
 namespace xum {
 
+class xbin_format;
 class xtext_format;
 
 class XUM_API xstruct_format : public xformat {
@@ -125,14 +139,37 @@ class XUM_API xstruct_format : public xformat {
   xstr label_by_code(int code) const;
   int label_count() const noexcept { return labels_.size(); }
 
-  // The text property: reading returns the stored text or `def`; writing
-  // stores `value` (unless it equals `def` and `always` is false) and
-  // returns it. An empty key is the next anonymous value. Writing a key
+  // The property calls. Reading: the stored value converted to the call's
+  // type, or `def` when the key is absent (or inside a missing section); a
+  // stored text that is no number reports "Integer number expected ! Key: "
+  // or "Number expected ! Key: " + key and gives `def`. Writing: stores
+  // `value` as a value of the storage kind S and returns it; a named key
+  // whose value equals `def` is skipped unless `always` is set. An empty key
+  // is the next anonymous value, which is always stored. Writing a key
   // twice in a section reports "Key duplication ! Key: " + key.
+  // Instances: T/S = xstr/xstr, std::int64_t/std::int64_t, float/double and
+  // double/double.
   template <class T, class S>
   T prop(const xstr& key, const T& value, const T& def, bool always);
   void str(const xstr& key, xstr& value, const xstr& def, bool always);
   xstr str_prop(const xstr& key, const xstr& value, const xstr& def, bool always);
+  std::int64_t prop_int64(const xstr& key, std::int64_t value, std::int64_t def, bool always);
+  // Reals are stored as doubles whatever the caller's width.
+  void real(const xstr& key, float& value, double def, bool always);
+  float real_prop(const xstr& key, float value, double def, bool always);
+  void real(const xstr& key, double& value, double def, bool always);
+  double real_prop(const xstr& key, double value, double def, bool always);
+  // A file name kept relative to the base directory. Writing stores `path`
+  // relative to it (an empty default). Reading expands the stored name
+  // against the base directory; when no file exists there, against each
+  // search path in turn, taking the first that exists; when none does, the
+  // expansion against the base directory. An absent or empty name gives "".
+  void file_name(const xstr& key, xstr& path);
+
+  // Whether the closing save writes the binary form ("BSF") instead of the
+  // text form. Every close clears it: set it after opening for writing.
+  void set_binary(bool binary) noexcept { binary_ = binary; }
+  bool binary() const noexcept { return binary_; }
 
   // Editing: stores `value` as text under `key` (trimmed, not empty) in the
   // current section, replacing a value stored there, in either direction.
@@ -162,6 +199,9 @@ class XUM_API xstruct_format : public xformat {
   int key_code(const xstr& key, bool advance);
   void parse_text(xtext_format& text);
   void write_text();
+  // The binary form after its signature, and the whole binary form.
+  void read_binary();
+  void write_binary();
 
   xvector<xstr> labels_;
   xhash_table_impl label_index_;
@@ -178,6 +218,7 @@ class XUM_API xstruct_format : public xformat {
   xstr base_dir_;
   xvector<xstr> search_paths_;
   bool clear_on_close_ = false;
+  bool binary_ = false;
 };
 
 }  // namespace xum

@@ -1,19 +1,165 @@
 #include "formats/xstruct_tree.h"
 
+#include <cmath>
 #include <cstdio>
+#include <limits>
 #include <utility>
 
 #include "core/xcatalogue.h"
+#include "core/xle.h"
 
 namespace xum {
 
+static_assert(sizeof(xstruct_value) == 16, "values stay small: sections hold them inline");
+
+namespace {
+
+// Truncates toward zero, saturating at the ends of the 64-bit range; NaN
+// gives 0. A plain cast would be undefined outside the range.
+template <class R>
+std::int64_t truncate(R r) noexcept {
+  if (std::isnan(r)) return 0;
+  if (r >= static_cast<R>(9223372036854775808.0L)) return std::numeric_limits<std::int64_t>::max();
+  if (r < static_cast<R>(-9223372036854775808.0L)) return std::numeric_limits<std::int64_t>::min();
+  return static_cast<std::int64_t>(r);
+}
+
+}  // namespace
+
+xstruct_value xstruct_value::int64(int code, std::int64_t v) noexcept {
+  xstruct_value r(code, xvalue_kind::int64);
+  r.int_ = v;
+  return r;
+}
+
+xstruct_value xstruct_value::float32(int code, float v) noexcept {
+  xstruct_value r(code, xvalue_kind::float32);
+  r.float_ = v;
+  return r;
+}
+
+xstruct_value xstruct_value::real64(int code, double v) noexcept {
+  xstruct_value r(code, xvalue_kind::real64);
+  r.double_ = v;
+  return r;
+}
+
+xstruct_value xstruct_value::extended(int code, const unsigned char* bytes) noexcept {
+  xstruct_value r(code, xvalue_kind::extended);
+  r.mantissa_ = le::load<std::uint64_t>(bytes);
+  r.extended_top_ = le::load<std::uint16_t>(bytes + 8);
+  return r;
+}
+
+void xstruct_value::extended_bytes(unsigned char* out) const noexcept {
+  le::store<std::uint64_t>(out, mantissa_);
+  le::store<std::uint16_t>(out + 8, extended_top_);
+}
+
+void xstruct_value::copy_payload(const xstruct_value& other) noexcept {
+  code_ = other.code_;
+  kind_ = other.kind_;
+  extended_top_ = other.extended_top_;
+  if (kind_ == xvalue_kind::text)
+    new (&text_) xstr(other.text_);
+  else
+    int_ = other.int_;  // the 8 bytes of any numeric kind
+}
+
+xstruct_value::xstruct_value(const xstruct_value& other) noexcept { copy_payload(other); }
+
+xstruct_value::xstruct_value(xstruct_value&& other) noexcept
+    : code_(other.code_), kind_(other.kind_), extended_top_(other.extended_top_) {
+  if (kind_ == xvalue_kind::text)
+    new (&text_) xstr(std::move(other.text_));
+  else
+    int_ = other.int_;
+}
+
+xstruct_value& xstruct_value::operator=(const xstruct_value& other) noexcept {
+  if (this != &other) {
+    this->~xstruct_value();
+    copy_payload(other);
+  }
+  return *this;
+}
+
+xstruct_value& xstruct_value::operator=(xstruct_value&& other) noexcept {
+  if (this != &other) {
+    this->~xstruct_value();
+    new (this) xstruct_value(std::move(other));
+  }
+  return *this;
+}
+
+long double xstruct_value::extended_value() const noexcept {
+  // Decoded from its fields rather than reinterpreted, so the result does
+  // not depend on the host's long double.
+  const bool negative = (extended_top_ & 0x8000u) != 0;
+  const int exponent = extended_top_ & 0x7FFF;
+  long double r;
+  if (exponent == 0x7FFF) {
+    r = (mantissa_ << 1) == 0 ? std::numeric_limits<long double>::infinity()
+                              : std::numeric_limits<long double>::quiet_NaN();
+  } else {
+    // The integer bit is explicit; exponent 0 scales like exponent 1.
+    r = std::ldexp(static_cast<long double>(mantissa_), (exponent == 0 ? 1 : exponent) - 16383 - 63);
+  }
+  return negative ? -r : r;
+}
+
+xstr xstruct_value::text() const {
+  xstr r;
+  switch (kind_) {
+    case xvalue_kind::text:
+      return text_;
+    case xvalue_kind::int64:
+      r.printf("%Li", static_cast<long long>(int_));
+      break;
+    case xvalue_kind::float32:
+      r.printf("%f", static_cast<double>(float_));
+      break;
+    case xvalue_kind::real64:
+      r.printf("%lf", double_);
+      break;
+    case xvalue_kind::extended:
+      r.printf("%Lf", extended_value());
+      break;
+  }
+  return r;
+}
+
 std::int64_t xstruct_value::as_int64() const {
+  switch (kind_) {
+    case xvalue_kind::int64:
+      return int_;
+    case xvalue_kind::float32:
+      return truncate(float_);
+    case xvalue_kind::real64:
+      return truncate(double_);
+    case xvalue_kind::extended:
+      return truncate(extended_value());
+    case xvalue_kind::text:
+      break;
+  }
   long long v = 0;
   if (std::sscanf(text_.get_text(), "%Li", &v) != 1) throw xvalue_conversion_error{&msg::eNonInteger};
   return v;
 }
 
 double xstruct_value::as_double() const {
+  switch (kind_) {
+    case xvalue_kind::int64:
+      return static_cast<double>(int_);
+    case xvalue_kind::float32:
+      return float_;
+    case xvalue_kind::real64:
+      return double_;
+    case xvalue_kind::extended:
+      return static_cast<double>(extended_value());
+    case xvalue_kind::text:
+      break;
+  }
   double v = 0;
   if (std::sscanf(text_.get_text(), "%lf", &v) != 1) throw xvalue_conversion_error{&msg::eNonNumber};
   return v;

@@ -17,6 +17,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string_view>
 #include <vector>
 
@@ -35,35 +36,78 @@ struct xvalue_conversion_error {
   const xloc_str* entry;
 };
 
-// The kind of a stored value; the binary form stores it as the kind byte.
-enum class xvalue_kind { text, int64, float32, real64, extended };
+// The kind of a stored value. Text comes from the text form and from text
+// properties; the numeric kinds from the typed properties and the binary
+// form. `extended` is an 80-bit x87 real, which only the binary form holds.
+enum class xvalue_kind : std::uint8_t { text, int64, float32, real64, extended };
 
 // A stored value: its code and a payload of one of the kinds. Values are
 // one tagged type rather than a class per kind, so that they live inline in
 // their section's array: loading then allocates only the texts, which halves
-// the allocations of a load.
+// the allocations of a load. The payload shares 8 bytes between the kinds;
+// an extended real keeps its mantissa there and its sign and exponent in
+// the bytes that would otherwise pad the code and kind, so every value is
+// 16 bytes.
 class XUM_API xstruct_value {
  public:
   // A text value.
-  xstruct_value(int code, xstr text) noexcept : code_(code), kind_(xvalue_kind::text), text_(std::move(text)) {}
+  xstruct_value(int code, xstr text) noexcept : code_(code), kind_(xvalue_kind::text) {
+    new (&text_) xstr(std::move(text));
+  }
+  // Numeric values of each kind.
+  static xstruct_value int64(int code, std::int64_t v) noexcept;
+  static xstruct_value float32(int code, float v) noexcept;
+  static xstruct_value real64(int code, double v) noexcept;
+  // An extended real from its 10 little-endian bytes as the x87 stores them.
+  static xstruct_value extended(int code, const unsigned char* bytes) noexcept;
 
-  // The value as text: what the text form writes after "=".
-  xstr text() const { return text_; }
-  // The text of a text value without a copy, valid while the value lives.
-  std::string_view text_view() const noexcept { return text_.view(); }
-  // The value as a 64-bit integer: a text is read with sscanf "%Li" and
-  // throws xvalue_conversion_error with "eNonInteger" when it is none.
+  xstruct_value(const xstruct_value& other) noexcept;
+  xstruct_value(xstruct_value&& other) noexcept;
+  xstruct_value& operator=(const xstruct_value& other) noexcept;
+  xstruct_value& operator=(xstruct_value&& other) noexcept;
+  ~xstruct_value() {
+    if (kind_ == xvalue_kind::text) text_.~xstr();
+  }
+
+  // The value as text: what the text form writes after "=". Numbers use
+  // "%Li" (integer), "%f" (float, widened), "%lf" (double), "%Lf" (extended).
+  xstr text() const;
+  // The text of a text value without a copy, valid while the value lives;
+  // empty for the numeric kinds.
+  std::string_view text_view() const noexcept {
+    return kind_ == xvalue_kind::text ? text_.view() : std::string_view();
+  }
+  // The value as a 64-bit integer: reals are truncated (saturating at the
+  // range's ends; NaN gives 0); a text is read with sscanf "%Li" and throws
+  // xvalue_conversion_error with "eNonInteger" when it is none.
   std::int64_t as_int64() const;
   // The value as a double: a text is read with sscanf "%lf" and throws
   // xvalue_conversion_error with "eNonNumber" when it is none.
   double as_double() const;
+  // The payload of each numeric kind; only meaningful for that kind.
+  std::int64_t int64_payload() const noexcept { return int_; }
+  float float_payload() const noexcept { return float_; }
+  double double_payload() const noexcept { return double_; }
+  // The 10 bytes of an extended real.
+  void extended_bytes(unsigned char* out) const noexcept;
   xvalue_kind kind() const noexcept { return kind_; }
   int code() const noexcept { return code_; }
 
  private:
+  xstruct_value(int code, xvalue_kind kind) noexcept : code_(code), kind_(kind), int_(0) {}
+  void copy_payload(const xstruct_value& other) noexcept;
+  long double extended_value() const noexcept;
+
   int code_;
   xvalue_kind kind_;
-  xstr text_;  // the payload of text values
+  std::uint16_t extended_top_ = 0;  // sign and exponent of an extended real
+  union {
+    xstr text_;
+    std::int64_t int_;
+    float float_;
+    double double_;
+    std::uint64_t mantissa_;  // of an extended real
+  };
 };
 
 class XUM_API xstruct_section {

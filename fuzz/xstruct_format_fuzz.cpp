@@ -1,10 +1,11 @@
-// Loads arbitrary bytes as a structured property file. Reports go through a
+// Loads arbitrary bytes as a structured property file in the text form. Reports go through a
 // hook that returns, so loading goes on past bad lines as the format allows.
 // A loaded tree is saved in the text form, loaded and saved again: the
 // second text must equal the first (the writer's output is a fixed point of
 // load and save). A crash, a hang or any exception is a finding.
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "core/xstr.h"
@@ -39,6 +40,9 @@ std::string load_and_save(const char* data, int size, bool write) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   xum::xerror_handler = [](const xum::xstr&) {};
+  // "BSF" starts the binary form, whose labels and texts may hold what the
+  // text form cannot carry; xstruct_binary_fuzz covers it.
+  if (size >= 3 && std::memcmp(data, "BSF", 3) == 0) return 0;
   const char* text = reinterpret_cast<const char*>(data);
   // Indentation makes the text of a deep tree quadratic in its depth; deep
   // inputs are only loaded.

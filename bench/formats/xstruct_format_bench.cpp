@@ -17,6 +17,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
@@ -241,6 +242,65 @@ void BM_Save<Boost>(benchmark::State& state) {
 BENCHMARK(BM_Load<Boost>)->Arg(top_sections)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Save<Boost>)->Arg(top_sections)->Unit(benchmark::kMillisecond)->UseRealTime();
 #endif
+
+// The same settings in the binary form against the text form: the rows
+// BM_FormLoad and BM_FormSave put the text form in the peer column and the
+// binary form in the xum column, so their ratio is text time / binary time.
+struct Text {};
+
+// The settings saved in the binary form.
+const std::string& binary_settings() {
+  static const std::string bytes = [] {
+    const std::string& text = data().text;
+    xum::xstruct_format f;
+    xum::xbuffer_stream in(text.data(), static_cast<int>(text.size()));
+    f.open_stream(in, xum::xstream_read, false);
+    xum::xmemory_stream out;
+    f.save_to_stream(out);
+    f.set_binary(true);
+    f.close();
+    return std::string(reinterpret_cast<const char*>(out.data()), static_cast<std::size_t>(out.size()));
+  }();
+  return bytes;
+}
+
+template <class Side>
+void BM_FormLoad(benchmark::State& state) {
+  const std::string& bytes = std::is_same_v<Side, Text> ? data().text : binary_settings();
+  for (auto _ : state) {
+    xum::xstruct_format f;
+    xum::xbuffer_stream in(bytes.data(), static_cast<int>(bytes.size()));
+    f.open_stream(in, xum::xstream_read, false);
+    benchmark::DoNotOptimize(f.root().child_count());
+    state.PauseTiming();
+    f.close();
+    state.ResumeTiming();
+  }
+  set_rates(state, bytes.size());
+}
+
+template <class Side>
+void BM_FormSave(benchmark::State& state) {
+  const std::string& bytes = binary_settings();
+  xum::xstruct_format f;
+  xum::xmemory_stream out;
+  xum::xbuffer_stream in(bytes.data(), static_cast<int>(bytes.size()));
+  f.open_stream(in, xum::xstream_read, false);
+  f.save_to_stream(out);
+  for (auto _ : state) {
+    out.set_size(0);
+    f.set_binary(!std::is_same_v<Side, Text>);
+    f.save_contents();
+  }
+  set_rates(state, static_cast<std::size_t>(out.size()));
+  f.set_binary(false);
+  out.set_size(0);
+}
+
+BENCHMARK(BM_FormLoad<Text>)->Arg(top_sections)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_FormLoad<Xum>)->Arg(top_sections)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_FormSave<Text>)->Arg(top_sections)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_FormSave<Xum>)->Arg(top_sections)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 BENCHMARK(BM_Load<Xum>)->Arg(top_sections)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Save<Xum>)->Arg(top_sections)->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -168,7 +168,8 @@ TEST_F(XstructFormat, ErrorTexts) {
   EXPECT_EQ(error_of([&] { load("ok=1\njunk line\n"); }), "Key without value ! Key: junk line\nbuffer stream");
   EXPECT_EQ(error_of([&] { load("=5 \n"); }), "Value without key ! Value: 5\nbuffer stream");
   EXPECT_EQ(error_of([&] { load("<S\n k=1\n k=2\n"); }), "Key duplication ! Key: k");
-  EXPECT_EQ(error_of([&] { load("BSF"); }), "Invalid data format !\nbuffer stream");
+  // A binary form that ends after its signature.
+  EXPECT_EQ(error_of([&] { load("BSF"); }), "Data reading error ! \nbuffer stream");
   xmemory_stream m;
   f_.open_stream(m, xstream_write, false);
   f_.str_prop("k", "1", "", false);

@@ -182,6 +182,32 @@ TEST(XumTool, StructSetAndPackRewriteTheFile) {
   EXPECT_EQ(slurp(file).find("Unused"), std::string::npos);
 }
 
+TEST(XumTool, StructConvertRoundTripsThroughTheBinaryForm) {
+  const std::string text = XUM_SAMPLES_DIR "/settings/layout.txt";
+  const std::string bin = ::testing::TempDir() + "layout_convert.bsf";
+  const std::string back = ::testing::TempDir() + "layout_convert.txt";
+  ASSERT_EQ(xum("struct convert " + text + " --to binary -o " + bin).code, 0);
+  EXPECT_EQ(slurp(bin).rfind("BSF\x0AMainLayout", 0), 0u);
+  EXPECT_EQ(xum("struct dump " + bin).out, xum("struct dump " + text).out);
+  ASSERT_EQ(xum("struct convert " + bin + " --to text --output " + back).code, 0);
+  EXPECT_EQ(xum("struct dump " + back).out, xum("struct dump " + text).out);
+  EXPECT_EQ(xum("struct convert " + bin + " --to json").code, 2);
+  EXPECT_EQ(xum("struct convert " + bin).code, 2);
+
+  const auto d = xum("bin dump " + bin + " --max 16");
+  ASSERT_EQ(d.code, 0) << d.err;
+  EXPECT_EQ(d.out.rfind("size " + std::to_string(slurp(bin).size()) + " bytes\nsignature BSF\n"
+                        "00000000  42 53 46 0a 4d 61 69 6e 4c 61 79 6f 75 74", 0), 0u) << d.out;
+  EXPECT_NE(d.out.find("more bytes (see --max)"), std::string::npos);
+  // A file whose last word points back inside it shows its trailer.
+  const std::string rec = ::testing::TempDir() + "trailer.bin";
+  std::ofstream(rec, std::ios::binary) << std::string("ABCDEFGHIJKL\x05\0\0\0", 16);
+  EXPECT_NE(xum("bin dump " + rec).out.find("trailer 5 (4-byte form at offset 12)\n"), std::string::npos);
+  EXPECT_EQ(xum("bin dump " + rec + " --max x").code, 2);
+  EXPECT_EQ(xum("bin dump /nonexistent-xum.bin").code, 1);
+  for (const std::string& f : {bin, back, rec}) std::remove(f.c_str());
+}
+
 TEST(XumTool, StructReportsBadFilesAndUsage) {
   const std::string bad = ::testing::TempDir() + "bad_struct.txt";
   std::ofstream(bad, std::ios::binary) << "TSFx\r\nok=1\r\n=lost\r\n";

@@ -1,6 +1,7 @@
-// xum struct: structured property files on disk. `dump` prints the tree,
-// `get` one value, `set` changes or adds one value and `pack` removes empty
-// sections; the last two rewrite the file in the text form.
+// xum struct: structured property files on disk, in either form. `dump`
+// prints the tree, `get` one value, `set` changes or adds one value and
+// `pack` removes empty sections; the last two rewrite the file in the text
+// form. `convert` writes a file in the text or the binary form.
 #include <iostream>
 #include <string>
 #include <vector>
@@ -93,7 +94,7 @@ cli::command dump_command() {
   c.help =
       "Prints the identifier, then each section's values as KEY = \"TEXT\" and its\n"
       "sections as NAME/, indented two spaces per level, in file order.\n"
-      "Anonymous entries show as #0, #1, ...";
+      "Anonymous entries show as #0, #1, ... Reads the text and the binary form.";
   c.run = [](cli::arguments& a) {
     const auto pos = a.positionals(1, 1);
     xstruct_format f;
@@ -170,6 +171,29 @@ cli::command pack_command() {
   return c;
 }
 
+cli::command convert_command() {
+  cli::command c;
+  c.name = "convert";
+  c.summary = "Write a structured property file in the text or the binary form";
+  c.usage = "FILE --to text|binary [-o|--output OUT]";
+  c.help =
+      "Loads FILE (either form) and writes it to OUT, or back to FILE, in the\n"
+      "form asked for. The binary form keeps at most 32,767 values and sections\n"
+      "per section and labels of at most 255 bytes; texts of 256 bytes or more\n"
+      "do not read back from it.";
+  c.run = [](cli::arguments& a) {
+    const auto to = a.option("--to");
+    const auto out = a.option("--output", "-o");
+    const auto pos = a.positionals(1, 1);
+    if (!to || (*to != "text" && *to != "binary")) throw cli::usage_error("--to must be 'text' or 'binary'");
+    xstruct_format f;
+    load(f, pos[0]);
+    rewrite(f, out ? *out : pos[0], [&] { f.set_binary(*to == "binary"); });
+    return cli::exit_ok;
+  };
+  return c;
+}
+
 }  // namespace
 
 cli::command struct_command() {
@@ -180,6 +204,7 @@ cli::command struct_command() {
   c.children.push_back(get_command());
   c.children.push_back(set_command());
   c.children.push_back(pack_command());
+  c.children.push_back(convert_command());
   return c;
 }
 

@@ -8,6 +8,7 @@
 
 namespace xum::tool {
 
+cli::command bin_command();
 cli::command catalogue_command();
 cli::command date_command();
 cli::command demo_command();

@@ -1,0 +1,265 @@
+// The binary form ("BSF") of the structured format, written and read with
+// xbin_format; see the format note in xstruct_format.h.
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "core/xcatalogue.h"
+#include "formats/xbin_format.h"
+#include "formats/xstruct_format.h"
+
+namespace xum {
+
+namespace {
+
+// Kind bytes of the binary form.
+enum : std::uint8_t {
+  kind_zero = 0,
+  kind_one = 1,
+  kind_int8 = 2,
+  kind_int16 = 3,
+  kind_float = 4,
+  kind_int32 = 5,
+  kind_empty_text = 6,
+  kind_short_text = 7,
+  kind_double = 8,
+  kind_int64 = 9,
+  kind_extended = 10,
+  kind_long_text = 11,
+  kind_negative = 16,
+};
+
+void write_kind(xbin_format& b, std::uint8_t kind) { b(kind); }
+
+void write_integer(xbin_format& b, std::int64_t v) {
+  if (v == 0 || v == 1) {
+    write_kind(b, static_cast<std::uint8_t>(v));
+    return;
+  }
+  // The magnitude in unsigned arithmetic, so that the lowest value works.
+  const std::uint64_t magnitude = v < 0 ? 0 - static_cast<std::uint64_t>(v) : static_cast<std::uint64_t>(v);
+  const std::uint8_t negative = v < 0 ? kind_negative : 0;
+  unsigned char bytes[8];
+  le::store<std::uint64_t>(bytes, magnitude);
+  std::uint8_t kind;
+  if (magnitude < 0x100)
+    kind = kind_int8;
+  else if (magnitude < 0x10000)
+    kind = kind_int16;
+  else if ((magnitude >> 32) != 0)
+    kind = kind_int64;
+  else
+    kind = kind_int32;
+  write_kind(b, kind | negative);
+  b.buffer(bytes, kind - 1);  // the kinds are chosen so that kind - 1 is the width
+}
+
+void write_value(xbin_format& b, const xstruct_value& v) {
+  switch (v.kind()) {
+    case xvalue_kind::int64:
+      write_integer(b, v.int64_payload());
+      return;
+    case xvalue_kind::float32: {
+      float f = v.float_payload();
+      write_kind(b, kind_float);
+      b(f);
+      return;
+    }
+    case xvalue_kind::real64: {
+      double d = v.double_payload();
+      write_kind(b, kind_double);
+      b(d);
+      return;
+    }
+    case xvalue_kind::extended: {
+      unsigned char bytes[10];
+      v.extended_bytes(bytes);
+      write_kind(b, kind_extended);
+      b.buffer(bytes, 10);
+      return;
+    }
+    case xvalue_kind::text:
+      break;
+  }
+  xstr text = v.text();
+  if (text.empty()) {
+    write_kind(b, kind_empty_text);
+  } else if (text.length() < 256) {
+    write_kind(b, kind_short_text);
+    b.short_str(text);
+  } else {
+    b(text);  // no kind byte: see the format note
+  }
+}
+
+// Reads a value of kind `kind` with `code` into `section`; unknown kinds
+// add nothing.
+void read_value(xbin_format& b, xstruct_section& section, int code, std::uint8_t kind) {
+  switch (kind) {
+    case kind_zero:
+    case kind_one:
+      section.add_value(xstruct_value::int64(code, kind));
+      return;
+    case kind_int8:
+    case kind_int16:
+    case kind_int32:
+    case kind_int64:
+    case kind_int8 | kind_negative:
+    case kind_int16 | kind_negative:
+    case kind_int32 | kind_negative:
+    case kind_int64 | kind_negative: {
+      unsigned char bytes[8] = {};
+      b.buffer(bytes, (kind & ~kind_negative) - 1);
+      const std::uint64_t magnitude = le::load<std::uint64_t>(bytes);
+      const std::uint64_t v = (kind & kind_negative) ? 0 - magnitude : magnitude;
+      section.add_value(xstruct_value::int64(code, static_cast<std::int64_t>(v)));
+      return;
+    }
+    case kind_float: {
+      float f = 0;
+      b(f);
+      section.add_value(xstruct_value::float32(code, f));
+      return;
+    }
+    case kind_double: {
+      double d = 0;
+      b(d);
+      section.add_value(xstruct_value::real64(code, d));
+      return;
+    }
+    case kind_extended: {
+      unsigned char bytes[10] = {};
+      b.buffer(bytes, 10);
+      section.add_value(xstruct_value::extended(code, bytes));
+      return;
+    }
+    case kind_empty_text:
+      section.add_value(xstruct_value(code, xstr()));
+      return;
+    case kind_short_text:
+    case kind_long_text: {
+      xstr text;
+      if (kind == kind_short_text)
+        b.short_str(text);
+      else
+        b(text);
+      section.add_value(xstruct_value(code, std::move(text)));
+      return;
+    }
+    default:
+      return;
+  }
+}
+
+}  // namespace
+
+void xstruct_format::write_binary() {
+  xbin_format b(*stream_, mode_, false);
+  b.identifier(xstr(binary_signature));
+  xstr id = identifier_;
+  b.short_str(id);
+  std::int32_t count = labels_.size();
+  b(count);
+  for (int i = 0; i < labels_.size(); ++i) {
+    xstr label = labels_[i];
+    b.short_str(label);
+  }
+  // Depth first without recursion; a section's body is its values, its
+  // child count and then each child's code and body.
+  struct frame {
+    const xstruct_section* section;
+    int next;
+  };
+  const auto open_body = [&](const xstruct_section& s) {
+    std::int16_t n = static_cast<std::int16_t>(s.value_count());
+    b(n);
+    for (int i = 0; i < s.value_count(); ++i) {
+      std::int16_t code = static_cast<std::int16_t>(s.value(i).code());
+      b(code);
+      write_value(b, s.value(i));
+    }
+    n = static_cast<std::int16_t>(s.child_count());
+    b(n);
+  };
+  open_body(root_);
+  std::vector<frame> frames{{&root_, 0}};
+  while (!frames.empty()) {
+    frame& top = frames.back();
+    if (top.next == top.section->child_count()) {
+      frames.pop_back();
+      continue;
+    }
+    const xstruct_section& child = top.section->child(top.next++);
+    std::int16_t code = static_cast<std::int16_t>(child.code());
+    b(code);
+    open_body(child);
+    frames.push_back({&child, 0});
+  }
+  b.close();
+}
+
+void xstruct_format::read_binary() {
+  xbin_format b(*stream_, mode_, false);
+  b.short_str(identifier_);
+  std::int32_t count = 0;
+  b(count);
+  labels_.reset();
+  label_index_.clear();
+  next_label_.clear();
+  last_label_ = -1;
+  // Every label takes at least its length byte.
+  if (count < 0 || !b.has_bytes(count)) return;
+  for (int i = 0; i < count; ++i) {
+    xstr label;
+    b.short_str(label);
+    labels_.push_back(label);
+    label_index_.insert(xcalculate_buffer_hash(label.get_text(), label.length(), 0), i);
+    next_label_.push_back(-1);
+  }
+  const auto code_ok = [&](int code) {
+    if (code < labels_.size()) return true;
+    xerror(msg::eInvalidFormat.text + "\n" + stream_description());
+    return false;
+  };
+  // Each frame is a section whose children are still to be read: `left`
+  // of them. Counts are checked against the bytes left (a value takes at
+  // least 3 bytes, a child 4) before anything is read for them.
+  struct frame {
+    xstruct_section* section;
+    int left;
+  };
+  std::vector<frame> frames;
+  const auto read_body = [&](xstruct_section& s) -> bool {
+    std::int16_t n = 0;
+    b(n);
+    if (!b.has_bytes(std::int64_t{n} * 3)) return false;
+    for (int i = 0; i < n; ++i) {
+      std::int16_t code = 0;
+      std::uint8_t kind = 0;
+      b(code);
+      if (!code_ok(code)) return false;
+      b(kind);
+      read_value(b, s, code, kind);
+    }
+    b(n);
+    if (!b.has_bytes(std::int64_t{n} * 4)) return false;
+    frames.push_back({&s, n < 0 ? 0 : n});
+    return true;
+  };
+  if (!read_body(root_)) return;
+  while (!frames.empty()) {
+    frame& top = frames.back();
+    if (top.left == 0) {
+      frames.pop_back();
+      continue;
+    }
+    --top.left;
+    xstruct_section* parent = top.section;
+    std::int16_t code = 0;
+    b(code);
+    if (!code_ok(code)) return;
+    if (!read_body(parent->add_child(code))) return;
+  }
+}
+
+}  // namespace xum

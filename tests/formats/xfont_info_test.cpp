@@ -1,0 +1,85 @@
+// The font record: defaults, default suppression in the property file, and
+// the style mapping to and from the framework font.
+#include "formats/xfont_info.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "formats/xstruct_format.h"
+#include "framework/tgraphics.h"
+#include "streams/xmemory_stream.h"
+
+namespace xum {
+namespace {
+
+std::string saved(const xfont_info& font) {
+  xmemory_stream m;
+  xstruct_format f;
+  f.open_stream(m, xstream_write, false);
+  xfont_info copy = font;
+  copy.read_write(f);
+  f.close();
+  return std::string(reinterpret_cast<const char*>(m.data()), static_cast<std::size_t>(m.size()));
+}
+
+TEST(XfontInfo, DefaultsAreNotWrittenAndAreWhatAnEmptySectionReads) {
+  EXPECT_EQ(saved(xfont_info()), "TSF\r\n");
+  xstruct_format f;
+  f.start_reading();
+  xfont_info read;
+  read.name = "Other";
+  read.charset = 0;
+  read.size = 1;
+  read.color = 2;
+  read.style = 3;
+  read.read_write(f);
+  EXPECT_EQ(read, xfont_info());
+  EXPECT_EQ(read.name, "Areal");
+  EXPECT_EQ(read.charset, 1);
+  EXPECT_EQ(read.size, 8);
+}
+
+TEST(XfontInfo, ChangedFieldsRoundTripThroughTheFile) {
+  xfont_info font;
+  font.name = "Mono";
+  font.charset = 0;
+  font.color = 0xFF;
+  font.style = xfont_info::bold | xfont_info::strike_out;
+  const std::string text = saved(font);
+  EXPECT_EQ(text, "TSF\r\nName=Mono\r\nCharset=0\r\nColor=255\r\nStyle=5\r\n");
+  xbuffer_stream s(text.data(), static_cast<int>(text.size()));
+  xstruct_format f;
+  f.open_stream(s, xstream_read, false);
+  xfont_info back;
+  back.read_write(f);
+  EXPECT_EQ(back, font);
+}
+
+TEST(XfontInfo, UnderlineAndStrikeOutSwapPlacesWithTheFramework) {
+  xfont_info font;
+  font.name = "Grüße";
+  font.size = 11;
+  font.color = 0x123456;
+  font.style = xfont_info::underline | xfont_info::strike_out;  // 12
+  TFont t;
+  font.AssignTo(&t);
+  EXPECT_EQ(t.Name(), u"Grüße");
+  EXPECT_EQ(t.Charset(), 1);
+  EXPECT_EQ(t.Size(), 11);
+  EXPECT_EQ(t.Color(), 0x123456);
+  EXPECT_EQ(t.Style(), FontStyles({fsUnderline, fsStrikeOut}));
+  t.SetStyle(FontStyles({fsBold, fsUnderline}));
+  xfont_info back;
+  back.style = 0x100 | xfont_info::italic;  // bits beyond the four are kept
+  back.Assign(&t);
+  EXPECT_EQ(back.name, "Grüße");
+  EXPECT_EQ(back.size, 11);
+  EXPECT_EQ(back.style, 0x100 | xfont_info::bold | xfont_info::underline);
+  t.SetStyle(FontStyles({fsUnderline, fsStrikeOut}));
+  back.Assign(&t);
+  EXPECT_EQ(back.style & 0xF, 12);
+}
+
+}  // namespace
+}  // namespace xum

@@ -1,0 +1,146 @@
+// The binary form ("BSF") of the structured format: every kind byte for
+// byte, round trips of the tree, and the reader's behaviour on odd input.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+
+#include "core/xexceptions.h"
+#include "formats/xstruct_format.h"
+#include "streams/xmemory_stream.h"
+
+namespace xum {
+namespace {
+
+using namespace std::string_literals;
+
+std::string error_of(const auto& f) {
+  try {
+    f();
+  } catch (const Exception& e) {
+    return e.what();
+  }
+  return "(no error)";
+}
+
+std::string bytes_of(const xmemory_stream& m) {
+  return std::string(reinterpret_cast<const char*>(m.data()), static_cast<std::size_t>(m.size()));
+}
+
+// Saves what `describe` writes in the binary form.
+std::string binary_of(const auto& describe) {
+  xmemory_stream m;
+  xstruct_format f;
+  f.open_stream(m, xstream_write, false);
+  f.set_binary(true);
+  describe(f);
+  f.close();
+  return bytes_of(m);
+}
+
+// The root body of a file with one label "K" and one value under it.
+std::string one_value(const std::string& kind_and_payload) {
+  return "BSF\0\1\0\0\0\1K\1\0\0\0"s + kind_and_payload + "\0\0"s;
+}
+
+TEST(XstructBinary, IntegersTakeTheSmallestKindAndFlagTheirSign) {
+  const auto with = [](std::int64_t v) { return binary_of([&](xstruct_format& f) { f.prop_int64("K", v, 0, true); }); };
+  EXPECT_EQ(with(0), one_value("\0"s));
+  EXPECT_EQ(with(1), one_value("\1"s));
+  EXPECT_EQ(with(5), one_value("\2\5"s));
+  EXPECT_EQ(with(-1), one_value("\x12\1"s));
+  EXPECT_EQ(with(-300), one_value("\x13\x2C\1"s));
+  EXPECT_EQ(with(65535), one_value("\3\xFF\xFF"s));
+  EXPECT_EQ(with(65536), one_value("\5\0\0\1\0"s));
+  EXPECT_EQ(with(-(1LL << 32)), one_value("\x19\0\0\0\0\1\0\0\0"s));
+  // Default suppression applies to the binary form too.
+  EXPECT_EQ(binary_of([](xstruct_format& f) { f.prop_int64("Count", 5, 5, false); }), "BSF\0\0\0\0\0\0\0\0\0"s);
+}
+
+TEST(XstructBinary, OtherKindsByteForByte) {
+  EXPECT_EQ(binary_of([](xstruct_format& f) { f.str_prop("K", "", "x", false); }), one_value("\6"s));
+  EXPECT_EQ(binary_of([](xstruct_format& f) { f.str_prop("K", "ab", "", false); }), one_value("\7\2ab"s));
+  EXPECT_EQ(binary_of([](xstruct_format& f) { f.real_prop("K", 1.0, 0.0, false); }),
+            one_value("\x08\0\0\0\0\0\0\xF0\x3F"s));
+  // A text of 256 bytes or more has no kind byte before its 32-bit length.
+  const std::string long_text(256, 'L');
+  EXPECT_EQ(binary_of([&](xstruct_format& f) { f.str_prop("K", long_text.c_str(), "", false); }),
+            one_value("\0\1\0\0"s + long_text));
+  // Identifier, labels and codes: an anonymous value keeps its negative code.
+  EXPECT_EQ(binary_of([](xstruct_format& f) {
+              f.identifier("Id");
+              f.prop_int64("", 1, 0, false);
+              f.begin_section("S");
+              f.end_section();
+            }),
+            "BSF\2Id\1\0\0\0\1S\1\0\xFF\xFF\1\1\0\0\0\0\0\0\0"s);
+}
+
+TEST(XstructBinary, TheTreeRoundTripsWithEveryKind) {
+  // Float and extended values exist only in files: give them as bytes.
+  const std::string file = "BSF\2Id\2\0\0\0\1F\1E\2\0"s + "\0\0\4\0\0\xC0\x3F"s +           // F = 1.5f
+                           "\1\0\x0A\0\0\0\0\0\0\0\xC0\xFF\x3F"s + "\0\0"s;              // E = 1.5L
+  xbuffer_stream in(file.data(), static_cast<int>(file.size()));
+  xstruct_format f;
+  f.open_stream(in, xstream_read, false);
+  f.identifier("Id");
+  EXPECT_EQ(f.real_prop("F", 0.0, 0.0, false), 1.5);
+  EXPECT_EQ(f.str_prop("E", "", "", false), "1.500000");
+  // Add the other kinds, nested and anonymous, and save and load again.
+  xmemory_stream m;
+  f.save_to_stream(m);
+  f.set_binary(true);
+  f.prop_int64("Big", INT64_MIN, 0, false);
+  f.str_prop("Text", "a b ", "", false);
+  f.begin_section("Outer");
+  f.begin_section("");
+  f.real_prop("", -2.5, 0.0, false);
+  f.end_section();
+  f.end_section();
+  f.close();
+  const std::string saved = bytes_of(m);
+  xbuffer_stream again(saved.data(), static_cast<int>(saved.size()));
+  f.open_stream(again, xstream_read, false);
+  xmemory_stream text;
+  f.save_to_stream(text);
+  f.close();
+  EXPECT_EQ(bytes_of(text),
+            "TSFId\r\nF=1.500000\r\nE=1.500000\r\nBig=-9223372036854775808\r\nText=a b @\r\n"
+            "<Outer\r\n  <#0\r\n    #0=-2.500000\r\n  > (#0)\r\n> (Outer)\r\n");
+}
+
+TEST(XstructBinary, UnknownKindsMakeNoValueAndLongTextsReadAfterKind11) {
+  const std::string file = "BSF\0\2\0\0\0\1A\1B\3\0"s + "\0\0\x0C"s +  // A: kind 12, nothing consumed
+                           "\1\0\x0B\3\0\0\0xyz"s +                     // B: kind 11, a 32-bit length
+                           "\0\0\x11"s + "\0\0"s;                       // A again: kind 17 is unknown too
+  xbuffer_stream in(file.data(), static_cast<int>(file.size()));
+  xstruct_format f;
+  f.open_stream(in, xstream_read, false);
+  EXPECT_EQ(f.root().value_count(), 1);
+  EXPECT_EQ(f.str_prop("B", "", "-", false), "xyz");
+  EXPECT_EQ(f.str_prop("A", "", "-", false), "-");
+}
+
+TEST(XstructBinary, LyingCountsAndCodesAreReportedWithoutGrowing) {
+  const auto load = [](const std::string& file) {
+    return error_of([&] {
+      xbuffer_stream in(file.data(), static_cast<int>(file.size()));
+      xstruct_format f;
+      f.open_stream(in, xstream_read, false);
+    });
+  };
+  const std::string read_error = "Data reading error ! \nbuffer stream";
+  EXPECT_EQ(load("BSF\0\xFF\xFF\xFF\x7F\1A"s), read_error);           // 2^31 labels
+  EXPECT_EQ(load("BSF\0\0\0\0\0\xFF\x7F\0\0\1"s), read_error);         // 32767 values
+  EXPECT_EQ(load("BSF\0\0\0\0\0\0\0\xFF\x7F\0\0"s), read_error);       // 32767 children
+  EXPECT_EQ(load("BSF\0\0\0\0\0\1\0\5\0\1"s), "Invalid data format !\nbuffer stream");  // no label 5
+  // Counts past 32767 come back negative: such a section reads as empty.
+  const std::string negative = "BSF\0\0\0\0\0\0\x80\0\0"s;
+  xbuffer_stream in(negative.data(), static_cast<int>(negative.size()));
+  xstruct_format f;
+  f.open_stream(in, xstream_read, false);
+  EXPECT_EQ(f.root().value_count(), 0);
+}
+
+}  // namespace
+}  // namespace xum
