@@ -96,10 +96,12 @@ void xfile_stream::open(const xstr& name, int mode) {
   }
   fd_ = fd;
   owns_ = true;
+  position_ = 0;  // a file opens at its start
   if (mode == xfile_append) seek(0, xseek_end);
 }
 
 void xfile_stream::close() {
+  position_ = -1;
   xhandle_stream::close();
   delete substitute_;
   substitute_ = nullptr;
@@ -110,15 +112,26 @@ int xfile_stream::read(void* buffer, int count) {
   int n;
   if (substitute_ != nullptr)
     n = substitute_->read(buffer, count);
-  else
-    n = fd_ < 0 ? 0 : platform::read_file(fd_, buffer, count);
+  else if (fd_ < 0)
+    n = 0;
+  else if ((n = platform::read_file(fd_, buffer, count)) > 0 && position_ >= 0)
+    position_ += n;
   if (do_statistics && n > 0) total_bytes_loaded += static_cast<std::uint64_t>(n);
+  return n;
+}
+
+int xfile_stream::write(const void* buffer, int count) {
+  const int n = xhandle_stream::write(buffer, count);
+  if (n > 0 && position_ >= 0 && substitute_ == nullptr) position_ += n;
   return n;
 }
 
 std::int64_t xfile_stream::seek(std::int64_t offset, xseek_origin origin) {
   if (substitute_ != nullptr) return substitute_->seek(offset, origin);
-  return platform::seek_file(fd_, offset, origin);
+  if (offset == 0 && origin == xseek_current && position_ >= 0) return position_;
+  const std::int64_t result = platform::seek_file(fd_, offset, origin);
+  position_ = result >= 0 ? result : -1;
+  return result;
 }
 
 void xfile_stream::set_size(std::int64_t size) {

@@ -77,6 +77,9 @@ class XUM_API xfile_stream final : public xhandle_stream {
   void open(const xstr& name, int mode);
   void close() override;
   int read(void* buffer, int count) override;
+  int write(const void* buffer, int count) override;
+  // The stream keeps its own descriptor's position, so asking for it
+  // (seek 0 from the current position) makes no system call.
   std::int64_t seek(std::int64_t offset, xseek_origin origin) override;
   // seek(size, begin), then cuts or extends the file there.
   void set_size(std::int64_t size) override;
@@ -96,6 +99,7 @@ class XUM_API xfile_stream final : public xhandle_stream {
   xstr name_;
   xstream* substitute_ = nullptr;  // owned; set when served by the archive
   int last_error_ = 0;
+  std::int64_t position_ = -1;     // of the descriptor; -1 when unknown
 };
 
 }  // namespace xum
