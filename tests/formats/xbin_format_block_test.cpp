@@ -3,6 +3,8 @@
 // layer and at close.
 #include <gtest/gtest.h>
 
+#include "tests/support/xtest_helpers.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -15,14 +17,7 @@
 namespace xum {
 namespace {
 
-std::string error_of(const auto& f) {
-  try {
-    f();
-  } catch (const XException& e) {
-    return e.what();
-  }
-  return "(no error)";
-}
+using test::error_of;
 
 // A record of every width, written and read by the same calls.
 void record(xbin_format& f, std::int64_t& i, double& d, xstr& s, std::uint8_t& b) {

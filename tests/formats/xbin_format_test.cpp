@@ -8,12 +8,16 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/xtest_helpers.h"
+
 #include "core/xexceptions.h"
 #include "streams/xmemory_stream.h"
 #include "streams/xxor_stream.h"
 
 namespace xum {
 namespace {
+
+using test::error_of;
 
 using bytes = std::vector<unsigned char>;
 
@@ -23,15 +27,6 @@ void put(xmemory_stream& m, const bytes& b) {
   m.set_size(0);
   m.write(b.data(), static_cast<int>(b.size()));
   m.seek(0, xseek_begin);
-}
-
-std::string error_of(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const XException& e) {
-    return e.what();
-  }
-  return "(no error)";
 }
 
 TEST(XBinFormat, FieldEncodingsByteForByte) {

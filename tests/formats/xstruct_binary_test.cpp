@@ -2,6 +2,8 @@
 // byte, round trips of the tree, and the reader's behaviour on odd input.
 #include <gtest/gtest.h>
 
+#include "tests/support/xtest_helpers.h"
+
 #include <cstdint>
 #include <string>
 
@@ -12,20 +14,10 @@
 namespace xum {
 namespace {
 
+using test::error_of;
+using test::bytes_of;
+
 using namespace std::string_literals;
-
-std::string error_of(const auto& f) {
-  try {
-    f();
-  } catch (const Exception& e) {
-    return e.what();
-  }
-  return "(no error)";
-}
-
-std::string bytes_of(const xmemory_stream& m) {
-  return std::string(reinterpret_cast<const char*>(m.data()), static_cast<std::size_t>(m.size()));
-}
 
 // Saves what `describe` writes in the binary form.
 std::string binary_of(const auto& describe) {

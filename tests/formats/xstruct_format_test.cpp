@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/xtest_helpers.h"
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -13,14 +15,7 @@
 namespace xum {
 namespace {
 
-std::string error_of(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Exception& e) {
-    return e.what();
-  }
-  return "(no error)";
-}
+using test::error_of;
 
 const char* const layout =
     "TSFMainLayout\r\n"

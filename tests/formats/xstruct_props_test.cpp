@@ -1,6 +1,8 @@
 // Typed properties of the structured format in text form: value kinds and
 // their texts, default suppression, conversion errors and file names.
 #include <gtest/gtest.h>
+
+#include "tests/support/xtest_helpers.h"
 #include <stdlib.h>
 
 #include <cmath>
@@ -17,20 +19,10 @@
 namespace xum {
 namespace {
 
+using test::error_of;
+using test::bytes_of;
+
 namespace fs = std::filesystem;
-
-std::string error_of(const auto& f) {
-  try {
-    f();
-  } catch (const Exception& e) {
-    return e.what();
-  }
-  return "(no error)";
-}
-
-std::string bytes_of(const xmemory_stream& m) {
-  return std::string(reinterpret_cast<const char*>(m.data()), static_cast<std::size_t>(m.size()));
-}
 
 // Loads `text` into `f` for reading; the stream lives in `s`.
 void load(xstruct_format& f, xbuffer_stream& s, const std::string& text) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/xtest_helpers.h"
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -12,15 +14,7 @@
 namespace xum {
 namespace {
 
-// The message of the XException that `f` raises through xerror.
-std::string error_of(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Exception& e) {
-    return e.what();
-  }
-  return "(no error)";
-}
+using test::error_of;
 
 // A reader over a text held by the test.
 class XtextFormatRead : public ::testing::Test {

@@ -4,14 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/xtest_helpers.h"
+
 #include "streams/xmemory_stream.h"
 
 namespace xum {
 namespace {
 
-std::string bytes_of(const xmemory_stream& m) {
-  return std::string(reinterpret_cast<const char*>(m.data()), static_cast<std::size_t>(m.size()));
-}
+using test::bytes_of;
 
 TEST(XBufferedStream, GathersWritesAndReadsAheadWithoutChangingTheBytes) {
   xmemory_stream m;

@@ -7,21 +7,15 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/xtest_helpers.h"
+
 #include "core/xexception.h"
 #include "core/xvector.h"
 
 namespace xum {
 namespace {
 
-// The xexception code `f` throws, or -1 when it returns.
-int code_of(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (xexception e) {
-    return e.code();
-  }
-  return -1;
-}
+using test::code_of;
 
 std::string read_up_to(xstream& s, int count) {
   std::string out(static_cast<std::size_t>(count), '?');

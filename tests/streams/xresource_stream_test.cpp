@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/xtest_helpers.h"
+
 #include "core/xexception.h"
 #include "core/xstr.h"
 
@@ -16,6 +18,8 @@
 namespace xum {
 namespace {
 
+using test::code_of;
+
 std::string file_bytes(const char* name) {
   std::ifstream in(std::string(XUM_TEST_DATA) + "/" + name, std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(in), {});
@@ -25,15 +29,6 @@ std::string read_all(xstream& s) {
   std::string out(static_cast<std::size_t>(s.get_size()) + 10, '?');
   out.resize(static_cast<std::size_t>(s.read(out.data(), static_cast<int>(out.size()))));
   return out;
-}
-
-int code_of(void (*f)()) {
-  try {
-    f();
-  } catch (xexception e) {
-    return e.code();
-  }
-  return -1;
 }
 
 TEST(XResourceStream, ReadsTheEmbeddedBytesByIdAndType) {
