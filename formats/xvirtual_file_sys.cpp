@@ -24,7 +24,21 @@ constexpr std::int64_t kMinEntryBytes = 20;
 // Copies go through the XOR stream in blocks of this size.
 constexpr int kCopyBlock = 1 << 20;
 
-std::string key_of(const xstr& name) { return std::string(xextract_file_name(name).lower_case().view()); }
+// The lookup key: the name without directory (after the last '\\', '/' or
+// ':'), in lower case. ASCII names, the usual case, are lowered here
+// without building intermediate strings; others take the locale's rule,
+// as the stored lower names did.
+std::string key_of(const xstr& name) {
+  const std::string_view v = name.view();
+  const std::size_t cut = v.find_last_of("\\/:");
+  const std::string_view file = cut == std::string_view::npos ? v : v.substr(cut + 1);
+  std::string key(file);
+  for (char& c : key) {
+    if (static_cast<unsigned char>(c) >= 0x80) return std::string(xextract_file_name(name).lower_case().view());
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return key;
+}
 
 std::int64_t clamp_to_int64(std::uint64_t v) {
   return v > static_cast<std::uint64_t>(INT64_MAX) ? INT64_MAX : static_cast<std::int64_t>(v);

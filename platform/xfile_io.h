@@ -28,6 +28,12 @@ inline constexpr int invalid_fd = -1;
 // `error` set to one of the codes above.
 XUM_API int open_file(const char* name, int file_mode, int& error) noexcept;
 
+// The error open_file gives for a file that does not exist, before it is
+// told apart: missing_file_error then says 2 (the directory exists) or 3
+// (the path does not).
+inline constexpr int missing_file = -2;
+XUM_API int missing_file_error(const char* name) noexcept;
+
 // Bytes read or written; 0 when the call fails. Interrupted calls are
 // retried; a short count is returned as it is.
 XUM_API int read_file(int fd, void* buffer, int count) noexcept;

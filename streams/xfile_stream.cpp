@@ -81,7 +81,7 @@ void xfile_stream::open(const xstr& name, int mode) {
     // A file missing on disk (or on a missing path) is asked of the archive
     // hook before the failure is reported. Trying the disk first spares the
     // separate existence check on every open.
-    const bool missing = last_error_ == 2 || last_error_ == 3;
+    const bool missing = last_error_ == platform::missing_file || last_error_ == 3;
     if (mode == xfile_read && missing) {
       if (xvirtual_fs_interface* fs = xvirtual_fs_interface::get()) {
         substitute_ = fs->get_file_stream(name);
@@ -91,6 +91,7 @@ void xfile_stream::open(const xstr& name, int mode) {
         }
       }
     }
+    if (last_error_ == platform::missing_file) last_error_ = platform::missing_file_error(name.get_text());
     error_handler();
     return;
   }

@@ -29,8 +29,9 @@ std::string parent_of(const char* name) {
 int map_open_error(int err, const char* name) {
   switch (err) {
     case ENOENT:
-      if (*name == '\0') return 3;
-      return is_directory(parent_of(name)) ? 2 : 3;
+      // 2 or 3 is decided by missing_file_error when the failure is reported:
+      // callers that fall back to an archive never need the extra stat.
+      return *name == '\0' ? 3 : missing_file;
     case ENOTDIR:
     case ENAMETOOLONG:
       return 3;
@@ -51,6 +52,11 @@ int map_open_error(int err, const char* name) {
 }
 
 }  // namespace
+
+int missing_file_error(const char* name) noexcept {
+  if (*name == '\0') return 3;
+  return is_directory(parent_of(name)) ? 2 : 3;
+}
 
 int open_file(const char* name, int file_mode, int& error) noexcept {
   int flags;
