@@ -87,7 +87,18 @@ void xxor_stream::open(xstream& stream, bool owns) {
   owns_ = owns;
   mode_ = stream.mode();
   position_ = 0;
-  work_.resize(chunk_size);
+  // The work buffer and what it holds survive a reopen.
+}
+
+unsigned char* xxor_stream::work_for(int chunk, bool keep_tail) {
+  if (!work_) work_.reset(new unsigned char[chunk_size]);
+  if (work_ready_ < chunk) {
+    // A read hands over the unfilled tail of its chunk as well: that part
+    // must hold zeros the first time. A write overwrites the whole chunk.
+    if (keep_tail) std::memset(work_.get() + work_ready_, 0, static_cast<std::size_t>(chunk - work_ready_));
+    work_ready_ = chunk;
+  }
+  return work_.get();
 }
 
 xstr xxor_stream::description() const { return stream_ ? stream_->description() : xstr(); }
@@ -96,10 +107,10 @@ int xxor_stream::read(void* buffer, int count) {
   if (count < 0) throw xexception(xexception::out_of_range);
   if (!stream_) return 0;
   auto* out = static_cast<unsigned char*>(buffer);
-  unsigned char* work = work_.data();
   int total = 0;
   for (int offset = 0; offset < count; offset += chunk_size) {
     const int chunk = count - offset < chunk_size ? count - offset : chunk_size;
+    unsigned char* work = work_for(chunk, true);
     const int done = stream_->read(work, chunk);
     // The whole chunk, filled or not, into the caller's buffer and back into
     // the work buffer, which keeps what the caller received: a later short
@@ -116,10 +127,10 @@ int xxor_stream::write(const void* buffer, int count) {
   if (count < 0) throw xexception(xexception::out_of_range);
   if (!stream_) return 0;
   const auto* in = static_cast<const unsigned char*>(buffer);
-  unsigned char* work = work_.data();
   int total = 0;
   for (int offset = 0; offset < count; offset += chunk_size) {
     const int chunk = count - offset < chunk_size ? count - offset : chunk_size;
+    unsigned char* work = work_for(chunk, false);
     scramble<false>(work, nullptr, in + offset, chunk, static_cast<unsigned>(position_));
     const int done = stream_->write(work, chunk);
     total += done;

@@ -60,6 +60,7 @@ struct probe_stream final : xstream {
     at += n;
     return n;
   }
+  int write(const void*, int) override { return 0; }  // takes nothing
   // From the start or the current position only.
   std::int64_t seek(std::int64_t offset, xseek_origin origin) override {
     return at = static_cast<int>(offset + (origin == xseek_current ? at : 0));
@@ -228,6 +229,21 @@ TEST(XXorStream, ShortUnderlyingReadsStopTheTransferAndKeepThePhase) {
   // unscrambled once more, at the new phase.
   const bytes twice = scrambled(key_run, 100);
   EXPECT_TRUE(std::equal(twice.begin() + 100, twice.end(), got.begin() + 100));
+}
+
+TEST(XXorStream, ATailBeyondEverythingTransferredReadsAsZeros) {
+  // A write leaves its scrambled chunk in the work buffer; a later read
+  // that gets nothing hands that over unscrambled, then zeros, each at the
+  // read's phase.
+  probe_stream empty;
+  xxor_stream x(empty, false);
+  const bytes in = pattern(8);
+  x.write(in.data(), 8);  // the probe takes nothing, but the chunk was made
+  bytes got(16, 0xee);
+  EXPECT_EQ(x.read(got.data(), 16), 0);
+  bytes work = scrambled(in, 0);
+  work.resize(16, 0);
+  EXPECT_EQ(got, scrambled(work, 0));
 }
 
 }  // namespace
