@@ -5,6 +5,7 @@
 #include "core/xfile_utils.h"
 #include "core/xvirtual_fs.h"
 #include "platform/xfile_io.h"
+#include "platform/xfiles.h"
 
 namespace xum {
 
@@ -74,35 +75,54 @@ void xfile_stream::open(const xstr& name, int mode) {
   close();
   name_ = name;
   mode_ = mode & 3;
-  // The platform's file API takes no access-sharing modes here; exclusive
-  // access of the write modes is the caller's convention on this system.
-  const int fd = platform::open_file(name.get_text(), mode, last_error_);
-  if (fd < 0) {
-    // A file missing on disk (or on a missing path) is asked of the archive
-    // hook before the failure is reported. Trying the disk first spares the
-    // separate existence check on every open.
-    const bool missing = last_error_ == platform::missing_file || last_error_ == 3;
-    if (mode == xfile_read && missing) {
-      if (xvirtual_fs_interface* fs = xvirtual_fs_interface::get()) {
-        substitute_ = fs->get_file_stream(name);
-        if (substitute_ != nullptr) {
-          last_error_ = 0;
-          return;
-        }
+  // A file missing on disk is asked of the installed archive, if any. The
+  // existence test is cheaper than a failed open, and without an archive
+  // the open alone tells.
+  if (mode == xfile_read) {
+    if (xvirtual_fs_interface* fs = xvirtual_fs_interface::get(); fs && !platform::file_exists(name.get_text())) {
+      substitute_ = fs->get_file_stream(name);
+      if (substitute_ != nullptr) {
+        last_error_ = 0;
+        return;
       }
     }
+  }
+  // The platform's file API takes no access-sharing modes here; exclusive
+  // access of the write modes is the caller's convention on this system.
+  bool regular = false;
+  const int fd = platform::open_file(name.get_text(), mode, last_error_, &regular);
+  if (fd < 0) {
     if (last_error_ == platform::missing_file) last_error_ = platform::missing_file_error(name.get_text());
     error_handler();
     return;
   }
+  opened(fd, regular);
+  if (mode == xfile_append) seek(0, xseek_end);
+}
+
+void xfile_stream::open_known_file(const xstr& name) {
+  close();
+  name_ = name;
+  mode_ = xstream_read;
+  const int fd = platform::open_known_file(name.get_text(), last_error_);
+  if (fd < 0) {
+    if (last_error_ == platform::missing_file) last_error_ = platform::missing_file_error(name.get_text());
+    error_handler();
+    return;
+  }
+  opened(fd, true);
+}
+
+void xfile_stream::opened(int fd, bool regular) {
   fd_ = fd;
   owns_ = true;
   position_ = 0;  // a file opens at its start
-  if (mode == xfile_append) seek(0, xseek_end);
+  positioned_ = regular;
 }
 
 void xfile_stream::close() {
   position_ = -1;
+  positioned_ = false;
   xhandle_stream::close();
   delete substitute_;
   substitute_ = nullptr;
@@ -115,6 +135,8 @@ int xfile_stream::read(void* buffer, int count) {
     n = substitute_->read(buffer, count);
   else if (fd_ < 0)
     n = 0;
+  else if (positioned_)
+    position_ += (n = platform::read_file_at(fd_, buffer, count, position_));
   else if ((n = platform::read_file(fd_, buffer, count)) > 0 && position_ >= 0)
     position_ += n;
   if (do_statistics && n > 0) total_bytes_loaded += static_cast<std::uint64_t>(n);
@@ -122,6 +144,12 @@ int xfile_stream::read(void* buffer, int count) {
 }
 
 int xfile_stream::write(const void* buffer, int count) {
+  if (positioned_) {
+    if (!(mode_ & xstream_write)) not_allowed();
+    const int n = platform::write_file_at(fd_, buffer, count, position_);
+    position_ += n;
+    return n;
+  }
   const int n = xhandle_stream::write(buffer, count);
   if (n > 0 && position_ >= 0 && substitute_ == nullptr) position_ += n;
   return n;
@@ -130,6 +158,14 @@ int xfile_stream::write(const void* buffer, int count) {
 std::int64_t xfile_stream::seek(std::int64_t offset, xseek_origin origin) {
   if (substitute_ != nullptr) return substitute_->seek(offset, origin);
   if (offset == 0 && origin == xseek_current && position_ >= 0) return position_;
+  if (positioned_ && origin != xseek_end) {
+    // What the system would answer, without asking it: the target, or -1
+    // (and no move) for a target before the start or beyond 2^63.
+    std::int64_t target;
+    if (__builtin_add_overflow(origin == xseek_current ? position_ : 0, offset, &target) || target < 0)
+      return -1;
+    return position_ = target;
+  }
   const std::int64_t result = platform::seek_file(fd_, offset, origin);
   position_ = result >= 0 ? result : -1;
   return result;

@@ -75,11 +75,18 @@ class XUM_API xfile_stream final : public xhandle_stream {
   // Closes the current file and opens `name`. A file opened for reading that
   // does not exist on disk is taken from the installed archive, if it has it.
   void open(const xstr& name, int mode);
+  // Opens for reading a file that this process has already opened as a
+  // regular file, as an archive reopens itself for every member: without a
+  // second look at what the file is and without the archive fallback. If a
+  // directory has taken the file's place since, reading fails instead.
+  void open_known_file(const xstr& name);
   void close() override;
   int read(void* buffer, int count) override;
   int write(const void* buffer, int count) override;
   // The stream keeps its own descriptor's position, so asking for it
-  // (seek 0 from the current position) makes no system call.
+  // (seek 0 from the current position) makes no system call. On a regular
+  // file no seek from the start or the current position does: reads and
+  // writes name their position themselves.
   std::int64_t seek(std::int64_t offset, xseek_origin origin) override;
   // seek(size, begin), then cuts or extends the file there.
   void set_size(std::int64_t size) override;
@@ -100,6 +107,9 @@ class XUM_API xfile_stream final : public xhandle_stream {
   xstream* substitute_ = nullptr;  // owned; set when served by the archive
   int last_error_ = 0;
   std::int64_t position_ = -1;     // of the descriptor; -1 when unknown
+  bool positioned_ = false;        // a regular file: transfers at position_
+
+  void opened(int fd, bool regular);
 };
 
 }  // namespace xum

@@ -51,6 +51,15 @@ int map_open_error(int err, const char* name) {
   }
 }
 
+int open_descriptor(const char* name, int flags, int& error) noexcept {
+  int fd;
+  do {
+    fd = ::open(name, flags | O_CLOEXEC, 0666);
+  } while (fd < 0 && errno == EINTR);
+  error = fd < 0 ? map_open_error(errno, name) : 0;
+  return fd < 0 ? invalid_fd : fd;
+}
+
 }  // namespace
 
 int missing_file_error(const char* name) noexcept {
@@ -58,7 +67,7 @@ int missing_file_error(const char* name) noexcept {
   return is_directory(parent_of(name)) ? 2 : 3;
 }
 
-int open_file(const char* name, int file_mode, int& error) noexcept {
+int open_file(const char* name, int file_mode, int& error, bool* regular) noexcept {
   int flags;
   switch (file_mode) {
     case 1: flags = O_RDONLY; break;
@@ -68,23 +77,22 @@ int open_file(const char* name, int file_mode, int& error) noexcept {
     case 10: flags = O_WRONLY; break;
     default: flags = O_PATH; break;  // the file, but no right to read or write it
   }
-  int fd;
-  do {
-    fd = ::open(name, flags | O_CLOEXEC, 0666);
-  } while (fd < 0 && errno == EINTR);
-  if (fd < 0) {
-    error = map_open_error(errno, name);
-    return invalid_fd;
-  }
+  const int fd = open_descriptor(name, flags, error);
+  if (fd < 0) return invalid_fd;
   // A directory is not a file: refuse it as the platform's file API does.
   struct stat st;
-  if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
+  const bool known = ::fstat(fd, &st) == 0;
+  if (known && S_ISDIR(st.st_mode)) {
     ::close(fd);
     error = 5;
     return invalid_fd;
   }
-  error = 0;
+  if (regular != nullptr) *regular = known && S_ISREG(st.st_mode);
   return fd;
+}
+
+int open_known_file(const char* name, int& error) noexcept {
+  return open_descriptor(name, O_RDONLY, error);
 }
 
 int read_file(int fd, void* buffer, int count) noexcept {
@@ -103,6 +111,29 @@ int write_file(int fd, const void* buffer, int count) noexcept {
   while (done < count) {
     const ssize_t n = ::write(fd, static_cast<const char*>(buffer) + done,
                               static_cast<std::size_t>(count - done));
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    done += static_cast<int>(n);
+  }
+  return done;
+}
+
+int read_file_at(int fd, void* buffer, int count, std::int64_t position) noexcept {
+  if (count <= 0) return 0;
+  ssize_t n;
+  do {
+    n = ::pread(fd, buffer, static_cast<std::size_t>(count), static_cast<off_t>(position));
+  } while (n < 0 && errno == EINTR);
+  return n < 0 ? 0 : static_cast<int>(n);
+}
+
+int write_file_at(int fd, const void* buffer, int count, std::int64_t position) noexcept {
+  if (count <= 0) return 0;
+  int done = 0;
+  while (done < count) {
+    const ssize_t n = ::pwrite(fd, static_cast<const char*>(buffer) + done,
+                               static_cast<std::size_t>(count - done),
+                               static_cast<off_t>(position + done));
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) break;
     done += static_cast<int>(n);

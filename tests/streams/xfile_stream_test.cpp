@@ -50,6 +50,15 @@ class XFileStream : public ::testing::Test {
     }
     return "(opened)";
   }
+  static std::string open_known_error(const xstr& name) {
+    try {
+      xfile_stream f;
+      f.open_known_file(name);
+    } catch (const XException& e) {
+      return e.what();
+    }
+    return "(opened)";
+  }
 
   fs::path dir_;
 };
@@ -80,6 +89,57 @@ TEST_F(XFileStream, ModesOpenPositionAndTruncateAsNamed) {
   }
   xfile_stream created(path("new.txt"), xfile_create);
   EXPECT_TRUE(fs::exists(dir_ / "new.txt"));
+}
+
+TEST_F(XFileStream, SeeksAnswerAsTheSystemWouldWithOrWithoutAskingIt) {
+  put("f.txt", "0123456789");
+  {
+    xfile_stream f(path("f.txt"), xfile_read_write);
+    xfile_stream other(path("f.txt"), xfile_read);
+    EXPECT_EQ(f.seek(-1, xseek_begin), -1);  // before the start: refused
+    EXPECT_EQ(f.get_position(), 0);
+    EXPECT_EQ(f.seek(INT64_MAX, xseek_begin), INT64_MAX);
+    EXPECT_EQ(f.seek(1, xseek_current), -1);  // beyond 2^63
+    EXPECT_EQ(f.seek(-2, xseek_end), 8);
+    char b[4] = {};
+    EXPECT_EQ(f.read(b, 4), 2);
+    EXPECT_STREQ(b, "89");
+    f.seek(12, xseek_begin);
+    f.write_buffer("C", 1);  // past the end: the gap reads as zeros
+    EXPECT_EQ(other.read(b, 3), 3);  // each stream has a position of its own
+    EXPECT_EQ(std::string(b, 3), "012");
+  }
+  EXPECT_EQ(get("f.txt"), std::string("0123456789\0\0C", 13));
+
+  // A pipe has no positions: reads go in order and seeks fail.
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  ASSERT_EQ(::write(ends[1], "pipe", 4), 4);
+  ::close(ends[1]);
+  {
+    xfile_stream p(xstr(("/dev/fd/" + std::to_string(ends[0])).c_str()), xfile_read);
+    char b[8] = {};
+    EXPECT_EQ(p.read(b, 2), 2);
+    EXPECT_EQ(p.read(b + 2, 6), 2);
+    EXPECT_STREQ(b, "pipe");
+    EXPECT_EQ(p.seek(1, xseek_begin), -1);
+  }
+  ::close(ends[0]);
+}
+
+TEST_F(XFileStream, AKnownFileReopensWithoutASecondLook) {
+  put("k.bin", "known");
+  xfile_stream f;
+  f.open_known_file(path("k.bin"));
+  char b[8] = {};
+  EXPECT_EQ(f.read(b, 8), 5);
+  EXPECT_STREQ(b, "known");
+  EXPECT_EQ(f.mode(), xstream_read);
+  // A directory in the file's place is found by the read, not the open.
+  fs::create_directory(dir_ / "d");
+  f.open_known_file(path("d"));
+  EXPECT_EQ(f.read(b, 8), 0);
+  EXPECT_EQ(open_known_error(path("gone.bin")).rfind("File not found !", 0), 0u);
 }
 
 TEST_F(XFileStream, OperationsOutsideTheModeThrowCode4) {
