@@ -74,6 +74,13 @@ int xbuffered_stream::write(const void* buffer, int count) {
 
 std::int64_t xbuffered_stream::seek(std::int64_t offset, xseek_origin origin) {
   if (inner_ == nullptr) return 0;
+  if (offset == 0 && origin == xseek_current) {
+    // Asking where the caller stands moves nothing: answered without
+    // passing the block on, so that noting positions between small writes
+    // (an archive does it for every member) keeps the writes gathered.
+    const std::int64_t inner = inner_->seek(0, xseek_current);
+    return inner < 0 ? inner : inner + pending_ - (read_len_ - read_pos_);
+  }
   flush();
   drop_read_ahead();
   return inner_->seek(offset, origin);

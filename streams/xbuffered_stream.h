@@ -1,6 +1,6 @@
 // A stream that gathers small transfers into large ones: writes collect in
-// a block that goes to the inner stream when full (or on seek, read and
-// close), and reads fill the block with one large read. Layered under an
+// a block that goes to the inner stream when full (or on a seek that moves,
+// a read and close), and reads fill the block with one large read. Layered under an
 // XOR stream, which works in 4 KiB chunks, it turns thousands of small file
 // calls into a few large ones; the bytes that reach the file are the same.
 //

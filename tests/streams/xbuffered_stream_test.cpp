@@ -22,7 +22,12 @@ TEST(XBufferedStream, GathersWritesAndReadsAheadWithoutChangingTheBytes) {
     EXPECT_EQ(bytes_of(m), "");
     b.write("ij", 2);
     EXPECT_EQ(bytes_of(m), "abcdefgh");
-    EXPECT_EQ(b.seek(0, xseek_current), 10);  // a seek passes pending bytes on
+    EXPECT_EQ(b.seek(0, xseek_current), 10);  // asking the position passes nothing on
+    EXPECT_EQ(bytes_of(m), "abcdefgh");
+    EXPECT_EQ(b.seek(10, xseek_begin), 10);   // a seek does
+    EXPECT_EQ(bytes_of(m), "abcdefghij");
+    b.write("ij", 2);
+    EXPECT_EQ(b.seek(-2, xseek_current), 10);
     b.write("0123456789", 10);                // larger than the block: straight through
     EXPECT_EQ(bytes_of(m), "abcdefghij0123456789");
     b.write("K", 1);
@@ -34,7 +39,7 @@ TEST(XBufferedStream, GathersWritesAndReadsAheadWithoutChangingTheBytes) {
   char c[16] = {};
   EXPECT_EQ(b.read(c, 2), 2);  // reads 4 ahead
   EXPECT_EQ(std::string(c, 2), "ab");
-  EXPECT_EQ(b.seek(0, xseek_current), 2);  // the read-ahead is given back
+  EXPECT_EQ(b.seek(0, xseek_current), 2);  // where the caller stands, not the read-ahead
   EXPECT_EQ(b.read(c, 3), 3);
   EXPECT_EQ(std::string(c, 3), "cde");
   b.write("X", 1);  // writes land where the caller stands
