@@ -24,21 +24,54 @@ constexpr std::int64_t kMinEntryBytes = 20;
 // Copies go through the XOR stream in blocks of this size.
 constexpr int kCopyBlock = 1 << 20;
 
-// The lookup key: the name without directory (after the last '\\', '/' or
-// ':'), in lower case. ASCII names, the usual case, are lowered here
-// without building intermediate strings; others take the locale's rule,
-// as the stored lower names did.
-std::string key_of(const xstr& name) {
+// Room for the lower-case key of a name: member names are short, so a
+// lookup lowers them on the stack.
+struct key_buffer {
+  char local[256];
+  std::string heap;
+};
+
+// `text` in lower case. ASCII letters are lowered byte by byte; a name with
+// other characters takes the locale's rule, as xstr::lower_case applies it.
+std::string_view lower_key(std::string_view text, key_buffer& b) {
+  char* out = text.size() <= sizeof b.local ? b.local : (b.heap.resize(text.size()), b.heap.data());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (static_cast<unsigned char>(c) >= 0x80) {
+      b.heap = std::string(xstr(text).lower_case().view());
+      return b.heap;
+    }
+    out[i] = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  }
+  return {out, text.size()};
+}
+
+// What a lookup compares: the name without directory (after the last '\\',
+// '/' or ':'), in lower case.
+std::string_view lookup_key(const xstr& name, key_buffer& b) {
   const std::string_view v = name.view();
   const std::size_t cut = v.find_last_of("\\/:");
-  const std::string_view file = cut == std::string_view::npos ? v : v.substr(cut + 1);
-  std::string key(file);
-  for (char& c : key) {
-    if (static_cast<unsigned char>(c) >= 0x80) return std::string(xextract_file_name(name).lower_case().view());
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return key;
+  return lower_key(cut == std::string_view::npos ? v : v.substr(cut + 1), b);
 }
+
+// A member stream in one allocation: the section, the XOR stream under it
+// (which owns the base stream) and the XOR stream's position set to the
+// member's offset. Destroying the section destroys the rest.
+struct scrambler_part {
+  xxor_stream scrambler;
+  scrambler_part(std::unique_ptr<xstream> base, std::int64_t offset) : scrambler(*base, true) {
+    base.release();
+    // The XOR stream keys by absolute position after a seek: the member
+    // descrambles exactly as it was written.
+    scrambler.seek(offset, xseek_begin);
+  }
+};
+
+class member_stream final : private scrambler_part, public xsection_stream {
+ public:
+  member_stream(std::unique_ptr<xstream> base, std::int64_t offset, std::int64_t size)
+      : scrambler_part(std::move(base), offset), xsection_stream(scrambler, size, false) {}
+};
 
 std::int64_t clamp_to_int64(std::uint64_t v) {
   return v > static_cast<std::uint64_t>(INT64_MAX) ? INT64_MAX : static_cast<std::int64_t>(v);
@@ -94,7 +127,8 @@ void xvirtual_file_sys::add_stream(const xstr& name, xstream& data) {
 
 void xvirtual_file_sys::add_member(std::unique_ptr<file_info> info) {
   info->lower_name = info->name.lower_case();
-  index_.try_emplace(std::string(info->lower_name.view()), static_cast<int>(files_.size()));
+  key_buffer b;
+  index_.insert(lower_key(info->name.view(), b), static_cast<int>(files_.size()));
   files_.push_back(std::move(info));
 }
 
@@ -132,9 +166,11 @@ void xvirtual_file_sys::read() {
 
 void xvirtual_file_sys::rebuild_index() {
   index_.clear();
+  index_.reserve(files_.size());
+  key_buffer b;
   for (std::size_t i = 0; i < files_.size(); ++i) {
     files_[i]->lower_name = files_[i]->name.lower_case();
-    index_.try_emplace(std::string(files_[i]->lower_name.view()), static_cast<int>(i));
+    index_.insert(lower_key(files_[i]->name.view(), b), static_cast<int>(i));
   }
 }
 
@@ -199,8 +235,8 @@ void xvirtual_file_sys::rw_entries(xbin_format& f) {
 }
 
 int xvirtual_file_sys::find(const xstr& name) const {
-  const auto it = index_.find(key_of(name));
-  return it == index_.end() ? -1 : it->second;
+  key_buffer b;
+  return index_.find(lookup_key(name, b));
 }
 
 bool xvirtual_file_sys::is_file_exists(const xstr& name) { return find(name) >= 0; }
@@ -240,17 +276,19 @@ xstream* xvirtual_file_sys::get_member_stream(int index) {
     base.release();
     base.reset(buffered.release());
   }
-  auto scrambler = std::make_unique<xxor_stream>(*base, true);
-  base.release();
-  // The XOR stream keys by absolute position after a seek: the member
-  // descrambles exactly as it was written.
-  scrambler->seek(offset, xseek_begin);
-  auto member = std::make_unique<xsection_stream>(*scrambler, size, true);
-  scrambler.release();
-  return member.release();
+  return new member_stream(std::move(base), offset, size);
 }
 
-xstream* xvirtual_file_sys::get_base_stream() { return new xfile_stream(path_, xfile_read); }
+xstream* xvirtual_file_sys::get_base_stream() {
+  // Once open has read the archive as a file, reopening it needs no second
+  // look at what the file is.
+  auto file = std::make_unique<xfile_stream>();
+  if (archive_size_ >= 0)
+    file->open_known_file(path_);
+  else
+    file->open(path_, xfile_read);
+  return file.release();
+}
 
 xresource_file_sys::xresource_file_sys(xmodule module, int id, const char* type)
     : module_(module), id_(id), type_(type) {}

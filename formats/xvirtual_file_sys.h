@@ -25,8 +25,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "core/xexport.h"
@@ -34,6 +32,7 @@
 #include "core/xstr.h"
 #include "core/xvirtual_fs.h"
 #include "formats/xbin_format.h"
+#include "formats/xmember_index.h"
 
 namespace xum {
 
@@ -104,7 +103,7 @@ class XUM_API xvirtual_file_sys : public xvirtual_fs_interface {
   void rebuild_index();
 
   std::vector<std::unique_ptr<file_info>> files_;
-  std::unordered_map<std::string, int> index_;  // lower name -> first member
+  xmember_index index_;  // lower name -> first member
   xbin_format bin_;
   std::vector<char> block_;  // copy buffer of add_stream, kept between files
   std::int64_t archive_size_ = -1;  // length of the base stream at open; -1 unknown

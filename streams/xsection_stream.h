@@ -23,7 +23,7 @@ namespace xum {
 // underlying stream, which must stand at base + position: the section seeks
 // it only in `seek`, so other users of that stream must leave it there.
 // `set_size` is not supported (xexception 4).
-class XUM_API xsection_stream final : public xstream {
+class XUM_API xsection_stream : public xstream {
  public:
   // See `open`.
   xsection_stream(xstream& stream, std::int64_t size, bool owns);

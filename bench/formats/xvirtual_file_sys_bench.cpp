@@ -6,6 +6,12 @@
 //   BM_Lookup               the index lookup alone (is_file_exists)
 //   BM_FileStreamFallback   xfile_stream on a name missing on disk, served
 //                           by the archive hook, + reading, per member
+//   BM_FloorOpenReadClose   the system calls a member stream cannot do
+//                           without (the archive is opened anew for every
+//                           member): open, a positioned read of 256 bytes
+//                           at the member's offset, close
+//   BM_FloorMissingCheck    the existence test of a name missing on disk,
+//                           which the fallback adds
 // The time per member is the "per_member" counter (microseconds).
 //
 //   build/default/bench/xvirtual_file_sys_bench
@@ -20,6 +26,8 @@
 #include <benchmark/benchmark.h>
 
 #include "formats/xvirtual_file_sys.h"
+#include "platform/xfile_io.h"
+#include "platform/xfiles.h"
 #include "streams/xfile_stream.h"
 #include "streams/xmemory_stream.h"
 
@@ -107,10 +115,37 @@ void BM_FileStreamFallback(benchmark::State& state) {
   per_member(state, 1);
 }
 
+void BM_FloorOpenReadClose(benchmark::State& state) {
+  fixture& f = data();
+  xum::xvirtual_file_sys a;
+  a.open(f.path.c_str());
+  std::vector<std::int64_t> offsets;
+  for (const std::string& name : f.names)
+    offsets.push_back(static_cast<std::int64_t>(a.files()[std::size_t(a.find(name.c_str()))]->offset));
+  char buffer[kMemberSize];
+  std::size_t i = 0;
+  for (auto _ : state) {
+    int error = 0;
+    const int fd = xum::platform::open_known_file(f.path.c_str(), error);
+    benchmark::DoNotOptimize(xum::platform::read_file_at(fd, buffer, kMemberSize, offsets[i++ % offsets.size()]));
+    xum::platform::close_file(fd);
+  }
+  per_member(state, 1);
+}
+
+void BM_FloorMissingCheck(benchmark::State& state) {
+  fixture& f = data();
+  std::size_t i = 0;
+  for (auto _ : state) benchmark::DoNotOptimize(xum::platform::file_exists(f.names[i++ % f.names.size()].c_str()));
+  per_member(state, 1);
+}
+
 BENCHMARK(BM_OpenPerMember)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MemberStreamAndRead)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Lookup)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_FileStreamFallback)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_FloorOpenReadClose)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_FloorMissingCheck)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 

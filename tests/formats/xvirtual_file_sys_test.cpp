@@ -15,6 +15,7 @@
 #include "core/xfile_utils.h"
 #include "formats/xstruct_format.h"
 #include "streams/xfile_stream.h"
+#include "streams/xmemory_stream.h"
 
 namespace xum {
 namespace {
@@ -138,6 +139,32 @@ TEST_F(XVirtualFileSys, LookupsIgnoreCaseAndDirectory) {
   EXPECT_EQ(from_y, "01234567");
   EXPECT_EQ(y->seek(-3, xseek_end), 7);
   EXPECT_EQ(read_all(*y), "789");
+}
+
+TEST_F(XVirtualFileSys, TheIndexKeepsTheFirstOfThousandsOfNames) {
+  // Enough names for the index to grow many times, each added twice in
+  // another case; both while writing and after reading the table back.
+  constexpr int kNames = 3000;
+  xvirtual_file_sys a;
+  a.create(path("many.vfs"));
+  for (int round = 0; round < 2; ++round)
+    for (int i = 0; i < kNames; ++i) {
+      const std::string name = (round ? "FILE_" : "file_") + std::to_string(i) + ".txt";
+      const std::string body = std::to_string(round * kNames + i);
+      xbuffer_stream data(body.data(), int(body.size()));
+      a.add_stream(xstr(name.c_str()), data);
+    }
+  xbuffer_stream none(nullptr, 0);
+  a.add_stream("dir/stored.txt", none);  // a name the format would not store
+  for (int pass = 0; pass < 2; ++pass) {
+    SCOPED_TRACE(pass ? "read back" : "while writing");
+    for (int i = 0; i < kNames; i += 7) EXPECT_EQ(a.find(xstr(("File_" + std::to_string(i) + ".TXT").c_str())), i);
+    EXPECT_EQ(a.find("file_3000.txt"), -1);
+    EXPECT_EQ(a.find("dir/stored.txt"), -1);  // compared without the directory
+    if (pass == 0) a.close(), a.open(path("many.vfs"));
+  }
+  std::unique_ptr<xstream> s(a.get_file_stream("file_2999.txt"));
+  EXPECT_EQ(read_all(*s), "2999");
 }
 
 TEST_F(XVirtualFileSys, VersionOneHasNoHeaderValueAndNewerVersionsAreRefused) {
