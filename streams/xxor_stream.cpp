@@ -1,5 +1,6 @@
 #include "streams/xxor_stream.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -91,7 +92,13 @@ void xxor_stream::open(xstream& stream, bool owns) {
 }
 
 unsigned char* xxor_stream::work_for(int chunk, bool keep_tail) {
-  if (!work_) work_.reset(new unsigned char[chunk_size]);
+  if (work_capacity_ < chunk) {
+    const int capacity = chunk > chunk_size / 2 ? chunk_size : std::max(chunk, 2 * work_capacity_);
+    std::unique_ptr<unsigned char[]> bigger(new unsigned char[static_cast<std::size_t>(capacity)]);
+    if (work_ready_ > 0) std::memcpy(bigger.get(), work_.get(), static_cast<std::size_t>(work_ready_));
+    work_ = std::move(bigger);
+    work_capacity_ = capacity;
+  }
   if (work_ready_ < chunk) {
     // A read hands over the unfilled tail of its chunk as well: that part
     // must hold zeros the first time. A write overwrites the whole chunk.

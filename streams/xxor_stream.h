@@ -59,11 +59,12 @@ class XUM_API xxor_stream final : public xstream {
   xstream* stream_ = nullptr;  // null when closed
   bool owns_ = false;
   std::int64_t position_ = 0;  // scrambling phase
-  // The 4096-byte work buffer, taken at the first transfer. Bytes from
+  // The 4096-byte work buffer, taken as transfers need it. Bytes from
   // `work_ready_` on have never been written and count as zero; they are
   // cleared only when a read reaches them, so a stream that moves a few
   // hundred bytes pays for no more.
   std::unique_ptr<unsigned char[]> work_;
+  int work_capacity_ = 0;
   int work_ready_ = 0;
 
   unsigned char* work_for(int chunk, bool keep_tail);
