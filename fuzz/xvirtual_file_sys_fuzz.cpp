@@ -51,7 +51,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       s->seek(-1, xum::xseek_end);
     } catch (const xum::XException&) {
     }
-    archive.is_file_exists(archive.files()[static_cast<std::size_t>(i)]->name);
+    // A name without directory finds itself or an earlier member of the
+    // same name: the first one wins.
+    const xum::xstr& stored = archive.files()[static_cast<std::size_t>(i)]->name;
+    if (stored.view().find_first_of("\\/:") == std::string_view::npos) {
+      const int found = archive.find(stored);
+      if (found < 0 || found > i) __builtin_trap();
+    }
   }
   xum::xstr name;
   archive.file_by_ext(".txt", name);
