@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,82 +17,38 @@ struct entry {
 // Registration order with the exact built-in texts (trailing blanks and the
 // spelling "Febrary" are part of the texts applications and dictionaries see).
 const std::vector<entry> expected = {
-    {"Abort", "Abort"},
-    {"acres", "acres"},
-    {"BadNumberFormat", "Bad number format !"},
-    {"Cancel", "Cancel"},
-    {"CriticalError", "Critical error"},
+    {"Abort", "Abort"}, {"acres", "acres"}, {"BadNumberFormat", "Bad number format !"},
+    {"Cancel", "Cancel"}, {"CriticalError", "Critical error"},
     {"DirectoryNotSelected", "Directory name is not selected !"},
     {"DayNames", "Monday Tuesday Wednesday Thursday Friday Saturday Sunday"},
-    {"FatalError", "Fatal error"},
-    {"FieldName", "Input field: "},
-    {"FileNotSelected", "File name is not selected !"},
-    {"InputError", "Input error"},
+    {"FatalError", "Fatal error"}, {"FieldName", "Input field: "},
+    {"FileNotSelected", "File name is not selected !"}, {"InputError", "Input error"},
     {"IntegerExpected", "Integer number expected !"},
     {"IntegerInterval", "Number in interval from %Ld to %Ld expected !"},
-    {"ItemNotSelected", "Item is not selected !"},
-    {"kilometers", "km"},
-    {"KPH", "km/h"},
-    {"meters", "m"},
-    {"miles", "miles"},
+    {"ItemNotSelected", "Item is not selected !"}, {"kilometers", "km"}, {"KPH", "km/h"},
+    {"meters", "m"}, {"miles", "miles"},
     {"MonthNames", "January Febrary March April May June July August September October November December"},
-    {"MPH", "miles/h"},
-    {"NegativeNumber", "Nonnegative number expected !"},
-    {"NoChecked", "No items are checked !"},
-    {"NumberExpected", "Number expected !"},
-    {"OK", "OK"},
+    {"MPH", "miles/h"}, {"NegativeNumber", "Nonnegative number expected !"},
+    {"NoChecked", "No items are checked !"}, {"NumberExpected", "Number expected !"}, {"OK", "OK"},
     {"RealInterval", "Number in interval from %lg to %lg expected !"},
-    {"ValueNotEntered", "Value is not entered !"},
-    {"Warning", "Warning"},
-    {"yards", "yards"},
-    {"eACCES", "Permission denied !"},
-    {"eDupKey", "Key duplication ! Key: "},
-    {"eINVACC", "Invalid access code !"},
-    {"eIntegerOverflow", "Integer overflow !"},
-    {"eInvalidFormat", "Invalid data format !"},
-    {"eKeyWithoutValue", "Key without value ! Key: "},
+    {"ValueNotEntered", "Value is not entered !"}, {"Warning", "Warning"}, {"yards", "yards"},
+    {"eACCES", "Permission denied !"}, {"eDupKey", "Key duplication ! Key: "},
+    {"eINVACC", "Invalid access code !"}, {"eIntegerOverflow", "Integer overflow !"},
+    {"eInvalidFormat", "Invalid data format !"}, {"eKeyWithoutValue", "Key without value ! Key: "},
     {"eMFILE", "Too many open files !"},
     {"eNewerVersion", "Unsupported format version ! Program update needed !"},
-    {"eNOFILE", "File not found !"},
-    {"eNonInteger", "Integer number expected ! Key: "},
-    {"eNonNumber", "Number expected ! Key: "},
-    {"eNOPATH", "Path not found !"},
-    {"eNumberExpected", "Number expected !"},
-    {"eOutOfMemory", "Out of memory !"},
-    {"eOutOfResources", "Out of system resources !"},
-    {"eReadError", "Data reading error ! "},
-    {"Error", "Error"},
-    {"eUnexpectedEOT", "Unexpected end of text !"},
+    {"eNOFILE", "File not found !"}, {"eNonInteger", "Integer number expected ! Key: "},
+    {"eNonNumber", "Number expected ! Key: "}, {"eNOPATH", "Path not found !"},
+    {"eNumberExpected", "Number expected !"}, {"eOutOfMemory", "Out of memory !"},
+    {"eOutOfResources", "Out of system resources !"}, {"eReadError", "Data reading error ! "},
+    {"Error", "Error"}, {"eUnexpectedEOT", "Unexpected end of text !"},
     {"eUnknownError", "Unknown internal error !"},
-    {"eValueWithoutKey", "Value without key ! Value: "},
-    {"eWriteError", "Data writing error !"},
-    {"FileName", "File: "},
-    {"Line", "Line: "},
-};
-
-std::vector<const xloc_str*> walk() {
-  std::vector<const xloc_str*> records;
-  for (const xloc_str* r = loc_strings; r != nullptr; r = r->next) records.push_back(r);
-  return records;
-}
-
-std::vector<std::string> split_blanks(std::string_view s) {
-  std::vector<std::string> words;
-  std::string word;
-  for (char c : s) {
-    if (c == ' ') {
-      words.push_back(word);
-      word.clear();
-    } else {
-      word += c;
-    }
-  }
-  words.push_back(word);
-  return words;
-}
+    {"eValueWithoutKey", "Value without key ! Value: "}, {"eWriteError", "Data writing error !"},
+    {"FileName", "File: "}, {"Line", "Line: "}};
 
 TEST(XCatalogue, ListRunsNewestFirstWithExactKeysAndTexts) {
-  const auto records = walk();
+  std::vector<const xloc_str*> records;
+  for (const xloc_str* r = loc_strings; r != nullptr; r = r->next) records.push_back(r);
   ASSERT_EQ(records.size(), expected.size());
   ASSERT_EQ(static_cast<int>(records.size()), catalogue_size);
   for (std::size_t i = 0; i < expected.size(); ++i) {
@@ -104,26 +59,6 @@ TEST(XCatalogue, ListRunsNewestFirstWithExactKeysAndTexts) {
   }
   EXPECT_EQ(records.front(), &msg::Line);
   EXPECT_EQ(records.back(), &msg::Abort);
-}
-
-TEST(XCatalogue, KeysAreUniqueAndCaseSensitive) {
-  std::set<std::string_view> keys;
-  for (const xloc_str* r : walk()) EXPECT_TRUE(keys.insert(r->key.view()).second) << r->key.view();
-  // Two records share a text under different keys.
-  EXPECT_EQ(msg::NumberExpected.text, msg::eNumberExpected.text);
-  EXPECT_NE(msg::NumberExpected.key, msg::eNumberExpected.key);
-}
-
-TEST(XCatalogue, NameListsSplitIntoDaysAndMonths) {
-  const auto days = split_blanks(msg::DayNames.text.view());
-  ASSERT_EQ(days.size(), 7u);
-  EXPECT_EQ(days.front(), "Monday");
-  EXPECT_EQ(days.back(), "Sunday");
-  const auto months = split_blanks(msg::MonthNames.text.view());
-  ASSERT_EQ(months.size(), 12u);
-  EXPECT_EQ(months[0], "January");
-  EXPECT_EQ(months[1], "Febrary");
-  EXPECT_EQ(months[11], "December");
 }
 
 TEST(XCatalogue, IntervalTextsAreFormats) {
