@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 
 #include "core/xvirtual_fs.h"
+#include "tests/support/xtest_helpers.h"
 
 namespace xum {
 namespace {
@@ -185,16 +186,11 @@ TEST(XMatchMask, MatchesWildcards) {
 // Each test gets a fresh folder under the system's temporary directory.
 class XFileSystem : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string t = (fs::temp_directory_path() / "xfu-XXXXXX").string();
-    ASSERT_NE(mkdtemp(t.data()), nullptr);
-    root_ = t;
-  }
-  void TearDown() override { fs::remove_all(root_); }
   std::string at(const std::string& name) const { return (root_ / name).string(); }
   void touch(const std::string& name) const { std::ofstream(at(name)) << "x"; }
 
-  fs::path root_;
+  test::temp_dir dir_;
+  const fs::path root_ = dir_.path;
 };
 
 class fake_archive : public xvirtual_fs_interface {

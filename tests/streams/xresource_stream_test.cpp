@@ -1,7 +1,5 @@
 #include "streams/xresource_stream.h"
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -20,10 +18,7 @@ namespace {
 
 using test::code_of;
 
-std::string file_bytes(const char* name) {
-  std::ifstream in(std::string(XUM_TEST_DATA) + "/" + name, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
+std::string file_bytes(const char* name) { return test::file_bytes(std::string(XUM_TEST_DATA) + "/" + name); }
 
 std::string read_all(xstream& s) {
   std::string out(static_cast<std::size_t>(s.get_size()) + 10, '?');
