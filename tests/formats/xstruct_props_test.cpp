@@ -122,6 +122,7 @@ TEST(XstructProps, WritingAKeyTwiceIsReportedForEveryKind) {
   f.open_stream(m, xstream_write, false);
   f.prop_int64("K", 1, 0, false);
   EXPECT_EQ(error_of([&] { f.real_prop("K", 2.0, 0.0, false); }), "Key duplication ! Key: K");
+  EXPECT_EQ(error_of([&] { f.str_prop("K", "2", "", false); }), "Key duplication ! Key: K");
   // Equal to its default, the second write stores nothing and so reports nothing.
   EXPECT_EQ(error_of([&] { f.real_prop("K", 0.0, 0.0, false); }), "(no error)");
 }
