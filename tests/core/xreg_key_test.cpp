@@ -112,6 +112,7 @@ TEST_F(XregKeyTest, FailedWriteReportsTheFileAndReadsGiveDefaults) {
 // one writer's text whole.
 TEST_F(XregKeyTest, ConcurrentProcessesLoseNothing) {
   constexpr int writers = 4, each = 40;
+  const auto name = [](int p, int i) { return xstr("p") + xstr(std::to_string(p * 1000 + i)); };
   pid_t pids[writers];
   for (int p = 0; p < writers; ++p) {
     pids[p] = fork();
@@ -120,10 +121,8 @@ TEST_F(XregKeyTest, ConcurrentProcessesLoseNothing) {
       xreg_key w("Shared", false);
       const xstr mine = xstr(std::string_view(std::string(5000, static_cast<char>('a' + p))));
       for (int i = 0; i < each; ++i) {
-        xstr name;
-        name.printf("p%d-%d", p, i);
         std::int32_t n = p * 1000 + i;
-        w.binary(name, &n, nullptr, sizeof n);
+        w.binary(name(p, i), &n, nullptr, sizeof n);
         w.str_prop("common", mine, "");
       }
       _exit(0);
@@ -138,11 +137,9 @@ TEST_F(XregKeyTest, ConcurrentProcessesLoseNothing) {
   EXPECT_EQ(r.value_names().size(), static_cast<std::size_t>(writers * each + 1));
   for (int p = 0; p < writers; ++p)
     for (int i = 0; i < each; ++i) {
-      xstr name;
-      name.printf("p%d-%d", p, i);
       std::int32_t n = -1, def = -1;
-      r.binary(name, &n, &def, sizeof n);
-      ASSERT_EQ(n, p * 1000 + i) << name.view();
+      r.binary(name(p, i), &n, &def, sizeof n);
+      ASSERT_EQ(n, p * 1000 + i) << p << " " << i;
     }
   const xstr common = r.str_prop("common", "", "");
   ASSERT_EQ(common.length(), 5000);
