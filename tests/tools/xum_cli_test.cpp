@@ -96,7 +96,8 @@ TEST(XumTool, ReportedFailurePrintsOnlyTheMessageAndExitsWith1) {
       {"vfs list /nonexistent-xum.vfs", "File not found !\nFile: /nonexistent-xum.vfs\n"},
       {"struct dump " + bad, "Value without key ! Value: lost\nFile: " + bad + "\n"},
       {"vfs verify " + bad_vfs, "Invalid data format !\nFile: " + bad_vfs + "\n"},
-      {"struct get " XUM_SAMPLES_DIR "/settings/layout.txt Panel/Nope", "No value at this path !\nKey: Panel/Nope\n"}};
+      {"struct get " XUM_SAMPLES_DIR "/settings/layout.txt Panel/Nope",
+       "No value at this path !\nKey: Panel/Nope\n"}};
   for (const auto& [args, err] : rows) {
     SCOPED_TRACE(args);
     const auto r = xum(args);
@@ -138,7 +139,8 @@ TEST(XumTool, RegistryValuesPersistAcrossProcesses) {
   const std::string root = ::testing::TempDir() + "xum_reg_" + std::to_string(::getpid());
   const std::string env = "XUM_REGISTRY_ROOT=" + root + " ";
   for (const char* args : {"'Soft\\App' Title 'Hello world'", "--number -- Soft/App Count -2",
-                           "--hex Soft/App Blob 0102030405", "--hex Soft/App Short 3412", "Soft/App/Child x y"})
+                           "--hex Soft/App Blob 0102030405", "--hex Soft/App Short 3412",
+                           "Soft/App/Child x y"})
     ASSERT_EQ(xum(std::string("reg set ") + args, env).code, 0) << args;
   EXPECT_EQ(xum("reg get Soft/App Title", env).out, "Hello world\n");
   EXPECT_EQ(xum("reg get Soft/App Count", env).out, "4294967294\n");
