@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -71,29 +70,9 @@ const std::vector<entry> expected = {
     {"Line", "Line: "},
 };
 
-std::vector<const xloc_str*> walk() {
+TEST(XCatalogue, ListRunsNewestFirstWithExactKeysAndTexts) {
   std::vector<const xloc_str*> records;
   for (const xloc_str* r = loc_strings; r != nullptr; r = r->next) records.push_back(r);
-  return records;
-}
-
-std::vector<std::string> split_blanks(std::string_view s) {
-  std::vector<std::string> words;
-  std::string word;
-  for (char c : s) {
-    if (c == ' ') {
-      words.push_back(word);
-      word.clear();
-    } else {
-      word += c;
-    }
-  }
-  words.push_back(word);
-  return words;
-}
-
-TEST(XCatalogue, ListRunsNewestFirstWithExactKeysAndTexts) {
-  const auto records = walk();
   ASSERT_EQ(records.size(), expected.size());
   ASSERT_EQ(static_cast<int>(records.size()), catalogue_size);
   for (std::size_t i = 0; i < expected.size(); ++i) {
@@ -104,26 +83,6 @@ TEST(XCatalogue, ListRunsNewestFirstWithExactKeysAndTexts) {
   }
   EXPECT_EQ(records.front(), &msg::Line);
   EXPECT_EQ(records.back(), &msg::Abort);
-}
-
-TEST(XCatalogue, KeysAreUniqueAndCaseSensitive) {
-  std::set<std::string_view> keys;
-  for (const xloc_str* r : walk()) EXPECT_TRUE(keys.insert(r->key.view()).second) << r->key.view();
-  // Two records share a text under different keys.
-  EXPECT_EQ(msg::NumberExpected.text, msg::eNumberExpected.text);
-  EXPECT_NE(msg::NumberExpected.key, msg::eNumberExpected.key);
-}
-
-TEST(XCatalogue, NameListsSplitIntoDaysAndMonths) {
-  const auto days = split_blanks(msg::DayNames.text.view());
-  ASSERT_EQ(days.size(), 7u);
-  EXPECT_EQ(days.front(), "Monday");
-  EXPECT_EQ(days.back(), "Sunday");
-  const auto months = split_blanks(msg::MonthNames.text.view());
-  ASSERT_EQ(months.size(), 12u);
-  EXPECT_EQ(months[0], "January");
-  EXPECT_EQ(months[1], "Febrary");
-  EXPECT_EQ(months[11], "December");
 }
 
 TEST(XCatalogue, IntervalTextsAreFormats) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/xcatalogue.h"
@@ -43,31 +44,32 @@ class XExceptionShow : public ::testing::Test {
 };
 
 TEST(XExceptionFamily, FlagsFollowTheClass) {
-  const XException plain(u"a");
-  const XEAbort abort(u"b");
-  const XECritical critical(u"c");
-  const XEFatal fatal(u"d");
-  const XEValidation validation(u"e");
-  EXPECT_FALSE(plain.critical || plain.fatal);
-  EXPECT_FALSE(abort.critical || abort.fatal);
-  EXPECT_TRUE(critical.critical && !critical.fatal);
-  EXPECT_TRUE(fatal.fatal && !fatal.critical);
-  EXPECT_FALSE(validation.critical || validation.fatal);
-  EXPECT_TRUE(validation.caption.empty());
+  const std::tuple<XException, bool, bool> rows[] = {{XException(u"a"), false, false},
+                                                     {XEAbort(u"b"), false, false},
+                                                     {XECritical(u"c"), true, false},
+                                                     {XEFatal(u"d"), false, true},
+                                                     {XEValidation(u"e"), false, false}};
+  for (const auto& [e, critical, fatal] : rows) {
+    SCOPED_TRACE(e.what());
+    EXPECT_EQ(e.critical, critical);
+    EXPECT_EQ(e.fatal, fatal);
+  }
+  EXPECT_TRUE(XEValidation(u"e").caption.empty());
 }
 
-TEST(XExceptionFamily, CopiesKeepMessageFlagsAndCaption) {
+TEST(XExceptionFamily, CopiesKeepMessageFlagsAndCaptionAndAreStdExceptions) {
   XEValidation original(u"Value is not entered !");
   original.caption = u"Input error";
   original.critical = true;
   try {
     throw original;
-  } catch (const XException& e) {
-    const auto* v = dynamic_cast<const XEValidation*>(&e);
+  } catch (const std::exception& caught) {
+    EXPECT_STREQ(caught.what(), "Value is not entered !");
+    const auto* v = dynamic_cast<const XEValidation*>(&caught);
     ASSERT_NE(v, nullptr);
     EXPECT_EQ(v->caption, u"Input error");
-    EXPECT_EQ(e.Message, u"Value is not entered !");
-    EXPECT_TRUE(e.critical);
+    EXPECT_EQ(v->Message, u"Value is not entered !");
+    EXPECT_TRUE(v->critical);
   }
 }
 
@@ -78,30 +80,23 @@ TEST(XExceptionFamily, WhatGivesTheMessageAsUtf8) {
   EXPECT_STREQ(e.what(), "changed");
 }
 
-TEST(XExceptionFamily, CaughtAsStdException) {
-  try {
-    throw XEFatal(u"boom");
-  } catch (const std::exception& e) {
-    EXPECT_STREQ(e.what(), "boom");
-  }
-}
-
-TEST_F(XExceptionShow, ShowUsesErrorCaptionAndSetsFlag) {
+TEST_F(XExceptionShow, ShowUsesTheErrorCaptionAndSetsTheFlag) {
   XException::Show("File not found !", true);
-  ASSERT_EQ(boxes.size(), 1u);
-  EXPECT_EQ(boxes[0].text, "File not found !");
-  EXPECT_EQ(boxes[0].caption, msg::Error.text.view());
-  EXPECT_EQ(boxes[0].flags, MB_OK | MB_ICONEXCLAMATION);
   EXPECT_TRUE(XException::messageShowed);
   XException::Show("again", false);
   EXPECT_FALSE(XException::messageShowed);
-}
-
-TEST_F(XExceptionShow, MemberShowShowsOwnMessage) {
-  XECritical(u"Disk \u00e9tat").Show();
-  ASSERT_EQ(boxes.size(), 1u);
-  EXPECT_EQ(boxes[0].text, "Disk \xc3\xa9tat");
+  XECritical(u"Disk \u00e9tat").Show();  // its own message, as UTF-8
   EXPECT_TRUE(XException::messageShowed);
+  const xstr saved = msg::Error.text;
+  msg::Error.text = "Fehler";  // a translated caption is followed
+  XException::Show("x", true);
+  msg::Error.text = saved;
+  ASSERT_EQ(boxes.size(), 4u);
+  EXPECT_EQ(boxes[0].text, "File not found !");
+  EXPECT_EQ(boxes[0].caption, "Error");
+  EXPECT_EQ(boxes[0].flags, MB_OK | MB_ICONEXCLAMATION);
+  EXPECT_EQ(boxes[2].text, "Disk \xc3\xa9tat");
+  EXPECT_EQ(boxes[3].caption, "Fehler");
 }
 
 TEST_F(XExceptionShow, UnknownExceptionStaysSilentOnceAfterShow) {
@@ -113,15 +108,6 @@ TEST_F(XExceptionShow, UnknownExceptionStaysSilentOnceAfterShow) {
   ASSERT_EQ(boxes.size(), 2u);
   EXPECT_EQ(boxes[1].text, "Unknown internal error !");
   EXPECT_FALSE(XException::messageShowed);
-}
-
-TEST_F(XExceptionShow, ShowFollowsATranslatedCaption) {
-  const xstr saved = msg::Error.text;
-  msg::Error.text = "Fehler";
-  XException::Show("x", true);
-  msg::Error.text = saved;
-  ASSERT_EQ(boxes.size(), 1u);
-  EXPECT_EQ(boxes[0].caption, "Fehler");
 }
 
 }  // namespace

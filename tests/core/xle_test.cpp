@@ -9,31 +9,28 @@
 namespace xum {
 namespace {
 
-TEST(XLittleEndian, StoresLeastSignificantByteFirst) {
-  unsigned char b[8] = {};
-  le::store<std::uint32_t>(b, 0x11223344u);
-  EXPECT_EQ((std::array<int, 4>{b[0], b[1], b[2], b[3]}), (std::array<int, 4>{0x44, 0x33, 0x22, 0x11}));
-  le::store<std::int16_t>(b, -2);
-  EXPECT_EQ(b[0], 0xFE);
-  EXPECT_EQ(b[1], 0xFF);
-  le::store<double>(b, 1.0);  // 3FF0000000000000
-  EXPECT_EQ(b[7], 0x3F);
-  EXPECT_EQ(b[6], 0xF0);
-  EXPECT_EQ(b[0], 0x00);
+// The first `n` bytes of `b` hold the low `n` bytes of `v`, lowest first.
+void expect_bytes(const unsigned char* b, int n, std::uint64_t v) {
+  for (int i = 0; i < n; ++i) EXPECT_EQ(b[i], (v >> 8 * i) & 0xFF) << "byte " << i;
 }
 
-TEST(XLittleEndian, RoundTripsAtTheEdgesOfEveryWidth) {
+TEST(XLittleEndian, StoresLowestByteFirstAndRoundTripsAtTheEdgesOfEveryWidth) {
   unsigned char b[8];
   for (std::uint64_t v : {0ull, 1ull, 0x7Full, 0x80ull, 0xFFull, 0x100ull, 0x7FFFull, 0x8000ull,
-                          0xFFFFFFFFull, 0x100000000ull, ~0ull}) {
+                          0x11223344ull, 0xFFFFFFFFull, 0x100000000ull, 0x0102030405060708ull, ~0ull}) {
     SCOPED_TRACE(v);
     le::store<std::uint64_t>(b, v);
+    expect_bytes(b, 8, v);
     EXPECT_EQ(le::load<std::uint64_t>(b), v);
     le::store<std::uint32_t>(b, static_cast<std::uint32_t>(v));
+    expect_bytes(b, 4, v);
     EXPECT_EQ(le::load<std::uint32_t>(b), static_cast<std::uint32_t>(v));
     le::store<std::int16_t>(b, static_cast<std::int16_t>(v));
+    expect_bytes(b, 2, v);
     EXPECT_EQ(le::load<std::int16_t>(b), static_cast<std::int16_t>(v));
   }
+  le::store<double>(b, 1.0);
+  expect_bytes(b, 8, 0x3FF0000000000000ull);
   le::store<float>(b, -0.15625f);
   EXPECT_EQ(le::load<float>(b), -0.15625f);
   le::store<std::int64_t>(b, std::numeric_limits<std::int64_t>::min());

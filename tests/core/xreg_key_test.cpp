@@ -8,10 +8,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
+#include <tuple>
 
 #include "core/xexceptions.h"
+#include "tests/support/xtest_helpers.h"
 
 namespace {
 
@@ -22,22 +23,10 @@ using xum::xstr;
 // Each test gets a fresh store root.
 class XregKeyTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string templ = ::testing::TempDir() + "xreg_XXXXXX";
-    ASSERT_NE(mkdtemp(templ.data()), nullptr);
-    root_ = templ;
-    setenv("XUM_REGISTRY_ROOT", root_.c_str(), 1);
-  }
-  void TearDown() override { fs::remove_all(root_); }
+  void SetUp() override { setenv("XUM_REGISTRY_ROOT", root_.c_str(), 1); }
 
-  static std::string file(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-  }
-
-  fs::path root_;
+  xum::test::temp_dir dir_;
+  const fs::path root_ = dir_.path;
 };
 
 TEST_F(XregKeyTest, ValuesAreReadOnlyWithTheirTypeAndSize) {
@@ -52,8 +41,8 @@ TEST_F(XregKeyTest, ValuesAreReadOnlyWithTheirTypeAndSize) {
     w.binary("Blob", six, nullptr, 6);
   }
   const fs::path key = root_ / "Software" / "XUM" / "Test";
-  EXPECT_EQ(file(key / "@Name"), std::string("XRV\x01" "abc", 7) + '\0');
-  EXPECT_EQ(file(key / "@Num"), std::string("XRV\x04\x34\x12\0\0", 8));  // upper bytes zero
+  EXPECT_EQ(xum::test::file_bytes(key / "@Name"), std::string("XRV\x01" "abc", 7) + '\0');
+  EXPECT_EQ(xum::test::file_bytes(key / "@Num"), std::string("XRV\x04\x34\x12\0\0", 8));  // upper bytes zero
 
   xreg_key r("Software/XUM\\Test", true);
   EXPECT_EQ(r.str_prop("Name", "ignored", "def"), "abc");
@@ -61,28 +50,21 @@ TEST_F(XregKeyTest, ValuesAreReadOnlyWithTheirTypeAndSize) {
   EXPECT_EQ(r.str_prop("Num", "x", "def"), "def");      // a number is not text
   EXPECT_EQ(r.str_prop("Missing", "x", "def"), "def");
 
-  const unsigned char d4[4] = {9, 9, 9, 9};
-  unsigned char out4[4] = {};
-  r.binary("Num", out4, d4, 4);
   EXPECT_EQ(xum::xreg_key::value_type::number, r.get("Num").type);
-  EXPECT_EQ(std::string(reinterpret_cast<char*>(out4), 4), std::string("\x34\x12\0\0", 4));
-  unsigned char out1 = 0;
-  r.binary("Num", &out1, d4, 1);  // the first byte of the number
-  EXPECT_EQ(out1, 0x34);
-  r.binary("Name", out4, d4, 4);  // text is not a number
-  EXPECT_EQ(out4[0], 9);
-  r.binary("Blob", out4, d4, 3);  // nor is binary data, whatever its size
-  EXPECT_EQ(out4[1], 9);
-
-  const unsigned char d8[8] = {7, 7, 7, 7, 7, 7, 7, 7};
-  unsigned char out8[8] = {};
-  r.binary("Blob", out8, d8, 8);  // 6 stored bytes, 8 asked: the default
-  EXPECT_EQ(out8[0], 7);
-  unsigned char out6[6] = {};
-  r.binary("Blob", out6, d8, 6);
-  EXPECT_EQ(out6[5], 6);
-  r.binary("Num", out6, d8, 6);  // a number is not binary data
-  EXPECT_EQ(out6[0], 7);
+  // Name, bytes asked, bytes read (empty: the default).
+  const std::tuple<const char*, unsigned, std::string> rows[] = {
+      {"Num", 4, std::string("\x34\x12\0\0", 4)}, {"Num", 1, "\x34"},  // a number, or its first bytes
+      {"Name", 4, ""},                                    // text is not a number
+      {"Blob", 3, ""},                                    // nor is binary data, whatever its size
+      {"Blob", 8, ""},                                    // 6 stored bytes, 8 asked
+      {"Blob", 6, "\1\2\3\4\5\6"}, {"Num", 6, ""}};       // a number is not binary data
+  for (const auto& [name, size, want] : rows) {
+    SCOPED_TRACE(std::string(name) + " " + std::to_string(size));
+    const std::string def(size, '\x09');
+    std::string out(size, '\0');
+    r.binary(name, out.data(), def.data(), size);
+    EXPECT_EQ(out, want.empty() ? def : want);
+  }
 }
 
 TEST_F(XregKeyTest, WritingReturnsTheValueAndChildKeysFollowTheParent) {
@@ -130,6 +112,7 @@ TEST_F(XregKeyTest, FailedWriteReportsTheFileAndReadsGiveDefaults) {
 // one writer's text whole.
 TEST_F(XregKeyTest, ConcurrentProcessesLoseNothing) {
   constexpr int writers = 4, each = 40;
+  const auto name = [](int p, int i) { return xstr("p") + xstr(std::to_string(p * 1000 + i)); };
   pid_t pids[writers];
   for (int p = 0; p < writers; ++p) {
     pids[p] = fork();
@@ -138,10 +121,8 @@ TEST_F(XregKeyTest, ConcurrentProcessesLoseNothing) {
       xreg_key w("Shared", false);
       const xstr mine = xstr(std::string_view(std::string(5000, static_cast<char>('a' + p))));
       for (int i = 0; i < each; ++i) {
-        xstr name;
-        name.printf("p%d-%d", p, i);
         std::int32_t n = p * 1000 + i;
-        w.binary(name, &n, nullptr, sizeof n);
+        w.binary(name(p, i), &n, nullptr, sizeof n);
         w.str_prop("common", mine, "");
       }
       _exit(0);
@@ -156,11 +137,9 @@ TEST_F(XregKeyTest, ConcurrentProcessesLoseNothing) {
   EXPECT_EQ(r.value_names().size(), static_cast<std::size_t>(writers * each + 1));
   for (int p = 0; p < writers; ++p)
     for (int i = 0; i < each; ++i) {
-      xstr name;
-      name.printf("p%d-%d", p, i);
       std::int32_t n = -1, def = -1;
-      r.binary(name, &n, &def, sizeof n);
-      ASSERT_EQ(n, p * 1000 + i) << name.view();
+      r.binary(name(p, i), &n, &def, sizeof n);
+      ASSERT_EQ(n, p * 1000 + i) << p << " " << i;
     }
   const xstr common = r.str_prop("common", "", "");
   ASSERT_EQ(common.length(), 5000);

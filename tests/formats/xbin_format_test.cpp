@@ -1,8 +1,10 @@
+// xbin_format: field layouts byte for byte, signatures, versions, trailers,
+// the scrambled tail, damaged input, and the block in front of the stream,
+// which must leave the stream where an unbuffered format would.
 #include "formats/xbin_format.h"
 
 #include <cstdint>
 #include <cstdio>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,7 +14,6 @@
 
 #include "core/xexceptions.h"
 #include "streams/xmemory_stream.h"
-#include "streams/xxor_stream.h"
 
 namespace xum {
 namespace {
@@ -29,28 +30,34 @@ void put(xmemory_stream& m, const bytes& b) {
   m.seek(0, xseek_begin);
 }
 
+// Every field kind, written and read by the same calls.
+void fields(xbin_format& f, xstr& empty, xstr& abc, std::int16_t& i16, std::uint64_t& u64, double& d,
+            xvector<xstr>& v, xstr& longest) {
+  f.identifier("VFS");
+  f.set_version(2);
+  f.short_str(empty);
+  f(empty);
+  f.short_str(abc);
+  f(abc);
+  f(i16);
+  f(u64);
+  f(d);
+  f.vector(v);
+  longest = f.short_str_prop(longest);  // 255 bytes are the limit, not past it
+}
+
 TEST(XBinFormat, FieldEncodingsByteForByte) {
   xmemory_stream m;
   {
     xbin_format f(m, xstream_write, false);
-    xstr empty, abc = "abc", longer(std::string_view(std::string(255, 'x')));
-    f.identifier("VFS");
-    f.set_version(2);
-    f.short_str(empty);
-    f(empty);
-    f.short_str(abc);
-    f(abc);
+    xstr empty, abc = "abc", longest(std::string_view(std::string(255, 'x')));
     std::int16_t i16 = -2;
     std::uint64_t u64 = 0x0102030405060708ull;
     double d = 1.0;
-    f(i16);
-    f(u64);
-    f(d);
     xvector<xstr> v;
     v.push_back("a");
     v.push_back("");
-    f.vector(v);
-    f.short_str(longer);  // 255 bytes are the limit, not past it
+    fields(f, empty, abc, i16, u64, d, v, longest);
   }
   bytes want = {'V', 'F', 'S', 2, 0, 0, 0, 0, 0, 0, 0, 0, 3, 'a', 'b', 'c', 3, 0, 0, 0, 'a', 'b', 'c',
                 0xFE, 0xFF, 8, 7, 6, 5, 4, 3, 2, 1, 0, 0, 0, 0, 0, 0, 0xF0, 0x3F,
@@ -61,37 +68,25 @@ TEST(XBinFormat, FieldEncodingsByteForByte) {
   // A 256-byte short string throws before writing anything.
   xbin_format f(m, xstream_write, false);
   xstr too_long(std::string_view(std::string(256, 'y')));
-  const std::int64_t before = m.get_size();
   EXPECT_THROW(f.short_str(too_long), xexception);
-  EXPECT_EQ(m.get_size(), before);
+  EXPECT_EQ(m.get_size(), static_cast<std::int64_t>(want.size()));
 
-  // And everything reads back.
   m.seek(0, xseek_begin);
   xbin_format r(m, xstream_read, false);
-  xstr a, b, c, e;
-  r.identifier("VFS");
-  r.set_version(2);
-  r.short_str(a);
-  r(b);
-  r.short_str(c);
-  r(e);
+  xstr empty = "old", abc, longest;
   std::int16_t i16 = 0;
   std::uint64_t u64 = 0;
   double d = 0;
-  r(i16);
-  r(u64);
-  r(d);
   xvector<xstr> v;
-  r.vector(v);
-  EXPECT_TRUE(a.empty() && b.empty());
-  EXPECT_EQ(c, "abc");
-  EXPECT_EQ(e, "abc");
+  fields(r, empty, abc, i16, u64, d, v, longest);
+  EXPECT_TRUE(empty.empty());
+  EXPECT_EQ(abc, "abc");
   EXPECT_EQ(i16, -2);
   EXPECT_EQ(u64, 0x0102030405060708ull);
   EXPECT_EQ(d, 1.0);
   ASSERT_EQ(v.size(), 2);
   EXPECT_EQ(v[0], "a");
-  EXPECT_EQ(r.short_str_prop("ignored").length(), 255);
+  EXPECT_EQ(longest.length(), 255);
 }
 
 TEST(XBinFormat, SignatureAndVersionChecks) {
@@ -139,57 +134,172 @@ TEST(XBinFormat, TrailerInBothSizesReadsBackExactly) {
   }
   std::remove(path.c_str());
 
-  // The long form: 8 bytes of position and 4 zero bytes, read back when
-  // the last word is zero.
+  // The long form is read back when the last word is zero.
   xmemory_stream l;
-  put(l, {1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
-  l.seek(0, xseek_end);
-  l.write("\x05\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00", 12);
+  put(l, {1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
   xbin_format lr(l, xstream_read, false);
   EXPECT_EQ(lr.trailer(), 5);
 }
 
-TEST(XBinFormat, StartEncodingScramblesTheRestAndReadsBack) {
+TEST(XBinFormat, EncodingScramblesFromItsStartAndTheTrailerFromItsAbsolutePosition) {
   xmemory_stream m;
   {
     xbin_format f(m, xstream_write, false);
     f.identifier("ABC");
     f.start_encoding();
-    std::uint32_t v = 0;
-    f(v);
-    f.trailer();
+    xstr s = "sixteen bytes!!!";
+    xvector<xstr> list;
+    list.push_back("one");
+    list.push_back("two");
+    std::uint32_t zero = 0;
+    f(s);
+    f.vector(list);
+    f(zero);
+    EXPECT_EQ(f.trailer(), 45);
   }
-  // The scrambled zeros are the key from phase 0. Asking the XOR stream for
-  // its position (trailer) moves its phase to the absolute position 7, so
-  // the trailer's bytes use key[7], key[0], key[1], key[2].
-  EXPECT_EQ(contents(m), (bytes{'A', 'B', 'C', 0x5c, 0x13, 0xa7, 0xe2, 0x6f ^ 7, 0x5c, 0x13, 0xa7}));
+  // The key (5c 13 a7 e2 09 bd 44 6f) starts at phase 0 where encoding
+  // starts: the length 16 becomes 4c 13 a7 e2. Asking the XOR stream for its
+  // position (trailer) moves its phase to the absolute position 45, so the
+  // trailer 2d 00 00 00 uses key[5], key[6], key[7], key[0].
+  const bytes all = contents(m);
+  ASSERT_EQ(all.size(), 49u);
+  EXPECT_EQ(bytes(all.begin(), all.begin() + 7), (bytes{'A', 'B', 'C', 0x4c, 0x13, 0xa7, 0xe2}));
+  EXPECT_EQ(bytes(all.end() - 4, all.end()), (bytes{0x2d ^ 0xbd, 0x44, 0x6f, 0x5c}));
+  // Reading checks each length against the plain stream's size; seeking the
+  // XOR stream for it would move the phase and garble what follows.
   m.seek(0, xseek_begin);
   xbin_format r(m, xstream_read, false);
   r.identifier("ABC");
   r.start_encoding();
-  std::uint32_t v = 1;
-  r(v);
-  EXPECT_EQ(v, 0u);
+  xstr s;
+  xvector<xstr> list;
+  std::uint32_t zero = 1;
+  r(s);
+  r.vector(list);
+  r(zero);
+  EXPECT_EQ(s, "sixteen bytes!!!");
+  ASSERT_EQ(list.size(), 2);
+  EXPECT_EQ(list[1], "two");
+  EXPECT_EQ(zero, 0u);
 }
 
 TEST(XBinFormat, LyingLengthsAndCountsAreRefusedWithoutAllocating) {
+  enum kind { as_string, as_short, as_list };
+  bytes past_a_block = {0x00, 0x00, 0x08, 0x00};  // 524288 bytes announced, 1000 there
+  past_a_block.insert(past_a_block.end(), 1000, 'q');
+  const std::pair<bytes, kind> rows[] = {
+      {{0xFF, 0xFF, 0xFF, 0x7F, 'a'}, as_string},  // 2 GiB in 5 bytes
+      {{0, 0, 0, 0x80}, as_string},                // a negative length
+      {past_a_block, as_string},
+      {{3, 'a'}, as_short},                        // ends early
+      {{0, 0, 0, 0x40, 0, 0, 0, 0}, as_list}};     // 2^30 strings in 4 bytes
   xmemory_stream m;
-  const std::string want = "Data reading error ! \nMemory stream.";
-  put(m, {0xFF, 0xFF, 0xFF, 0x7F, 'a'});  // a 2 GiB string in 5 bytes
-  xbin_format f(m, xstream_read, false);
-  xstr s = "old";
-  EXPECT_EQ(error_of([&] { f(s); }), want);
-  put(m, {0, 0, 0, 0x80});  // a negative length
-  xbin_format g(m, xstream_read, false);
-  EXPECT_EQ(error_of([&] { g(s); }), want);
-  put(m, {0, 0, 0, 0x40, 0, 0, 0, 0});  // 2^30 strings in 4 bytes
-  xbin_format h(m, xstream_read, false);
-  xvector<xstr> v;
-  EXPECT_EQ(error_of([&] { h.vector(v); }), want);
-  EXPECT_EQ(v.size(), 0);
-  put(m, {3, 'a'});  // a short string that ends early
-  xbin_format k(m, xstream_read, false);
-  EXPECT_EQ(error_of([&] { k.short_str(s); }), want);
+  for (const auto& [input, as] : rows) {
+    SCOPED_TRACE(input.size());
+    put(m, input);
+    xbin_format f(m, xstream_read, false);
+    xstr s = "old";
+    xvector<xstr> v;
+    EXPECT_EQ(error_of([&] { as == as_string ? f(s) : as == as_short ? f.short_str(s) : f.vector(v); }),
+              "Data reading error ! \nMemory stream.");
+    if (as == as_list) {
+      EXPECT_EQ(v.size(), 0);
+    }
+  }
+  // A trailer that points past the end is a damaged file.
+  m.set_size(0);
+  m.write("\0\0\0\0\0\0\0\0\x40\0\0\0", 12);
+  xbuffer_stream view(m.data(), m.size());
+  xbin_format tr(view, xstream_read, false);
+  EXPECT_EQ(error_of([&] { tr.trailer(); }), "Data reading error ! \nbuffer stream");
+}
+
+TEST(XBinFormat, ReadingIntoASharedStringLeavesTheOtherCopy) {
+  xmemory_stream m;
+  {
+    xbin_format w(m, xstream_write, false);
+    xstr a = "abc", b = "xyz";
+    w(a);
+    w(b);
+  }
+  m.seek(0, xseek_begin);
+  xbin_format r(m, xstream_read, false);
+  xstr target = xstr(std::string_view("123"));
+  const xstr shared = target;
+  r(target);
+  EXPECT_EQ(target, "abc");
+  EXPECT_EQ(shared, "123");
+  r(target);  // now unshared: overwritten in place
+  EXPECT_EQ(target, "xyz");
+}
+
+TEST(XBinFormatBlock, RecordsAcrossManyBlocksRoundTripThroughAFile) {
+  const std::string path = ::testing::TempDir() + "xbin_block_records.bin";
+  constexpr int count = 40000;  // about 1.4 MB: many blocks, fields split at their edges
+  for (const bool reading : {false, true}) {
+    xbin_format f;
+    f.open_file(path.c_str(), reading ? xfile_read : xfile_create);
+    f.identifier("REC");
+    f.start_encoding();
+    for (int k = 0; k < count; ++k) {
+      std::int64_t i = reading ? 0 : k * 1000003LL;
+      double d = reading ? 0 : k / 7.0;
+      xstr s = reading ? xstr() : xstr(std::string(static_cast<std::size_t>(k % 23), 'a'));
+      std::uint8_t b = reading ? 0 : static_cast<std::uint8_t>(k);
+      f(i);
+      f(d);
+      f(s);
+      f(b);
+      if (reading) {
+        ASSERT_EQ(i, k * 1000003LL);
+        ASSERT_EQ(d, k / 7.0);
+        ASSERT_EQ(s.length(), k % 23);
+        ASSERT_EQ(b, static_cast<std::uint8_t>(k));
+      }
+    }
+    xstr big = reading ? xstr() : xstr(std::string(400000, 'z'));  // longer than a block
+    f(big);
+    if (reading) {
+      EXPECT_EQ(big.length(), 400000);
+    }
+    EXPECT_EQ(f.get_position(), f.get_size());
+    f.close();
+  }
+  std::remove(path.c_str());
+}
+
+TEST(XBinFormatBlock, TheStreamStandsAfterTheLastFieldAtEveryPositionCallAndAtClose) {
+  xmemory_stream m;
+  xbin_format w(m, xstream_write, false);
+  std::int32_t v = 7;
+  w(v);
+  EXPECT_EQ(m.size(), 0);  // still in the block
+  EXPECT_EQ(w.get_position(), 4);
+  EXPECT_EQ(m.size(), 4);
+  w(v);
+  w.flush();
+  EXPECT_EQ(m.get_position(), 8);
+  w(v);
+  w.close();
+  EXPECT_EQ(m.size(), 12);
+
+  m.seek(0, xseek_begin);
+  xbin_format r(m, xstream_read, false);
+  r(v);
+  EXPECT_EQ(r.get_position(), 4);
+  EXPECT_EQ(m.get_position(), 4);
+  r(v);
+  EXPECT_EQ(r.seek(2, xseek_current), 10);  // relative to the last field, not the read-ahead
+  r.close();
+  EXPECT_EQ(m.get_position(), 10);
+  // After start_encoding over a borrowed stream, the plain stream is given
+  // the bytes back too.
+  m.seek(0, xseek_begin);
+  r.open_stream(m, xstream_read, false);
+  r.start_encoding();
+  r(v);
+  r.close();
+  EXPECT_EQ(m.get_position(), 4);
 }
 
 }  // namespace

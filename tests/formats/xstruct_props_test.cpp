@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/xtest_helpers.h"
-#include <stdlib.h>
 
 #include <cmath>
 #include <cstdint>
@@ -123,23 +122,19 @@ TEST(XstructProps, WritingAKeyTwiceIsReportedForEveryKind) {
   f.open_stream(m, xstream_write, false);
   f.prop_int64("K", 1, 0, false);
   EXPECT_EQ(error_of([&] { f.real_prop("K", 2.0, 0.0, false); }), "Key duplication ! Key: K");
+  EXPECT_EQ(error_of([&] { f.str_prop("K", "2", "", false); }), "Key duplication ! Key: K");
   // Equal to its default, the second write stores nothing and so reports nothing.
   EXPECT_EQ(error_of([&] { f.real_prop("K", 0.0, 0.0, false); }), "(no error)");
 }
 
 class XstructFileName : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string t = (fs::temp_directory_path() / "xsp-XXXXXX").string();
-    ASSERT_NE(mkdtemp(t.data()), nullptr);
-    root_ = t;
-  }
-  void TearDown() override { fs::remove_all(root_); }
   void touch(const fs::path& p) {
     fs::create_directories(p.parent_path());
     std::ofstream(p) << "x";
   }
-  fs::path root_;
+  test::temp_dir dir_;
+  const fs::path root_ = dir_.path;
 };
 
 TEST_F(XstructFileName, IsStoredRelativeAndFoundAgainAfterTheFolderMoved) {
@@ -157,9 +152,7 @@ TEST_F(XstructFileName, IsStoredRelativeAndFoundAgainAfterTheFolderMoved) {
     f.file_name("None", none);
     f.close();
   }
-  std::ifstream in(settings);
-  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  EXPECT_EQ(text, "TSF\r\nData=data.bin\r\nLogo=img/logo.bmp\r\n");
+  EXPECT_EQ(test::file_bytes(settings), "TSF\r\nData=data.bin\r\nLogo=img/logo.bmp\r\n");
 
   fs::rename(root_ / "a", root_ / "b");
   xstruct_format f;

@@ -26,8 +26,6 @@ struct dialog {
   TButton* ok = new TButton(form);
   TButton* cancel = new TButton(form);
   dialog() {
-    form->SetName(u"AskForm");
-    form->SetCaption(u"Ask");
     for (TControl* c : {static_cast<TControl*>(edit), static_cast<TControl*>(ok), static_cast<TControl*>(cancel)})
       c->SetParent(form);
     edit->SetName(u"Answer");
@@ -154,16 +152,17 @@ TEST(Synchronize, ShutdownReleasesWaitingThreadsWithAnError) {
   xmain_loop& loop = xmain_loop::instance();
   loop.bind_to_current_thread();
   loop.open();
+  const auto refused = [] {
+    try {
+      TThread::Synchronize(nullptr, [] {});
+    } catch (const EThread&) {
+      return true;
+    }
+    return false;
+  };
   std::atomic<int> failed{0};
   std::vector<std::thread> waiters;
-  for (int i = 0; i < 4; ++i)
-    waiters.emplace_back([&] {
-      try {
-        TThread::Synchronize(nullptr, [] {});
-      } catch (const EThread&) {
-        ++failed;
-      }
-    });
+  for (int i = 0; i < 4; ++i) waiters.emplace_back([&] { failed += refused(); });
   // Let them queue; nobody runs the loop, then it shuts down.
   for (int i = 0; i < 200 && failed.load() < 4; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -173,15 +172,9 @@ TEST(Synchronize, ShutdownReleasesWaitingThreadsWithAnError) {
   EXPECT_EQ(failed.load(), 4);
   // After the shutdown a new call fails at once; the main thread's own
   // calls still run.
-  bool refused = false;
-  std::thread([&] {
-    try {
-      TThread::Synchronize(nullptr, [] {});
-    } catch (const EThread&) {
-      refused = true;
-    }
-  }).join();
-  EXPECT_TRUE(refused);
+  bool late = false;
+  std::thread([&] { late = refused(); }).join();
+  EXPECT_TRUE(late);
   EXPECT_NO_THROW(TThread::Synchronize(nullptr, [] {}));
   loop.open();
 }

@@ -22,71 +22,42 @@ class XPresentException : public ::testing::Test {
  protected:
   xscripted_backend ui_;
   xui_backend_scope scope_{ui_};
-
-  const xscripted_backend::box& only_box() {
-    EXPECT_EQ(ui_.boxes().size(), 1u);
-    return ui_.boxes().back();
-  }
 };
 
-TEST_F(XPresentException, OrdinaryErrorShowsMessageUnderErrorCaption) {
-  present(XException(u"File not found !\nFile: a.txt"));
-  const auto& b = only_box();
-  EXPECT_EQ(b.text, "File not found !\nFile: a.txt");
-  EXPECT_EQ(b.caption, "Error");
-  EXPECT_EQ(b.flags, MB_OK | MB_ICONEXCLAMATION);
-}
-
-TEST_F(XPresentException, EmptyMessageAndForeignExceptionsShowUnknownError) {
-  struct row {
-    const char* name;
-    std::exception_ptr e;
-  };
-  const row rows[] = {
-      {"empty XException", std::make_exception_ptr(XException(u""))},
-      {"std::runtime_error", std::make_exception_ptr(std::runtime_error("x"))},
-      {"contract violation", std::make_exception_ptr(xexception(0))},
-      {"int", std::make_exception_ptr(42)},
-      {"null", nullptr},
-  };
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.name);
-    ui_.clear();
-    xpresent_exception(r.e);
-    const auto& b = only_box();
-    EXPECT_EQ(b.text, "Unknown internal error !");
-    EXPECT_EQ(b.caption, "Error");
-  }
-}
-
-TEST_F(XPresentException, ValidationUsesItsCaption) {
-  XEValidation v(u"Value is not entered !");
-  v.caption = u"Input error";
-  present(v);
-  EXPECT_EQ(only_box().caption, "Input error");
-}
-
-TEST_F(XPresentException, CriticalRetryContinues) {
-  ui_.queue_answer(IDRETRY);
-  present(XECritical(u"Device lost !"));
-  const auto& b = only_box();
-  EXPECT_EQ(b.text, "Device lost !");
-  EXPECT_EQ(b.caption, "Critical error");
-  EXPECT_EQ(b.flags, MB_ABORTRETRYIGNORE | MB_ICONEXCLAMATION);
-  EXPECT_FALSE(xcritical_errors_ignored());
-}
-
-TEST_F(XPresentException, CriticalWinsOverFatalAndOverflowIsCritical) {
+TEST_F(XPresentException, EachKindShowsItsTextCaptionAndButtons) {
+  XEValidation validation(u"Value is not entered !");
+  validation.caption = u"Input error";
   XException both(u"both");
-  both.critical = both.fatal = true;
-  ui_.queue_answer(IDRETRY);
-  present(both);
-  EXPECT_EQ(only_box().caption, "Critical error");
-  ui_.clear();
-  ui_.queue_answer(IDRETRY);
-  present(EIntOverflow(u"ignored text"));
-  EXPECT_EQ(only_box().text, "Integer overflow !");
-  EXPECT_EQ(only_box().caption, "Critical error");
+  both.critical = both.fatal = true;  // critical wins
+  const unsigned ok = MB_OK | MB_ICONEXCLAMATION, retry = MB_ABORTRETRYIGNORE | MB_ICONEXCLAMATION;
+  const char* const unknown = "Unknown internal error !";
+  const struct {
+    std::exception_ptr e;
+    const char *text, *caption;
+    unsigned flags;
+  } rows[] = {
+      {std::make_exception_ptr(XException(u"Disk full !\nFile: a")), "Disk full !\nFile: a", "Error", ok},
+      {std::make_exception_ptr(validation), "Value is not entered !", "Input error", ok},
+      {std::make_exception_ptr(XECritical(u"Device lost !")), "Device lost !", "Critical error", retry},
+      {std::make_exception_ptr(both), "both", "Critical error", retry},
+      {std::make_exception_ptr(EIntOverflow(u"ignored text")), "Integer overflow !", "Critical error", retry},
+      // Whatever carries no message of its own.
+      {std::make_exception_ptr(XException(u"")), unknown, "Error", ok},
+      {std::make_exception_ptr(std::runtime_error("x")), unknown, "Error", ok},
+      {std::make_exception_ptr(xexception(0)), unknown, "Error", ok},
+      {std::make_exception_ptr(42), unknown, "Error", ok},
+      {nullptr, unknown, "Error", ok}};
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.text);
+    ui_.clear();
+    ui_.queue_answer(IDRETRY);  // a critical error goes on
+    xpresent_exception(r.e);
+    ASSERT_EQ(ui_.boxes().size(), 1u);
+    EXPECT_EQ(ui_.boxes()[0].text, r.text);
+    EXPECT_EQ(ui_.boxes()[0].caption, r.caption);
+    EXPECT_EQ(ui_.boxes()[0].flags, r.flags);
+  }
+  EXPECT_FALSE(xcritical_errors_ignored());
 }
 
 // The paths below end the process or change process-wide state for good, so

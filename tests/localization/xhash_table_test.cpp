@@ -39,22 +39,10 @@ TEST(XcalculateBufferHash, MatchesIndependentlyComputedValues) {
   EXPECT_EQ(xcalculate_buffer_hash("abcdX", 4, 0), 0x60bb493cu);
 }
 
-TEST(XhashTableImpl, EmptyTableFindsNothingWithoutSlots) {
+TEST(XhashTableImpl, StartsWithoutSlotsDoublesWhenAQuarterFullAndClears) {
   xhash_table_impl t;
-  EXPECT_EQ(t.item_by_code(5), -1);
+  EXPECT_EQ(t.item_by_code(0), -1);
   EXPECT_EQ(t.size(), 0);
-  t.insert(5, 0);
-  t.clear();
-  EXPECT_EQ(t.size(), 0);
-  EXPECT_EQ(t.count(), 0);
-  EXPECT_EQ(t.item_by_code(5), -1);
-  EXPECT_EQ(t.next_item_by_code(5, 3), -1);
-  t.insert(5, 1);  // a cleared table starts at 128 slots again
-  EXPECT_EQ(t.size(), 128);
-}
-
-TEST(XhashTableImpl, DoublesWhenAQuarterFull) {
-  xhash_table_impl t;
   t.insert(0, 0);
   EXPECT_EQ(t.size(), 128);
   for (int i = 1; i < 32; ++i) t.insert(static_cast<unsigned>(i * 7919), i);
@@ -70,6 +58,13 @@ TEST(XhashTableImpl, DoublesWhenAQuarterFull) {
   EXPECT_EQ(t.value(t.item_by_code(33 * 7919u)), 32);
   EXPECT_EQ(t.value(t.item_by_code(99999)), 64);
   EXPECT_EQ(t.item_by_code(12345), -1);
+  t.clear();
+  EXPECT_EQ(t.size(), 0);
+  EXPECT_EQ(t.count(), 0);
+  EXPECT_EQ(t.item_by_code(0), -1);
+  EXPECT_EQ(t.next_item_by_code(0, 3), -1);
+  t.insert(5, 1);  // a cleared table starts at 128 slots again
+  EXPECT_EQ(t.size(), 128);
 }
 
 TEST(XhashTableImpl, EqualCodesFormAChainInInsertOrder) {
@@ -119,18 +114,16 @@ TEST(XstringsMerger, KeepsOneSharedCopyPerText) {
   merge.clear();
   EXPECT_EQ(merge.strings().size(), 0);
   EXPECT_EQ(merge.table().size(), 0);
-}
-
-TEST(XstringsMerger, ConstructingIndexesTheGivenTexts) {
+  // Constructed from texts, it indexes them.
   xvector<xstr> v;
   v.push_back("one");
   v.push_back("two");
-  xstrings_merger merge(v);
+  xstrings_merger given(v);
   xstr t = xstr("tw") + "o";
-  merge(t);
-  EXPECT_EQ(merge.strings().size(), 2);
-  EXPECT_EQ(t.get_text(), merge.strings()[1].get_text());
-  EXPECT_THROW(merge.reindex(2), xexception);
+  given(t);
+  EXPECT_EQ(given.strings().size(), 2);
+  EXPECT_EQ(t.get_text(), given.strings()[1].get_text());
+  EXPECT_THROW(given.reindex(2), xexception);
 }
 
 }  // namespace
