@@ -3,7 +3,9 @@
 # tar (no compression) in one run and prints a table of wall-clock times:
 #   (a) 2,000 files of 1-64 KiB, (b) 4 files of 256 MiB.
 # Nothing is dropped from the page cache: both tools read files that were
-# just written, and both write into it.
+# just written, and both write into it. Dirty pages are written out (sync)
+# before every timed step, so that no step pays for the writeback of the
+# one before it.
 #
 #   bench/formats/vfs_vs_tar.sh [build/default/tools/xum] [WORK_DIR]
 set -euo pipefail
@@ -22,6 +24,7 @@ done
 
 seconds() {  # runs "$@" and prints the wall-clock seconds it took
   local start end
+  sync
   start=$(date +%s.%N)
   "$@" >/dev/null 2>&1
   end=$(date +%s.%N)
