@@ -167,7 +167,12 @@ std::int64_t xfile_stream::seek(std::int64_t offset, xseek_origin origin) {
     return position_ = target;
   }
   const std::int64_t result = platform::seek_file(fd_, offset, origin);
-  position_ = result >= 0 ? result : -1;
+  // A failed seek moves nothing: a regular file keeps its position, any
+  // other asks the system again next time.
+  if (result >= 0)
+    position_ = result;
+  else if (!positioned_)
+    position_ = -1;
   return result;
 }
 

@@ -100,6 +100,8 @@ TEST_F(XFileStream, SeeksAnswerAsTheSystemWouldWithOrWithoutAskingIt) {
     EXPECT_EQ(f.get_position(), 0);
     EXPECT_EQ(f.seek(INT64_MAX, xseek_begin), INT64_MAX);
     EXPECT_EQ(f.seek(1, xseek_current), -1);  // beyond 2^63
+    EXPECT_EQ(f.seek(-11, xseek_end), -1);
+    EXPECT_EQ(f.get_position(), INT64_MAX);
     EXPECT_EQ(f.seek(-2, xseek_end), 8);
     char b[4] = {};
     EXPECT_EQ(f.read(b, 4), 2);
