@@ -92,7 +92,6 @@ void xfile_stream::open(const xstr& name, int mode) {
   bool regular = false;
   const int fd = platform::open_file(name.get_text(), mode, last_error_, &regular);
   if (fd < 0) {
-    if (last_error_ == platform::missing_file) last_error_ = platform::missing_file_error(name.get_text());
     error_handler();
     return;
   }
@@ -106,7 +105,6 @@ void xfile_stream::open_known_file(const xstr& name) {
   mode_ = xstream_read;
   const int fd = platform::open_known_file(name.get_text(), last_error_);
   if (fd < 0) {
-    if (last_error_ == platform::missing_file) last_error_ = platform::missing_file_error(name.get_text());
     error_handler();
     return;
   }
@@ -184,6 +182,9 @@ void xfile_stream::set_size(std::int64_t size) {
 xstr xfile_stream::description() const { return msg::FileName.text + name_; }
 
 void xfile_stream::error_handler() {
+  // A missing file is told apart from a missing path only now: a stream
+  // that an archive serves never pays for the extra look.
+  if (last_error_ == platform::missing_file) last_error_ = platform::missing_file_error(name_.get_text());
   xstr cause;
   switch (last_error_) {
     case 2: cause = msg::eNOFILE.text; break;
