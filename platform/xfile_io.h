@@ -14,6 +14,7 @@
 #define XUM_PLATFORM_XFILE_IO_H
 
 #include <cstdint>
+#include <string>
 
 #include "core/xexport.h"
 
@@ -60,6 +61,48 @@ XUM_API std::int64_t seek_file(int fd, std::int64_t offset, int origin) noexcept
 XUM_API bool truncate_file(int fd, std::int64_t size) noexcept;
 
 XUM_API void close_file(int fd) noexcept;
+
+// --- Replacing a file safely --------------------------------------------------
+// A file is replaced by writing a new one beside it and renaming it over the
+// old one once complete, so that a full disk, an I/O error or a crash leaves
+// either the old or the new contents, never a mixture. The calls below fill
+// `detail` with the system's own text of a failure.
+
+// Creates a new, empty file for reading and writing in the folder of
+// `target`, named "." + the target's name + "." + six unique characters +
+// ".tmp". Returns the descriptor and sets `temp_name`, or returns invalid_fd
+// with `error` set to one of the open codes above (5 when the folder may not
+// be written).
+XUM_API int create_temp_beside(const char* target, std::string& temp_name, int& error,
+                               std::string& detail);
+
+// Writes the file's data and metadata through to the disk.
+XUM_API bool sync_file(int fd, std::string& detail) noexcept;
+
+// Closes a descriptor and reports whether the system accepted the close (a
+// network file system may report a failed write only here).
+XUM_API bool close_file_checked(int fd, std::string& detail) noexcept;
+
+// Gives the file behind `fd` the permission bits of the file `like`, when it
+// exists (a replaced file keeps its permissions). True when there is
+// nothing to copy.
+XUM_API bool copy_permissions(const char* like, int fd, std::string& detail) noexcept;
+
+// Renames `from` over `to` in one step and writes the folder's new entry
+// through to the disk.
+XUM_API bool rename_over(const char* from, const char* to, std::string& detail) noexcept;
+
+// The path that `path` names after following symbolic links in its last
+// part (a replaced settings file behind a link stays behind the link);
+// `path` itself when it is no link or the link cannot be read.
+XUM_API std::string follow_links(const char* path);
+
+// The system's text for the last call of this thread that failed (read
+// right after the failure: any later system call may change it).
+XUM_API std::string last_error_text();
+
+// Whether `path` is itself a symbolic link.
+XUM_API bool is_symbolic_link(const char* path) noexcept;
 
 }  // namespace xum::platform
 

@@ -5,8 +5,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <climits>
+#include <cstdlib>
 #include <cstring>
+#include <random>
 #include <string>
+#include <utility>
 
 namespace xum::platform {
 
@@ -156,6 +160,108 @@ bool truncate_file(int fd, std::int64_t size) noexcept {
 
 void close_file(int fd) noexcept {
   if (fd >= 0) ::close(fd);
+}
+
+namespace {
+
+bool fail(std::string& detail) {
+  detail = std::strerror(errno);
+  return false;
+}
+
+// The folder and the last part of `path`, split at the last '/'.
+std::pair<std::string, std::string> split_last(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return {std::string(), path};
+  return {path.substr(0, slash + 1), path.substr(slash + 1)};
+}
+
+}  // namespace
+
+int create_temp_beside(const char* target, std::string& temp_name, int& error, std::string& detail) {
+  const auto [dir, base] = split_last(target);
+  static constexpr char letters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+  thread_local std::minstd_rand random(std::random_device{}());
+  // A name a few bytes longer than the target's may pass NAME_MAX where the
+  // target does not: shorten the visible part then.
+  const std::string shown = base.size() > 200 ? base.substr(0, 200) : base;
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    std::string unique(6, 'x');
+    for (char& c : unique) c = letters[random() % (sizeof letters - 1)];
+    temp_name = dir + "." + shown + "." + unique + ".tmp";
+    int fd;
+    do {
+      fd = ::open(temp_name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    } while (fd < 0 && errno == EINTR);
+    if (fd >= 0) {
+      error = 0;
+      return fd;
+    }
+    if (errno == EEXIST) continue;
+    fail(detail);
+    error = map_open_error(errno, temp_name.c_str());
+    if (error == missing_file) error = 3;  // the folder itself is missing
+    temp_name.clear();
+    return invalid_fd;
+  }
+  detail = "no unused temporary name";
+  error = 0;
+  temp_name.clear();
+  return invalid_fd;
+}
+
+bool sync_file(int fd, std::string& detail) noexcept {
+  int r;
+  do {
+    r = ::fsync(fd);
+  } while (r < 0 && errno == EINTR);
+  return r == 0 || fail(detail);
+}
+
+bool close_file_checked(int fd, std::string& detail) noexcept {
+  // Linux releases the descriptor even when close reports EINTR: never retry.
+  return ::close(fd) == 0 || errno == EINTR || fail(detail);
+}
+
+bool copy_permissions(const char* like, int fd, std::string& detail) noexcept {
+  struct stat st;
+  if (::stat(like, &st) != 0) return true;
+  return ::fchmod(fd, st.st_mode & 07777) == 0 || fail(detail);
+}
+
+bool rename_over(const char* from, const char* to, std::string& detail) noexcept {
+  if (::rename(from, to) != 0) return fail(detail);
+  // The rename is durable only once the folder's entry is on the disk; a
+  // folder that cannot be opened or synced still holds the new file.
+  const std::string dir = parent_of(to);
+  const int dfd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dfd >= 0) {
+    ::fsync(dfd);
+    ::close(dfd);
+  }
+  return true;
+}
+
+std::string follow_links(const char* path) {
+  std::string current = path;
+  // A chain of links ends within the system's own limit of 40.
+  for (int depth = 0; depth < 40; ++depth) {
+    struct stat st;
+    if (::lstat(current.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) return current;
+    std::string target(static_cast<std::size_t>(st.st_size > 0 ? st.st_size : PATH_MAX), '\0');
+    const ssize_t n = ::readlink(current.c_str(), target.data(), target.size());
+    if (n <= 0) return current;
+    target.resize(static_cast<std::size_t>(n));
+    current = target.front() == '/' ? target : split_last(current).first + target;
+  }
+  return current;
+}
+
+std::string last_error_text() { return errno == 0 ? std::string() : std::strerror(errno); }
+
+bool is_symbolic_link(const char* path) noexcept {
+  struct stat st;
+  return ::lstat(path, &st) == 0 && S_ISLNK(st.st_mode);
 }
 
 }  // namespace xum::platform

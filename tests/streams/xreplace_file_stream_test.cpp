@@ -1,0 +1,143 @@
+#include "streams/xreplace_file_stream.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "tests/support/xtest_helpers.h"
+
+namespace fs = std::filesystem;
+
+namespace xum {
+namespace {
+
+using test::error_of;
+using test::file_bytes;
+
+void put(const fs::path& p, const std::string& bytes) { std::ofstream(p, std::ios::binary) << bytes; }
+
+// The folder's entries other than `keep`: what a failed or abandoned
+// replacement must not leave behind.
+int strays(const fs::path& dir, const fs::path& keep) {
+  int n = 0;
+  for (const auto& e : fs::directory_iterator(dir)) n += e.path() != keep;
+  return n;
+}
+
+TEST(XReplaceFileStream, ReplacesOnlyAtCloseAndKeepsPermissions) {
+  test::temp_dir dir;
+  const fs::path target = dir.path / "settings.txt";
+  put(target, "old contents");
+  fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+  xreplace_file_stream out(target.c_str());
+  out.write_buffer("new", 3);
+  // Until close the target holds the old bytes, and the new ones sit beside it.
+  EXPECT_EQ(file_bytes(target), "old contents");
+  EXPECT_EQ(fs::path(out.temp_name().get_text()).parent_path(), dir.path);
+  EXPECT_EQ(file_bytes(out.temp_name().get_text()), "new");
+  out.close();
+  EXPECT_EQ(file_bytes(target), "new");
+  EXPECT_EQ(fs::status(target).permissions() & fs::perms::all,
+            fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+  EXPECT_EQ(strays(dir.path, target), 0);
+}
+
+TEST(XReplaceFileStream, AbandonedOrDiscardedWritesLeaveTheOldFile) {
+  test::temp_dir dir;
+  const fs::path target = dir.path / "a.bin";
+  put(target, "kept");
+  {
+    xreplace_file_stream out(target.c_str());
+    out.write_buffer("lost", 4);
+  }  // an exception in the writer unwinds through here
+  EXPECT_EQ(file_bytes(target), "kept");
+  xreplace_file_stream out(target.c_str());
+  out.write_buffer("lost", 4);
+  out.discard();
+  out.close();  // nothing left to replace
+  EXPECT_EQ(file_bytes(target), "kept");
+  EXPECT_EQ(strays(dir.path, target), 0);
+}
+
+TEST(XReplaceFileStream, CreatesAMissingFileAndRefusesWhatADirectWriteWould) {
+  test::temp_dir dir;
+  const fs::path fresh = dir.path / "new.txt";
+  xreplace_file_stream out(fresh.c_str());
+  out.write_buffer("x", 1);
+  out.close();
+  EXPECT_EQ(file_bytes(fresh), "x");
+
+  EXPECT_EQ(error_of([&] { xreplace_file_stream((dir.path / "no/such.txt").c_str()); }),
+            "Path not found !\nFile: " + (dir.path / "no/such.txt").string());
+  EXPECT_EQ(error_of([&] { xreplace_file_stream(dir.path.c_str()); }),
+            "Permission denied !\nFile: " + dir.path.string());
+  if (geteuid() == 0) GTEST_SKIP() << "permissions do not bind root";
+  fs::permissions(fresh, fs::perms::owner_read);
+  EXPECT_EQ(error_of([&] { xreplace_file_stream(fresh.c_str()); }),
+            "Permission denied !\nFile: " + fresh.string());
+  fs::permissions(dir.path, fs::perms::owner_read | fs::perms::owner_exec);
+  const fs::path other = dir.path / "other.txt";
+  EXPECT_EQ(error_of([&] { xreplace_file_stream(other.c_str()); }),
+            "Permission denied !\nFile: " + other.string());
+  fs::permissions(dir.path, fs::perms::owner_all);
+  EXPECT_EQ(file_bytes(fresh), "x");
+}
+
+TEST(XReplaceFileStream, FollowsALinkUnlessToldToReplaceIt) {
+  test::temp_dir dir;
+  const fs::path real = dir.path / "real.txt", link = dir.path / "link.txt";
+  put(real, "1");
+  fs::create_symlink("real.txt", link);
+  xreplace_file_stream follow(link.c_str());
+  follow.write_buffer("2", 1);
+  follow.close();
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_EQ(file_bytes(real), "2");
+
+  xreplace_file_stream replace(link.c_str(), xlink_policy::replace);
+  replace.write_buffer("3", 1);
+  replace.close();
+  EXPECT_FALSE(fs::is_symlink(link));
+  EXPECT_EQ(file_bytes(link), "3");
+  EXPECT_EQ(file_bytes(real), "2");
+}
+
+// Run by CTest under a file-size limit (XUM_TEST_FSIZE_LIMIT bytes, with
+// SIGXFSZ ignored), so that writes past the limit fail as on a full disk.
+TEST(XReplaceFileStream, AFailedWriteAtAnyOffsetKeepsTheOldFile) {
+  const char* limit_text = std::getenv("XUM_TEST_FSIZE_LIMIT");
+  if (limit_text == nullptr) GTEST_SKIP() << "needs the file-size limit its CTest entry sets";
+  const int limit = std::atoi(limit_text);
+  test::temp_dir dir;
+  const fs::path target = dir.path / "data.bin";
+  const std::string old(100, 'o');
+  put(target, old);
+  for (const int size : {limit - 1, limit, limit + 1, limit + 4096, 4 * limit}) {
+    for (const int chunk : {1, 7, 4096}) {
+      SCOPED_TRACE("size " + std::to_string(size) + ", chunk " + std::to_string(chunk));
+      const std::string message = error_of([&] {
+        xreplace_file_stream out(target.c_str());
+        const std::string block(static_cast<std::size_t>(chunk), 'n');
+        // Short counts are ignored on purpose: close must still refuse.
+        for (int done = 0; done < size; done += chunk) out.write(block.data(), std::min(chunk, size - done));
+        out.close();
+      });
+      if (size <= limit) {
+        EXPECT_EQ(message, "(no error)");
+        EXPECT_EQ(fs::file_size(target), static_cast<std::uintmax_t>(size));
+        put(target, old);
+      } else {
+        EXPECT_EQ(message.substr(0, message.find('\n', 22)), "Data writing error !\nFile: " + target.string());
+        EXPECT_NE(message.find("File too large"), std::string::npos) << message;
+        EXPECT_EQ(file_bytes(target), old);
+      }
+      EXPECT_EQ(strays(dir.path, target), 0);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace xum
