@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "core/xcatalogue.h"
-#include "platform/xclock.h"
+#include "platform/xos.h"
 
 namespace xum {
 
@@ -76,7 +76,7 @@ xdate::operator TDateTime() const {
 
 void xdate::get_current() {
   int hundredths;
-  const platform::local_time now = platform::current_local_time(hundredths);
+  const platform::local_time now = platform::os().current_local_time(hundredths);
   *this = xdate(static_cast<short>(now.year), static_cast<unsigned char>(now.month),
                 static_cast<unsigned char>(now.day));
 }
@@ -150,7 +150,7 @@ xstr xdate::day_name() const { return xword(msg::DayNames.text, convert_to_days(
 
 xstr xdate::short_format() const {
   static_cast<void>(static_cast<TDateTime>(*this));  // the same range check as the conversion
-  return xstr(platform::short_date_text(year, month, day).c_str());
+  return xstr(platform::os().short_date_text(year, month, day).c_str());
 }
 
 }  // namespace xum

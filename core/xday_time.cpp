@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "platform/xclock.h"
+#include "platform/xos.h"
 
 namespace xum {
 
@@ -27,13 +27,13 @@ xday_time::xday_time(double seconds) noexcept {
 
 xday_time::xday_time(long calendar_time) noexcept {
   platform::local_time t;
-  if (platform::local_time_of(calendar_time, t)) hundredths = of_clock(t);
+  if (platform::os().local_time_of(calendar_time, t)) hundredths = of_clock(t);
   test_range();  // a leap second (second 60) of 23:59 would reach a day
 }
 
 void xday_time::get_current() noexcept {
   int h;
-  const platform::local_time t = platform::current_local_time(h);
+  const platform::local_time t = platform::os().current_local_time(h);
   hundredths = of_clock(t) + h;
   test_range();
 }

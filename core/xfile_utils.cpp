@@ -5,10 +5,10 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "core/xvirtual_fs.h"
-#include "platform/xfiles.h"
-#include "platform/xplatform.h"
+#include "platform/xos.h"
 
 namespace xum {
 
@@ -91,7 +91,7 @@ bool xfile_exists(const xstr& name, bool ask_vfs) {
     xvirtual_fs_interface* vfs = xvirtual_fs_interface::get();
     if (vfs != nullptr && vfs->is_file_exists(name)) return true;
   }
-  return platform::file_exists(name.get_text());
+  return platform::os().file_exists(name.get_text());
 }
 
 xstr xchange_file_ext(const xstr& name, const xstr& ext) {
@@ -156,7 +156,7 @@ xstr xexpand_relative_path(const xstr& base, const xstr& path) {
 
 xstr xexecutable_name() {
   constexpr std::size_t max_length = 255;  // a 256-byte buffer with its terminator
-  const std::string path = platform::executable_path();
+  const std::string path = platform::os().executable_path();
   xstr name;
   {
     xstr_base::buffer buf = name.get(static_cast<int>(max_length));
@@ -175,7 +175,7 @@ const xstr& xexe_name() {
 
 int xfile_age(const xstr& name) {
   platform::local_time t;
-  if (!platform::file_modification_time(name.get_text(), t)) return 0;
+  if (!platform::os().file_modification_time(name.get_text(), t)) return 0;
   return static_cast<int>(pack_fat_time(t));
 }
 
@@ -186,22 +186,24 @@ bool xmatch_mask(const xstr& name, const xstr& mask) {
 // ---------------------------------------------------------------------------
 // xfiles_enumerator
 
+struct xfiles_enumerator::listing {
+  std::unique_ptr<platform::os_directory> dir;
+};
+
 xfiles_enumerator::xfiles_enumerator(const xstr& mask)
     : pattern_(xextract_file_name(mask).lower_case()) {
   // The text before the last part, so that the root in "/*.txt" stays "/".
   const xstr dir = mask.sub_str(0, name_start(mask));
-  dir_ = platform::open_directory(dir.empty() ? "." : dir.get_text());
-  if (!step()) {
-    platform::close_directory(dir_);
-    dir_ = nullptr;
-  }
+  auto opened = platform::os().open_directory(dir.empty() ? "." : dir.get_text());
+  if (opened != nullptr) dir_.reset(new listing{std::move(opened)});
+  if (!step()) dir_.reset();
 }
 
-xfiles_enumerator::~xfiles_enumerator() { platform::close_directory(dir_); }
+xfiles_enumerator::~xfiles_enumerator() = default;
 
 bool xfiles_enumerator::step() {
   if (dir_ == nullptr) return false;
-  while (const char* entry = platform::read_directory(dir_)) {
+  while (const char* entry = dir_->dir->next()) {
     const xstr name(entry);
     if (match_lowered(name.lower_case().view(), pattern_.view())) {
       name_ = name;
@@ -230,7 +232,7 @@ xtemp_file::xtemp_file(const xstr& ext) { create(ext); }
 xtemp_file::~xtemp_file() {
   if (name_.empty()) return;
   try {
-    if (xfile_exists(name_, true)) platform::remove_file(name_.get_text());
+    if (xfile_exists(name_, true)) platform::os().remove_file(name_.get_text());
   } catch (...) {
     // An installed virtual file system may throw; a destructor must not.
   }
@@ -238,7 +240,7 @@ xtemp_file::~xtemp_file() {
 
 void xtemp_file::create(const xstr& ext) {
   const std::string created =
-      platform::create_unique_file(platform::temp_directory(), "xtf", ".tmp");
+      platform::os().create_unique_file(platform::os().temp_directory(), "xtf", ".tmp");
   name_ = created.empty() ? xstr() : xchange_file_ext(xstr(created.c_str()), ext);
 }
 

@@ -11,6 +11,8 @@
 #ifndef XUM_CORE_XFILE_UTILS_H
 #define XUM_CORE_XFILE_UTILS_H
 
+#include <memory>
+
 #include "core/xexport.h"
 #include "core/xstr.h"
 
@@ -28,10 +30,6 @@
 // drive, as in "c:name") gets '\', the style drive-letter paths are written in.
 
 namespace xum {
-
-namespace platform {
-struct directory_stream;
-}
 
 // Whether `name` exists (a directory counts). With `ask_vfs` and a virtual
 // file system installed (xvirtual_fs_interface), the archive is asked first
@@ -128,10 +126,11 @@ class XUM_API xfiles_enumerator {
   // Steps to the next entry matching the mask; false at the end.
   bool step();
 
-  platform::directory_stream* dir_ = nullptr;  // null when nothing matched
-  xstr pattern_;                               // lower-cased last part of the mask
-  xstr name_;                                  // current entry
-  bool first_ = true;                          // no search() yet
+  struct listing;                  // the open directory listing
+  std::unique_ptr<listing> dir_;   // null when nothing matched
+  xstr pattern_;                   // lower-cased last part of the mask
+  xstr name_;                      // current entry
+  bool first_ = true;              // no search() yet
 };
 
 // A name for a file in the temporary directory; the file of that name is

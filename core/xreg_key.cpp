@@ -4,8 +4,7 @@
 #include <cstring>
 
 #include "core/xcatalogue.h"
-#include "platform/xfiles.h"
-#include "platform/xstore_files.h"
+#include "platform/xos.h"
 
 namespace xum {
 
@@ -64,7 +63,7 @@ xstr unescape(std::string_view file) {
 
 }  // namespace
 
-xreg_key::xreg_key(const xstr& path, bool read) : read_(read) { open(platform::registry_root(), path); }
+xreg_key::xreg_key(const xstr& path, bool read) : read_(read) { open(platform::os().registry_root(), path); }
 
 xreg_key::xreg_key(const xreg_key& parent, const xstr& sub_path) : read_(parent.read_) {
   open(parent.folder_, sub_path);
@@ -82,7 +81,7 @@ void xreg_key::open(const std::string& folder, const xstr& sub_path) {
   }
   // A key that cannot be created reads as empty; writing to it reports the
   // failure with the file name.
-  platform::make_directories(folder_);
+  platform::os().make_directories(folder_.c_str());
 }
 
 std::string xreg_key::value_file(const xstr& name) const {
@@ -92,7 +91,7 @@ std::string xreg_key::value_file(const xstr& name) const {
 xreg_key::value xreg_key::get(const xstr& name) const {
   value v;
   std::string bytes;
-  if (!platform::read_file(value_file(name), bytes) || bytes.size() < header_size ||
+  if (!platform::os().read_whole_file(value_file(name).c_str(), bytes) || bytes.size() < header_size ||
       bytes.compare(0, sizeof magic, magic, sizeof magic) != 0)
     return v;
   const auto type = static_cast<value_type>(bytes[sizeof magic]);
@@ -121,8 +120,9 @@ void xreg_key::put(const xstr& name, value_type type, const void* data, std::siz
   bytes += static_cast<char>(type);
   bytes.append(static_cast<const char*>(data), size);
   const std::string file = value_file(name);
-  if (!platform::replace_file(file, bytes.data(), bytes.size()))
-    xerror(msg::eWriteError.text + "\n" + msg::FileName.text + file.c_str());
+  platform::os_error error;
+  if (!platform::os().replace_file(file.c_str(), bytes.data(), bytes.size(), error))
+    xerror(msg::eWriteError.text + "\n" + msg::FileName.text + file.c_str() + "\n" + error.text.c_str());
 }
 
 void xreg_key::str(const xstr& name, xstr& value, const xstr& def) {
@@ -164,17 +164,16 @@ namespace {
 
 std::vector<xstr> list(const std::string& folder, bool values) {
   std::vector<xstr> names;
-  platform::directory_stream* dir = platform::open_directory(folder.c_str());
+  const auto dir = platform::os().open_directory(folder.c_str());
   if (dir == nullptr) return names;
-  while (const char* entry = platform::read_directory(dir)) {
+  while (const char* entry = dir->next()) {
     const std::string_view file(entry);
     if (file.empty() || file[0] == '.') continue;  // ".", ".." and temporaries
-    if (values && file[0] == value_prefix && !platform::is_directory(folder + "/" + entry))
+    if (values && file[0] == value_prefix && !platform::os().is_directory((folder + "/" + entry).c_str()))
       names.push_back(unescape(file.substr(1)));
-    else if (!values && file[0] != value_prefix && platform::is_directory(folder + "/" + entry))
+    else if (!values && file[0] != value_prefix && platform::os().is_directory((folder + "/" + entry).c_str()))
       names.push_back(unescape(file));
   }
-  platform::close_directory(dir);
   std::sort(names.begin(), names.end());
   return names;
 }

@@ -7,8 +7,8 @@
 //   std::int32_t zoom = 100;
 //   key.binary("Zoom", &zoom, &default_zoom, sizeof zoom);  // a 32-bit number
 //
-// The store is a folder tree under the user's store root (see
-// platform/xstore_files.h): one folder per key and one file per value, so
+// The store is a folder tree under the user's store root ($XUM_REGISTRY_ROOT,
+// else $XDG_CONFIG_HOME/xum/registry, else ~/.config/xum/registry): one folder per key and one file per value, so
 // processes that write different values of one key at the same time lose
 // nothing, and each value is replaced atomically. Key and value names are
 // case-sensitive; both `\` and `/` separate the keys of a path.

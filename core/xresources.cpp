@@ -5,7 +5,7 @@
 #include <shared_mutex>
 #include <vector>
 
-#include "platform/xmodules.h"
+#include "platform/xos.h"
 
 namespace xum {
 
@@ -72,9 +72,9 @@ registry& the_registry() {
 
 }  // namespace
 
-xmodule xmodule_of(const void* address) noexcept { return platform::module_base_of(address); }
+xmodule xmodule_of(const void* address) noexcept { return platform::os().module_base_of(address); }
 
-xmodule xexecutable_module() noexcept { return platform::executable_base(); }
+xmodule xexecutable_module() noexcept { return platform::os().executable_base(); }
 
 xmodule xlibrary_module() noexcept {
   static const char inside_the_library = 0;

@@ -2,7 +2,7 @@
 
 #include "core/xcatalogue.h"
 #include "core/xstr.h"
-#include "platform/xthreads.h"
+#include "platform/xos.h"
 
 namespace xum {
 
@@ -11,18 +11,21 @@ namespace {
 // How often wait_for looks whether the body has returned.
 constexpr int wait_poll_ms = 100;
 
+// The platform's thread behind the opaque member.
+platform::os_thread* os_thread(void* t) noexcept { return static_cast<platform::os_thread*>(t); }
+
 }  // namespace
 
 xthread::~xthread() {
   stop();
-  platform::release_thread(thread_);
+  platform::os().release_thread(os_thread(thread_));
 }
 
 void xthread::stop() {
   terminate_.store(true);
   // Each round takes one suspension away until the thread runs, so that it
   // can see the flag and return.
-  while (running_.load() && is_suspended()) platform::resume_thread(thread_);
+  while (running_.load() && is_suspended()) platform::os().resume_thread(os_thread(thread_));
   wait_for();
 }
 
@@ -39,15 +42,15 @@ void xthread::run(void* self) {
 
 void xthread::resume() {
   if (running_.load()) {
-    platform::resume_thread(thread_);
+    platform::os().resume_thread(os_thread(thread_));
     return;
   }
-  platform::release_thread(thread_);
+  platform::os().release_thread(os_thread(thread_));
   thread_ = nullptr;
   terminate_.store(false);
   failed_.store(false);
   running_.store(true);  // before the start: the body may end at once
-  thread_ = platform::start_thread(&xthread::run, this, priority_);
+  thread_ = platform::os().start_thread(&xthread::run, this, priority_);
   if (thread_ == nullptr) {
     running_.store(false);
     xerror(msg::eOutOfResources.text);
@@ -56,21 +59,21 @@ void xthread::resume() {
 
 void xthread::suspend() {
   if (!running_.load()) throw not_started;
-  platform::suspend_thread(thread_);
+  platform::os().suspend_thread(os_thread(thread_));
 }
 
 bool xthread::is_suspended() {
   if (!running_.load()) return true;
-  platform::suspend_thread(thread_);
-  return platform::resume_thread(thread_) > 1;
+  platform::os().suspend_thread(os_thread(thread_));
+  return platform::os().resume_thread(os_thread(thread_)) > 1;
 }
 
 void xthread::wait_for() {
-  while (running_.load()) platform::sleep_ms(wait_poll_ms);
+  while (running_.load()) platform::os().sleep_ms(wait_poll_ms);
 }
 
 void xthread::_set_debug_name(const char* name) noexcept {
-  if (name != nullptr) platform::set_current_thread_name(name);
+  if (name != nullptr) platform::os().set_current_thread_name(name);
 }
 
 }  // namespace xum

@@ -32,10 +32,6 @@
 
 namespace xum {
 
-namespace platform {
-struct thread;
-}
-
 class XUM_API xthread {
  public:
   // Codes thrown by value.
@@ -95,7 +91,7 @@ class XUM_API xthread {
  private:
   static void run(void* self);
 
-  platform::thread* thread_ = nullptr;  // the last started thread, owner side
+  void* thread_ = nullptr;              // the platform's last started thread, owner side
   std::atomic<bool> running_{false};    // set on start, cleared by the worker at the end
   std::atomic<bool> terminate_{false};
   std::atomic<bool> failed_{false};

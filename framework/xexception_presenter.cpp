@@ -5,7 +5,7 @@
 #include "core/xcatalogue.h"
 #include "core/xexceptions.h"
 #include "core/xmessage_box.h"
-#include "platform/xplatform.h"
+#include "platform/xos.h"
 
 namespace xum {
 
@@ -61,13 +61,13 @@ void xpresent_exception(std::exception_ptr e) {
     if (ignore_critical) return;
     const int answer = xmessage_box(p.text, msg::CriticalError.text,
                                     MB_ABORTRETRYIGNORE | MB_ICONEXCLAMATION);
-    if (answer == IDABORT) platform::terminate_process(1);
+    if (answer == IDABORT) platform::os().terminate_process(1);
     if (answer == IDIGNORE) ignore_critical = true;
     return;
   }
   if (p.fatal) {
     xmessage_box(p.text, msg::FatalError.text, MB_OK | MB_ICONEXCLAMATION);
-    platform::terminate_process(1);
+    platform::os().terminate_process(1);
   }
   xmessage_box(p.text, p.caption, MB_OK | MB_ICONEXCLAMATION);
 }

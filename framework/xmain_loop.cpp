@@ -2,9 +2,13 @@
 
 #include <algorithm>
 
-#include "platform/xpoll.h"
+#include "platform/xos.h"
 
 namespace xum {
+
+// The loop hands the platform's event bits through unchanged.
+static_assert(xmain_loop::watch_in == platform::poll_in && xmain_loop::watch_out == platform::poll_out &&
+              xmain_loop::watch_error == platform::poll_error && xmain_loop::watch_hangup == platform::poll_hangup);
 
 xmain_loop& xmain_loop::instance() {
   // Never destroyed: threads may post while the process shuts down.
@@ -13,13 +17,13 @@ xmain_loop& xmain_loop::instance() {
 }
 
 xmain_loop::xmain_loop() : main_thread_(std::this_thread::get_id()) {
-  if (!platform::make_wake_pipe(wake_fds_)) wake_fds_[0] = wake_fds_[1] = -1;
+  if (!platform::os().make_wake_pipe(wake_fds_)) wake_fds_[0] = wake_fds_[1] = -1;
 }
 
 xmain_loop::~xmain_loop() {
   shutdown();
-  platform::close_fd(wake_fds_[0]);
-  platform::close_fd(wake_fds_[1]);
+  platform::os().close_fd(wake_fds_[0]);
+  platform::os().close_fd(wake_fds_[1]);
 }
 
 void xmain_loop::bind_to_current_thread() {
@@ -43,7 +47,7 @@ bool xmain_loop::post(std::function<void()> run, std::function<void()> abandon) 
 }
 
 void xmain_loop::wake() {
-  if (wake_fds_[1] >= 0) platform::wake_pipe(wake_fds_[1]);
+  if (wake_fds_[1] >= 0) platform::os().wake_pipe(wake_fds_[1]);
 }
 
 int xmain_loop::watch(int fd, unsigned events, std::function<void(unsigned)> callback) {
@@ -90,8 +94,8 @@ int xmain_loop::run_once(int timeout_ms) {
   entries.push_back({wake_fds_[0], platform::poll_in, 0});
   for (const watch_entry& w : watches_) entries.push_back({w.fd, w.events, 0});
   const int wait = (ran > 0 || pending) ? 0 : timeout_ms;
-  if (platform::poll_fds(entries.data(), entries.size(), wait) > 0) {
-    if (entries[0].revents) platform::drain_pipe(wake_fds_[0]);
+  if (platform::os().poll(entries.data(), entries.size(), wait) > 0) {
+    if (entries[0].revents) platform::os().drain_pipe(wake_fds_[0]);
     // Callbacks may add or remove watches: look each one up again by id.
     std::vector<std::pair<int, unsigned>> ready;
     for (std::size_t i = 1; i < entries.size(); ++i)

@@ -3,7 +3,7 @@
 // file descriptors it watches (sockets, the application link).
 //
 //   xum::xmain_loop& loop = xum::xmain_loop::instance();
-//   int id = loop.watch(fd, xum::platform::poll_in, [](unsigned events) { ... });
+//   int id = loop.watch(fd, xum::xmain_loop::watch_in, [](unsigned events) { ... });
 //   loop.run_once(100);                  // at most 100 ms of waiting
 //   loop.unwatch(id);
 //
@@ -49,9 +49,12 @@ class XUM_API xmain_loop {
   // Wakes a waiting run_once.
   void wake();
 
+  // What a watched descriptor is ready for, in requests and callbacks.
+  static constexpr unsigned watch_in = 0x1, watch_out = 0x2, watch_error = 0x4, watch_hangup = 0x8;
+
   // Calls `callback(events)` on the main thread whenever fd is ready for
-  // one of `events` (platform::poll_in / poll_out; errors and hang-ups are
-  // always reported). Returns an id for unwatch.
+  // one of `events` (watch_in / watch_out; errors and hang-ups are always
+  // reported). Returns an id for unwatch.
   int watch(int fd, unsigned events, std::function<void(unsigned events)> callback);
   void unwatch(int id);
 

@@ -5,7 +5,7 @@
 #include "framework/tdialogs.h"
 #include "framework/tforms.h"
 #include "framework/tstdctrls.h"
-#include "platform/xterminal.h"
+#include "platform/xos.h"
 
 namespace xum {
 
@@ -41,17 +41,17 @@ void collect(TComponent& root, std::vector<TControl*>& out) {
 
 }  // namespace
 
-xterminal_backend::xterminal_backend(const char* device) : fd_(platform::open_terminal(device)) {}
+xterminal_backend::xterminal_backend(const char* device) : fd_(platform::os().open_terminal(device)) {}
 
-xterminal_backend::~xterminal_backend() { platform::close_terminal(fd_); }
+xterminal_backend::~xterminal_backend() { platform::os().close_terminal(fd_); }
 
 void xterminal_backend::say(const std::string& text) {
-  if (fd_ >= 0) platform::write_terminal(fd_, text);
+  if (fd_ >= 0) platform::os().write_terminal(fd_, text);
 }
 
 bool xterminal_backend::ask(const std::string& prompt, std::string& answer) {
   say(prompt);
-  return fd_ >= 0 && platform::read_terminal_line(fd_, answer);
+  return fd_ >= 0 && platform::os().read_terminal_line(fd_, answer);
 }
 
 int xterminal_backend::choose(const std::vector<choice>& choices, std::size_t default_index) {

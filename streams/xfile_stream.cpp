@@ -4,8 +4,7 @@
 #include "core/xexception.h"
 #include "core/xfile_utils.h"
 #include "core/xvirtual_fs.h"
-#include "platform/xfile_io.h"
-#include "platform/xfiles.h"
+#include "platform/xos.h"
 
 namespace xum {
 
@@ -25,7 +24,7 @@ xhandle_stream::xhandle_stream(int fd, int mode, bool owns) noexcept : owns_(own
 }
 
 xhandle_stream::~xhandle_stream() {
-  if (owns_) platform::close_file(fd_);
+  if (owns_) platform::os().close(fd_);
 }
 
 void xhandle_stream::attach(int fd, int mode, bool owns) {
@@ -43,21 +42,21 @@ xstr xhandle_stream::description() const {
 
 int xhandle_stream::read(void* buffer, int count) {
   if (!(mode_ & xstream_read)) not_allowed();
-  return fd_ < 0 ? 0 : platform::read_file(fd_, buffer, count);
+  return fd_ < 0 ? 0 : platform::os().read(fd_, buffer, count);
 }
 
 int xhandle_stream::write(const void* buffer, int count) {
   if (!(mode_ & xstream_write)) not_allowed();
-  return fd_ < 0 ? 0 : platform::write_file(fd_, buffer, count);
+  return fd_ < 0 ? 0 : platform::os().write(fd_, buffer, count);
 }
 
 std::int64_t xhandle_stream::seek(std::int64_t offset, xseek_origin origin) {
-  return platform::seek_file(fd_, offset, origin);
+  return platform::os().seek(fd_, offset, origin);
 }
 
 void xhandle_stream::close() {
   if (fd_ < 0) return;
-  if (owns_) platform::close_file(fd_);
+  if (owns_) platform::os().close(fd_);
   fd_ = -1;
 }
 
@@ -79,7 +78,7 @@ void xfile_stream::open(const xstr& name, int mode) {
   // existence test is cheaper than a failed open, and without an archive
   // the open alone tells.
   if (mode == xfile_read) {
-    if (xvirtual_fs_interface* fs = xvirtual_fs_interface::get(); fs && !platform::file_exists(name.get_text())) {
+    if (xvirtual_fs_interface* fs = xvirtual_fs_interface::get(); fs && !platform::os().file_exists(name.get_text())) {
       substitute_ = fs->get_file_stream(name);
       if (substitute_ != nullptr) {
         last_error_ = 0;
@@ -90,8 +89,10 @@ void xfile_stream::open(const xstr& name, int mode) {
   // The platform's file API takes no access-sharing modes here; exclusive
   // access of the write modes is the caller's convention on this system.
   bool regular = false;
-  const int fd = platform::open_file(name.get_text(), mode, last_error_, &regular);
+  platform::os_error error;
+  const int fd = platform::os().open_file(name.get_text(), mode, error, &regular);
   if (fd < 0) {
+    last_error_ = static_cast<int>(error.code);
     error_handler();
     return;
   }
@@ -103,8 +104,10 @@ void xfile_stream::open_known_file(const xstr& name) {
   close();
   name_ = name;
   mode_ = xstream_read;
-  const int fd = platform::open_known_file(name.get_text(), last_error_);
+  platform::os_error error;
+  const int fd = platform::os().open_known_file(name.get_text(), error);
   if (fd < 0) {
+    last_error_ = static_cast<int>(error.code);
     error_handler();
     return;
   }
@@ -134,8 +137,8 @@ int xfile_stream::read(void* buffer, int count) {
   else if (fd_ < 0)
     n = 0;
   else if (positioned_)
-    position_ += (n = platform::read_file_at(fd_, buffer, count, position_));
-  else if ((n = platform::read_file(fd_, buffer, count)) > 0 && position_ >= 0)
+    position_ += (n = platform::os().read_at(fd_, buffer, count, position_));
+  else if ((n = platform::os().read(fd_, buffer, count)) > 0 && position_ >= 0)
     position_ += n;
   if (do_statistics && n > 0) total_bytes_loaded += static_cast<std::uint64_t>(n);
   return n;
@@ -144,7 +147,7 @@ int xfile_stream::read(void* buffer, int count) {
 int xfile_stream::write(const void* buffer, int count) {
   if (positioned_) {
     if (!(mode_ & xstream_write)) not_allowed();
-    const int n = platform::write_file_at(fd_, buffer, count, position_);
+    const int n = platform::os().write_at(fd_, buffer, count, position_);
     position_ += n;
     return n;
   }
@@ -164,7 +167,7 @@ std::int64_t xfile_stream::seek(std::int64_t offset, xseek_origin origin) {
       return -1;
     return position_ = target;
   }
-  const std::int64_t result = platform::seek_file(fd_, offset, origin);
+  const std::int64_t result = platform::os().seek(fd_, offset, origin);
   // A failed seek moves nothing: a regular file keeps its position, any
   // other asks the system again next time.
   if (result >= 0)
@@ -176,7 +179,7 @@ std::int64_t xfile_stream::seek(std::int64_t offset, xseek_origin origin) {
 
 void xfile_stream::set_size(std::int64_t size) {
   seek(size, xseek_begin);
-  if (fd_ >= 0) platform::truncate_file(fd_, size);
+  if (fd_ >= 0) platform::os().truncate(fd_, size);
 }
 
 xstr xfile_stream::description() const { return msg::FileName.text + name_; }
@@ -184,14 +187,15 @@ xstr xfile_stream::description() const { return msg::FileName.text + name_; }
 void xfile_stream::error_handler() {
   // A missing file is told apart from a missing path only now: a stream
   // that an archive serves never pays for the extra look.
-  if (last_error_ == platform::missing_file) last_error_ = platform::missing_file_error(name_.get_text());
+  auto code = static_cast<platform::os_errc>(last_error_);
+  if (code == platform::os_errc::not_found) code = platform::os().which_missing(name_.get_text());
   xstr cause;
-  switch (last_error_) {
-    case 2: cause = msg::eNOFILE.text; break;
-    case 3: cause = msg::eNOPATH.text; break;
-    case 4: cause = msg::eMFILE.text; break;
-    case 5: cause = msg::eACCES.text; break;
-    case 12: cause = msg::eINVACC.text; break;
+  switch (code) {
+    case platform::os_errc::file_not_found: cause = msg::eNOFILE.text; break;
+    case platform::os_errc::path_not_found: cause = msg::eNOPATH.text; break;
+    case platform::os_errc::too_many_open_files: cause = msg::eMFILE.text; break;
+    case platform::os_errc::access_denied: cause = msg::eACCES.text; break;
+    case platform::os_errc::invalid_access: cause = msg::eINVACC.text; break;
     default: break;
   }
   xerror(cause + "\n" + msg::FileName.text + name_);

@@ -105,7 +105,7 @@ class XUM_API xfile_stream final : public xhandle_stream {
  private:
   xstr name_;
   xstream* substitute_ = nullptr;  // owned; set when served by the archive
-  int last_error_ = 0;
+  int last_error_ = 0;              // the category of the last failed open
   std::int64_t position_ = -1;     // of the descriptor; -1 when unknown
   bool positioned_ = false;        // a regular file: transfers at position_
 

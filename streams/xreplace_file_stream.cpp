@@ -4,8 +4,7 @@
 
 #include "core/xcatalogue.h"
 #include "core/xexception.h"
-#include "platform/xfile_io.h"
-#include "platform/xfiles.h"
+#include "platform/xos.h"
 #include "streams/xfile_stream.h"
 
 namespace xum {
@@ -19,28 +18,29 @@ void xreplace_file_stream::open(const xstr& target, xlink_policy links) {
   target_ = target;
   failed_ = false;
   failure_.clear();
-  const bool link = platform::is_symbolic_link(target.get_text());
-  path_ = links == xlink_policy::follow && link ? xstr(platform::follow_links(target.get_text()).c_str()) : target;
+  platform::xos& os = platform::os();
+  const bool link = os.is_symbolic_link(target.get_text());
+  path_ = links == xlink_policy::follow && link ? xstr(os.follow_links(target.get_text()).c_str()) : target;
   // An existing file that may not be written is refused exactly as a
   // direct write would refuse it: open it for writing without truncating
   // and let the file stream report. A link that is replaced needs no
   // right on the file it points to.
-  if (!(link && links == xlink_policy::replace) && platform::file_exists(path_.get_text())) {
+  if (!(link && links == xlink_policy::replace) && os.file_exists(path_.get_text())) {
     xfile_stream probe;
     probe.open(path_, xfile_write);
     if (!probe.is_open()) return;  // reported (a non-throwing handler lands here)
   }
-  std::string temp, detail;
-  int error = 0;
-  const int fd = platform::create_temp_beside(path_.get_text(), temp, error, detail);
+  std::string temp;
+  platform::os_error error;
+  const int fd = os.create_temp_beside(path_.get_text(), temp, error);
   if (fd < 0) {
     // The causes a direct write reports read exactly as its; anything
     // else keeps the system's text.
-    switch (error) {
-      case 3: report(msg::eNOPATH.text, {}); break;
-      case 4: report(msg::eMFILE.text, {}); break;
-      case 5: report(msg::eACCES.text, {}); break;
-      default: report(msg::eWriteError.text, detail); break;
+    switch (error.code) {
+      case platform::os_errc::path_not_found: report(msg::eNOPATH.text, {}); break;
+      case platform::os_errc::too_many_open_files: report(msg::eMFILE.text, {}); break;
+      case platform::os_errc::access_denied: report(msg::eACCES.text, {}); break;
+      default: report(msg::eWriteError.text, error.text); break;
     }
     return;
   }
@@ -51,8 +51,8 @@ void xreplace_file_stream::open(const xstr& target, xlink_policy links) {
 
 void xreplace_file_stream::discard() noexcept {
   if (fd_ < 0) return;
-  platform::close_file(fd_);
-  platform::remove_file(temp_.get_text());
+  platform::os().close(fd_);
+  platform::os().remove_file(temp_.get_text());
   fd_ = -1;
   temp_.clear();
   mode_ = 0;
@@ -60,47 +60,49 @@ void xreplace_file_stream::discard() noexcept {
 
 void xreplace_file_stream::close() {
   if (fd_ < 0) return;
-  std::string detail = failure_;
+  platform::xos& os = platform::os();
+  platform::os_error error{platform::os_errc::none, failure_};
   const int fd = fd_;
   fd_ = -1;
   // Each step must succeed before the next: permissions and data reach the
   // disk before the rename makes the new file the target.
-  bool ok = !failed_ && platform::copy_permissions(path_.get_text(), fd, detail) &&
-            platform::sync_file(fd, detail);
-  std::string close_detail;
-  const bool closed = platform::close_file_checked(fd, close_detail);
-  if (ok && !closed) detail = close_detail;
-  ok = ok && closed && platform::rename_over(temp_.get_text(), path_.get_text(), detail);
-  if (!ok) platform::remove_file(temp_.get_text());
+  bool ok = !failed_ && os.copy_permissions(path_.get_text(), fd, error) && os.sync(fd, error);
+  platform::os_error close_error;
+  const bool closed = os.close_checked(fd, close_error);
+  if (ok && !closed) error = close_error;
+  ok = ok && closed && os.rename_over(temp_.get_text(), path_.get_text(), error);
+  if (!ok) os.remove_file(temp_.get_text());
   temp_.clear();
   mode_ = 0;
-  if (!ok) report(msg::eWriteError.text, detail);
+  if (!ok) report(msg::eWriteError.text, error.text);
 }
 
 int xreplace_file_stream::read(void* buffer, int count) {
-  return fd_ < 0 ? 0 : platform::read_file(fd_, buffer, count);
+  return fd_ < 0 ? 0 : platform::os().read(fd_, buffer, count);
 }
 
 int xreplace_file_stream::write(const void* buffer, int count) {
   if (fd_ < 0) throw xexception(xexception::not_supported);
-  const int n = platform::write_file(fd_, buffer, count);
+  platform::os_error error;
+  const int n = platform::os().write(fd_, buffer, count, &error);
   if (n < count && !failed_) {
     failed_ = true;
-    failure_ = platform::last_error_text();
+    failure_ = error.text;
   }
   return n;
 }
 
 std::int64_t xreplace_file_stream::seek(std::int64_t offset, xseek_origin origin) {
-  return fd_ < 0 ? -1 : platform::seek_file(fd_, offset, origin);
+  return fd_ < 0 ? -1 : platform::os().seek(fd_, offset, origin);
 }
 
 void xreplace_file_stream::set_size(std::int64_t size) {
   if (fd_ < 0) throw xexception(xexception::not_supported);
   seek(size, xseek_begin);
-  if (!platform::truncate_file(fd_, size) && !failed_) {
+  platform::os_error error;
+  if (!platform::os().truncate(fd_, size, &error) && !failed_) {
     failed_ = true;
-    failure_ = platform::last_error_text();
+    failure_ = error.text;
   }
 }
 

@@ -26,8 +26,7 @@
 #include <benchmark/benchmark.h>
 
 #include "formats/xvirtual_file_sys.h"
-#include "platform/xfile_io.h"
-#include "platform/xfiles.h"
+#include "platform/xos.h"
 #include "streams/xfile_stream.h"
 #include "streams/xmemory_stream.h"
 
@@ -125,10 +124,10 @@ void BM_FloorOpenReadClose(benchmark::State& state) {
   char buffer[kMemberSize];
   std::size_t i = 0;
   for (auto _ : state) {
-    int error = 0;
-    const int fd = xum::platform::open_known_file(f.path.c_str(), error);
-    benchmark::DoNotOptimize(xum::platform::read_file_at(fd, buffer, kMemberSize, offsets[i++ % offsets.size()]));
-    xum::platform::close_file(fd);
+    xum::platform::os_error error;
+    const int fd = xum::platform::os().open_known_file(f.path.c_str(), error);
+    benchmark::DoNotOptimize(xum::platform::os().read_at(fd, buffer, kMemberSize, offsets[i++ % offsets.size()]));
+    xum::platform::os().close(fd);
   }
   per_member(state, 1);
 }
@@ -136,7 +135,7 @@ void BM_FloorOpenReadClose(benchmark::State& state) {
 void BM_FloorMissingCheck(benchmark::State& state) {
   fixture& f = data();
   std::size_t i = 0;
-  for (auto _ : state) benchmark::DoNotOptimize(xum::platform::file_exists(f.names[i++ % f.names.size()].c_str()));
+  for (auto _ : state) benchmark::DoNotOptimize(xum::platform::os().file_exists(f.names[i++ % f.names.size()].c_str()));
   per_member(state, 1);
 }
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/xthreads.h"
+#include "platform/xos.h"
 
 namespace {
 
@@ -178,21 +178,21 @@ TEST(XthreadTest, SuspendCountStopsAtItsLimit) {
     std::atomic<bool>* stop;
     std::atomic<long>* ticks;
   } a{&stop, &ticks};
-  xum::platform::thread* t = xum::platform::start_thread(
+  xum::platform::os_thread* t = xum::platform::os().start_thread(
       [](void* v) {
         auto* x = static_cast<args*>(v);
         while (!x->stop->load()) x->ticks->fetch_add(1);
       },
       &a, 0);
   ASSERT_NE(t, nullptr);
-  for (int i = 0; i < xum::platform::max_suspend_count; ++i) ASSERT_EQ(xum::platform::suspend_thread(t), i);
-  EXPECT_EQ(xum::platform::suspend_thread(t), -1);
-  for (int i = xum::platform::max_suspend_count; i > 0; --i) ASSERT_EQ(xum::platform::resume_thread(t), i);
-  EXPECT_EQ(xum::platform::resume_thread(t), 0);
+  for (int i = 0; i < xum::platform::max_suspend_count; ++i) ASSERT_EQ(xum::platform::os().suspend_thread(t), i);
+  EXPECT_EQ(xum::platform::os().suspend_thread(t), -1);
+  for (int i = xum::platform::max_suspend_count; i > 0; --i) ASSERT_EQ(xum::platform::os().resume_thread(t), i);
+  EXPECT_EQ(xum::platform::os().resume_thread(t), 0);
   const long before = ticks.load();
   EXPECT_TRUE(eventually([&] { return ticks.load() > before; }));
   stop = true;
-  xum::platform::release_thread(t);
+  xum::platform::os().release_thread(t);
   std::this_thread::sleep_for(20ms);  // let the thread leave before `a` goes
 }
 

@@ -14,7 +14,7 @@
 #include "framework/tthread.h"
 #include "framework/xmain_loop.h"
 #include "framework/xui_backend.h"
-#include "platform/xpoll.h"
+#include "platform/xos.h"
 
 namespace xum {
 namespace {
@@ -184,22 +184,22 @@ TEST(MainLoop, WatchesDescriptorsAndRoutesExceptionsToTheApplication) {
   loop.bind_to_current_thread();
   loop.open();
   int fds[2];
-  ASSERT_TRUE(platform::make_wake_pipe(fds));
+  ASSERT_TRUE(platform::os().make_wake_pipe(fds));
   int seen = 0;
-  const int id = loop.watch(fds[0], platform::poll_in, [&](unsigned events) {
-    EXPECT_TRUE(events & platform::poll_in);
-    platform::drain_pipe(fds[0]);
+  const int id = loop.watch(fds[0], xmain_loop::watch_in, [&](unsigned events) {
+    EXPECT_TRUE(events & xmain_loop::watch_in);
+    platform::os().drain_pipe(fds[0]);
     ++seen;
   });
-  platform::wake_pipe(fds[1]);
+  platform::os().wake_pipe(fds[1]);
   loop.run_once(1000);
   EXPECT_EQ(seen, 1);
   loop.unwatch(id);
-  platform::wake_pipe(fds[1]);
+  platform::os().wake_pipe(fds[1]);
   loop.run_once(0);
   EXPECT_EQ(seen, 1);
-  platform::close_fd(fds[0]);
-  platform::close_fd(fds[1]);
+  platform::os().close_fd(fds[0]);
+  platform::os().close_fd(fds[1]);
 
   std::exception_ptr caught;
   Application()->OnException = [&](TObject*, std::exception_ptr e) { caught = e; };

@@ -14,7 +14,7 @@
 #include "formats/xstruct_format.h"
 #include "framework/xexception_presenter.h"
 #include "framework/xui_backend.h"
-#include "platform/xplatform.h"
+#include "platform/xos.h"
 #include "streams/xmemory_stream.h"
 #include "tools/xum/commands.h"
 #include "tools/xum/demo_sections.h"
@@ -28,7 +28,7 @@ std::string samples_dir() {
 #ifdef XUM_SOURCE_SAMPLES
   if (fs::is_directory(XUM_SOURCE_SAMPLES)) return XUM_SOURCE_SAMPLES;
 #endif
-  const fs::path exe = platform::executable_path();
+  const fs::path exe = platform::os().executable_path();
   return (exe.parent_path().parent_path() / "share" / "xum" / "samples").string();
 }
 

@@ -15,7 +15,7 @@
 #include "core/xfile_utils.h"
 #include "core/xstr.h"
 #include "formats/xvirtual_file_sys.h"
-#include "platform/xplatform.h"
+#include "platform/xos.h"
 #include "streams/xfile_stream.h"
 #include "tools/xum/commands.h"
 
@@ -33,7 +33,7 @@ constexpr int kBlock = 1 << 20;
 class progress {
  public:
   progress(const char* what, std::uint64_t total)
-      : what_(what), total_(total), on_(platform::is_terminal(2)), start_(clock::now()), last_(start_) {}
+      : what_(what), total_(total), on_(platform::os().is_terminal(2)), start_(clock::now()), last_(start_) {}
   ~progress() {
     if (on_ && drawn_) std::fprintf(stderr, "\r\033[K");
   }

@@ -1,7 +1,8 @@
-#include "platform/xclock.h"
-
+// The clock and the user's date format of posix_os.
 #include <locale.h>
 #include <time.h>
+
+#include "platform/posix/xposix_os.h"
 
 namespace xum::platform {
 
@@ -20,8 +21,8 @@ void fill(const struct tm& tm, local_time& out) noexcept {
 // the C locale when the environment names a locale the system does not have.
 locale_t user_time_locale() noexcept {
   static const locale_t loc = [] {
-    locale_t l = newlocale(LC_TIME_MASK, "", static_cast<locale_t>(nullptr));
-    return l ? l : newlocale(LC_TIME_MASK, "C", static_cast<locale_t>(nullptr));
+    locale_t l = ::newlocale(LC_TIME_MASK, "", static_cast<locale_t>(nullptr));
+    return l ? l : ::newlocale(LC_TIME_MASK, "C", static_cast<locale_t>(nullptr));
   }();
   return loc;
 }
@@ -35,25 +36,25 @@ int weekday(int year, int month, int day) noexcept {
 
 }  // namespace
 
-local_time current_local_time(int& hundredths) noexcept {
+local_time posix_os::current_local_time(int& hundredths) noexcept {
   struct timespec ts;
-  clock_gettime(CLOCK_REALTIME, &ts);
+  ::clock_gettime(CLOCK_REALTIME, &ts);
   local_time out;
   struct tm tm;
-  if (localtime_r(&ts.tv_sec, &tm) != nullptr) fill(tm, out);
+  if (::localtime_r(&ts.tv_sec, &tm) != nullptr) fill(tm, out);
   hundredths = static_cast<int>(ts.tv_nsec / 10000000);
   return out;
 }
 
-bool local_time_of(long long seconds, local_time& out) noexcept {
+bool posix_os::local_time_of(long long seconds, local_time& out) noexcept {
   const time_t t = static_cast<time_t>(seconds);
   struct tm tm;
-  if (localtime_r(&t, &tm) == nullptr) return false;
+  if (::localtime_r(&t, &tm) == nullptr) return false;
   fill(tm, out);
   return true;
 }
 
-std::string short_date_text(int year, int month, int day) {
+std::string posix_os::short_date_text(int year, int month, int day) {
   struct tm tm = {};
   tm.tm_year = year - 1900;
   tm.tm_mon = month - 1;
@@ -61,7 +62,7 @@ std::string short_date_text(int year, int month, int day) {
   if (month >= 1 && month <= 12) tm.tm_wday = weekday(year, month, day);
   char text[128];
   const locale_t loc = user_time_locale();
-  const std::size_t n = loc ? strftime_l(text, sizeof text, "%x", &tm, loc) : 0;
+  const std::size_t n = loc ? ::strftime_l(text, sizeof text, "%x", &tm, loc) : 0;
   return std::string(text, n);
 }
 

@@ -1,10 +1,6 @@
-#include "platform/xthreads.h"
-
-#include <linux/futex.h>
+// Threads of posix_os, with real, asynchronous suspension.
 #include <pthread.h>
 #include <signal.h>
-#include <sys/resource.h>
-#include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -12,8 +8,13 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <linux/futex.h>
 #include <mutex>
 #include <new>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+
+#include "platform/posix/xposix_os.h"
 
 namespace xum::platform {
 
@@ -29,20 +30,23 @@ enum : int { running, requested, parked, released, finished };
 
 }  // namespace
 
-struct thread {
-  thread(thread_body b, void* a, int p) noexcept : body(b), arg(a), priority(p) {}
+struct os_thread {
+  os_thread(thread_body b, void* a, int p) noexcept : body(b), arg(a), priority(p) {}
 
   const thread_body body;
   void* const arg;
   const int priority;
   std::atomic<int> holds{2};  // the starter and the thread itself
   std::atomic<int> state{running};
-  std::mutex lock;            // orders suspend counting; held while signalling
-  int count = 0;              // the suspend count, under lock
-  pthread_t id{};             // written under lock before the thread runs
+  std::mutex lock;  // orders suspend counting; held while signalling
+  int count = 0;    // the suspend count, under lock
+  pthread_t id{};   // written under lock before the thread runs
 };
 
 namespace {
+
+// The library claims one real-time signal for suspension.
+int the_suspend_signal() noexcept { return SIGRTMIN + 4; }
 
 // The state word doubles as a futex: waiters sleep on its current value.
 int* word(std::atomic<int>& a) noexcept { return reinterpret_cast<int*>(&a); }
@@ -59,7 +63,7 @@ void futex_wake(std::atomic<int>& a) noexcept {
 // all safe inside a handler.
 void on_suspend_signal(int, siginfo_t* info, void*) {
   const int saved_errno = errno;
-  thread* t = static_cast<thread*>(info->si_value.sival_ptr);
+  os_thread* t = static_cast<os_thread*>(info->si_value.sival_ptr);
   int expected = requested;
   if (t != nullptr && t->state.compare_exchange_strong(expected, parked)) {
     futex_wake(t->state);
@@ -86,11 +90,11 @@ void install_handler() {
     sa.sa_sigaction = on_suspend_signal;
     sa.sa_flags = SA_SIGINFO | SA_RESTART;
     sigfillset(&sa.sa_mask);  // nothing else runs on a parked thread
-    sigaction(suspend_signal(), &sa, nullptr);
+    sigaction(the_suspend_signal(), &sa, nullptr);
   });
 }
 
-void drop(thread* t) noexcept {
+void drop(os_thread* t) noexcept {
   if (t->holds.fetch_sub(1) == 1) delete t;
 }
 
@@ -102,15 +106,16 @@ int nice_of(int priority) noexcept {
 }
 
 void* trampoline(void* arg) {
-  thread* t = static_cast<thread*>(arg);
+  os_thread* t = static_cast<os_thread*>(arg);
   { std::lock_guard<std::mutex> wait_for_id(t->lock); }
-  if (t->priority != 0) setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), nice_of(t->priority));
+  if (t->priority != 0)
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), nice_of(t->priority));
   t->body(t->arg);
   // Once the signal is blocked, no suspension can start; a signal already
   // queued stays pending and dies with the thread.
   sigset_t set;
   sigemptyset(&set);
-  sigaddset(&set, suspend_signal());
+  sigaddset(&set, the_suspend_signal());
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
   {
     std::lock_guard<std::mutex> guard(t->lock);
@@ -123,11 +128,11 @@ void* trampoline(void* arg) {
 
 }  // namespace
 
-int suspend_signal() noexcept { return SIGRTMIN + 4; }
+int posix_os::suspend_signal() noexcept { return the_suspend_signal(); }
 
-thread* start_thread(thread_body body, void* arg, int priority) {
+os_thread* posix_os::start_thread(thread_body body, void* arg, int priority) {
   install_handler();
-  thread* t = new thread(body, arg, priority);
+  os_thread* t = new os_thread(body, arg, priority);
   {
     std::lock_guard<std::mutex> guard(t->lock);
     if (pthread_create(&t->id, nullptr, trampoline, t) != 0) {
@@ -139,11 +144,11 @@ thread* start_thread(thread_body body, void* arg, int priority) {
   return t;
 }
 
-void release_thread(thread* t) noexcept {
+void posix_os::release_thread(os_thread* t) noexcept {
   if (t != nullptr) drop(t);
 }
 
-int suspend_thread(thread* t) noexcept {
+int posix_os::suspend_thread(os_thread* t) noexcept {
   std::unique_lock<std::mutex> guard(t->lock);
   const int before = t->count;
   if (before >= max_suspend_count) return -1;
@@ -166,13 +171,14 @@ int suspend_thread(thread* t) noexcept {
   // the signal. A thread suspending itself is stopped inside the call, so
   // it must not hold the lock then.
   if (pthread_equal(t->id, pthread_self())) guard.unlock();
-  pthread_sigqueue(t->id, suspend_signal(), value);
+  pthread_sigqueue(t->id, the_suspend_signal(), value);
   if (guard.owns_lock()) guard.unlock();
-  for (int now = t->state.load(); now == requested; now = t->state.load()) futex_wait(t->state, requested);
+  for (int now = t->state.load(); now == requested; now = t->state.load())
+    futex_wait(t->state, requested);
   return before;
 }
 
-int resume_thread(thread* t) noexcept {
+int posix_os::resume_thread(os_thread* t) noexcept {
   std::lock_guard<std::mutex> guard(t->lock);
   const int before = t->count;
   if (before == 0) return 0;
@@ -188,13 +194,13 @@ int resume_thread(thread* t) noexcept {
   return before;
 }
 
-void sleep_ms(int ms) noexcept {
+void posix_os::sleep_ms(int ms) noexcept {
   struct timespec left = {ms / 1000, static_cast<long>(ms % 1000) * 1000000L};
   while (nanosleep(&left, &left) != 0 && errno == EINTR) {
   }
 }
 
-void set_current_thread_name(const char* name) noexcept {
+void posix_os::set_current_thread_name(const char* name) noexcept {
   char text[16] = {};
   if (name != nullptr) std::strncpy(text, name, sizeof text - 1);
   pthread_setname_np(pthread_self(), text);
