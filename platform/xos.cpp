@@ -44,7 +44,7 @@ bool xos::replace_file(const char* path, const void* data, std::size_t size, os_
     left -= static_cast<std::size_t>(n);
   }
   if (!ok && !error) error = make_os_error(os_errc::io_error);
-  ok = ok && sync(f, error);
+  ok = ok && copy_permissions(path, f, error) && sync(f, error);
   os_error close_error;
   const bool closed = close_checked(f, close_error);
   if (ok && !closed) error = close_error;

@@ -302,7 +302,8 @@ class XUM_API xos {
 
   // Writes a new file beside `path`, writes it through to the disk and
   // renames it over `path`, so that readers and a crash see either the old
-  // or the new contents, never a mixture. On failure nothing changes, the
+  // or the new contents, never a mixture. A replaced file keeps its
+  // permission bits. On failure nothing changes, the
   // new file is gone and `error` tells why.
   bool replace_file(const char* path, const void* data, std::size_t size, os_error& error);
   // The folder of the current user's settings store, without a trailing

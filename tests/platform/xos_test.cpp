@@ -1,0 +1,136 @@
+// The system's implementation of the interface: how its failures are
+// categorised and worded, the safe-replacement steps, and the test hook.
+#include "platform/xos.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "platform/testing/xos_wrapper.h"
+#include "tests/support/xtest_helpers.h"
+
+namespace xum::platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+class SystemOs : public ::testing::Test {
+ protected:
+  std::string path(const std::string& name) const { return (dir_.path / name).string(); }
+  void put(const std::string& name, const std::string& bytes) const {
+    std::ofstream(dir_.path / name, std::ios::binary) << bytes;
+  }
+
+  xos& os_ = system_os();
+  test::temp_dir dir_;
+};
+
+TEST_F(SystemOs, OpenFailuresCarryACategoryAndTheSystemText) {
+  put("file.txt", "x");
+  fs::create_directory(dir_.path / "folder");
+  struct row {
+    std::string name;
+    int mode;
+    os_errc code;     // as open_file reports it
+    os_errc missing;  // what which_missing then tells (none: not asked)
+    const char* text;
+  };
+  const row rows[] = {
+      {path("gone.txt"), 1, os_errc::not_found, os_errc::file_not_found, "No such file or directory"},
+      {path("no/gone.txt"), 6, os_errc::not_found, os_errc::path_not_found, "No such file or directory"},
+      {path("file.txt/x"), 1, os_errc::path_not_found, os_errc::none, "Not a directory"},
+      {path("folder"), 1, os_errc::access_denied, os_errc::none, "Is a directory"},
+      {"", 1, os_errc::path_not_found, os_errc::path_not_found, "No such file or directory"},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.name);
+    os_error error;
+    EXPECT_EQ(os_.open_file(r.name.c_str(), r.mode, error), invalid_handle);
+    EXPECT_EQ(error.code, r.code);
+    EXPECT_EQ(error.text, r.text);
+    if (r.missing != os_errc::none) {
+      EXPECT_EQ(os_.which_missing(r.name.c_str()), r.missing);
+    }
+  }
+}
+
+TEST_F(SystemOs, AFullDeviceIsNoSpaceWithTheSystemsWords) {
+  if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+  os_error error;
+  const file_handle f = os_.open_file("/dev/full", 2, error);
+  ASSERT_NE(f, invalid_handle) << error.text;
+  os_error write_error;
+  EXPECT_EQ(os_.write(f, "abc", 3, &write_error), 0);
+  EXPECT_EQ(write_error.code, os_errc::no_space);
+  EXPECT_EQ(write_error.text, "No space left on device");
+  // The same words a double stages for the category.
+  EXPECT_EQ(make_os_error(os_errc::no_space).text, write_error.text);
+  os_.close(f);
+}
+
+TEST_F(SystemOs, ReplaceFileLeavesOnlyTheNewContents) {
+  put("a.bin", "old");
+  fs::permissions(dir_.path / "a.bin", fs::perms::owner_read | fs::perms::owner_write);
+  os_error error;
+  ASSERT_TRUE(os_.replace_file(path("a.bin").c_str(), "new!", 4, error)) << error.text;
+  EXPECT_EQ(test::file_bytes(dir_.path / "a.bin"), "new!");
+  EXPECT_EQ(fs::status(dir_.path / "a.bin").permissions() & fs::perms::all,
+            fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir_.path), fs::directory_iterator()), 1);
+
+  // A missing folder: nothing made, the category a direct write reports.
+  EXPECT_FALSE(os_.replace_file(path("no/a.bin").c_str(), "x", 1, error));
+  EXPECT_EQ(error.code, os_errc::path_not_found);
+}
+
+TEST_F(SystemOs, TemporaryFilesSitBesideTheirTarget) {
+  std::string temp;
+  os_error error;
+  const file_handle f = os_.create_temp_beside(path("settings.tsf").c_str(), temp, error);
+  ASSERT_NE(f, invalid_handle) << error.text;
+  const std::string name = fs::path(temp).filename().string();
+  EXPECT_EQ(fs::path(temp).parent_path(), dir_.path);
+  EXPECT_EQ(name.rfind(".settings.tsf.", 0), 0u) << name;
+  EXPECT_EQ(name.size(), std::string(".settings.tsf.XXXXXX.tmp").size()) << name;
+  EXPECT_TRUE(os_.copy_permissions(path("missing").c_str(), f, error));  // nothing to copy
+  EXPECT_TRUE(os_.close_checked(f, error));
+  ASSERT_TRUE(os_.rename_over(temp.c_str(), path("settings.tsf").c_str(), error)) << error.text;
+  EXPECT_TRUE(fs::exists(dir_.path / "settings.tsf"));
+  EXPECT_FALSE(os_.rename_over(temp.c_str(), path("other").c_str(), error));
+  EXPECT_EQ(error.code, os_errc::not_found);
+}
+
+// A double that only counts the existence tests it answers.
+class counting_os final : public xos_wrapper {
+ public:
+  using xos_wrapper::xos_wrapper;
+  bool file_exists(const char* path) noexcept override {
+    ++asked;
+    return xos_wrapper::file_exists(path);
+  }
+  int asked = 0;
+};
+
+TEST(ScopedOs, InstallsAndRestoresInNestedOrder) {
+  xos& before = os();
+  EXPECT_EQ(&before, &system_os());
+  counting_os outer(system_os()), inner(system_os());
+  {
+    scoped_os use_outer(outer);
+    EXPECT_EQ(&os(), &outer);
+    {
+      scoped_os use_inner(inner);
+      os().file_exists("/");
+      EXPECT_EQ(inner.asked, 1);
+      EXPECT_EQ(outer.asked, 0);
+    }
+    os().file_exists("/");
+    EXPECT_EQ(outer.asked, 1);
+  }
+  EXPECT_EQ(&os(), &before);
+}
+
+}  // namespace
+}  // namespace xum::platform
