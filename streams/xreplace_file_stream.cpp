@@ -106,7 +106,12 @@ void xreplace_file_stream::set_size(std::int64_t size) {
   }
 }
 
-xstr xreplace_file_stream::description() const { return msg::FileName.text + target_; }
+xstr xreplace_file_stream::description() const {
+  // After a failed write the system's reason belongs to every report.
+  xstr text = msg::FileName.text + target_;
+  if (failed_ && !failure_.empty()) text += xstr("\n") + failure_.c_str();
+  return text;
+}
 
 void xreplace_file_stream::report(const xstr& cause, const std::string& detail) {
   xstr text = cause + "\n" + msg::FileName.text + target_;

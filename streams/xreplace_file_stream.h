@@ -61,7 +61,8 @@ class XUM_API xreplace_file_stream final : public xstream {
   int write(const void* buffer, int count) override;
   std::int64_t seek(std::int64_t offset, xseek_origin origin) override;
   void set_size(std::int64_t size) override;
-  // "File: " and the target's name.
+  // "File: " and the target's name; after a failed write also a line
+  // feed and the system's text, so that write_buffer's report carries it.
   xstr description() const override;
 
   bool is_open() const noexcept { return fd_ >= 0; }

@@ -1,0 +1,160 @@
+// Every path that replaces a user's file, failed at every write and at each
+// step around the writes, on the real disk and in memory: the old file
+// stays byte for byte, no temporary file is left, and the report names the
+// file and carries the system's text.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/xreg_key.h"
+#include "platform/testing/xfault_os.h"
+#include "platform/testing/xmemory_os.h"
+#include "platform/xos.h"
+#include "streams/xreplace_file_stream.h"
+#include "tests/support/xfault_cases.h"
+#include "tests/support/xtest_helpers.h"
+
+namespace xum {
+namespace {
+
+using platform::os;
+
+// A folder on the real disk (false) or in an in-memory file system (true),
+// with the fault wrapper installed over it.
+class SafeRewrite : public ::testing::TestWithParam<bool> {
+ protected:
+  void SetUp() override {
+    platform::xos* disk = &platform::system_os();
+    if (GetParam()) {
+      memory_ = std::make_unique<platform::xmemory_os>(platform::system_os());
+      memory_->make_directories("/home/user");
+      folder_ = "/home/user";
+      disk = memory_.get();
+    } else {
+      real_ = std::make_unique<test::temp_dir>();
+      folder_ = real_->path.string();
+    }
+    faults_ = std::make_unique<platform::xfault_os>(*disk);
+    use_ = std::make_unique<platform::scoped_os>(*faults_);
+  }
+
+  // Writes `bytes` to `path` directly, with no fault staged.
+  void put(const std::string& path, const std::string& bytes) {
+    faults_->reset();
+    platform::os_error error;
+    const int f = os().open_file(path.c_str(), 6, error);
+    ASSERT_GE(f, 0) << error.text;
+    ASSERT_EQ(os().write(f, bytes.data(), static_cast<int>(bytes.size())), static_cast<int>(bytes.size()));
+    os().close(f);
+  }
+  static std::string bytes_of(const std::string& path) {
+    std::string bytes;
+    return os().read_whole_file(path.c_str(), bytes) ? bytes : "(no file)";
+  }
+  // The entries of `folder`, sorted, without "." and "..".
+  static std::vector<std::string> names_in(const std::string& folder) {
+    std::vector<std::string> names;
+    const auto dir = os().open_directory(folder.c_str());
+    while (const char* name = dir ? dir->next() : nullptr)
+      if (std::string(name) != "." && std::string(name) != "..") names.push_back(name);
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  // Runs `save` once without faults (which must succeed and write `saved`)
+  // and then under every fault case, each time from a file holding `old`.
+  void every_fault(const std::string& target, const std::string& old, const std::string& saved,
+                   const std::function<void()>& save, const std::string& message_head) {
+    const std::string folder = target.substr(0, target.rfind('/'));
+    put(target, old);
+    const std::vector<std::string> before = names_in(folder);
+    const test::write_count count = test::count_writes(*faults_, save);
+    ASSERT_GT(count.calls, 0);
+    ASSERT_EQ(bytes_of(target), saved);
+    for (const test::fault_case& c : test::fault_cases(count)) {
+      SCOPED_TRACE(c.name);
+      put(target, old);
+      faults_->reset();
+      c.stage(*faults_);
+      const std::string message = test::error_of(save);
+      faults_->reset();
+      EXPECT_EQ(message, message_head + "\n" + c.system_text);
+      EXPECT_EQ(bytes_of(target), old);
+      EXPECT_EQ(names_in(folder), before);  // no temporary file left
+    }
+  }
+
+  std::unique_ptr<test::temp_dir> real_;
+  std::unique_ptr<platform::xmemory_os> memory_;
+  std::string folder_;
+  std::unique_ptr<platform::xfault_os> faults_;
+  std::unique_ptr<platform::scoped_os> use_;  // last: goes first
+};
+
+// The old and new contents of a representative save: a few lines of
+// different lengths, written in several calls.
+const std::string old_text = "Title=Old\r\nLeft=1\r\n";
+const std::vector<std::string> new_lines = {"TSFLayout\r\n", "Title=Sales report\r\n", "<Panel\r\n",
+                                            "  Left=12\r\n", "> (Panel)\r\n"};
+
+std::string joined(const std::vector<std::string>& lines) {
+  std::string all;
+  for (const std::string& l : lines) all += l;
+  return all;
+}
+
+TEST_P(SafeRewrite, ReplaceStreamWrittenByWriteBuffer) {
+  const std::string target = folder_ + "/layout.txt";
+  every_fault(
+      target, old_text, joined(new_lines),
+      [&] {
+        xreplace_file_stream out(target.c_str());
+        for (const std::string& l : new_lines) out.write_buffer(l.data(), static_cast<int>(l.size()));
+        out.close();
+      },
+      "Data writing error !\nFile: " + target);
+}
+
+TEST_P(SafeRewrite, ReplaceStreamWhoseWriterIgnoresShortCounts) {
+  // Close alone must notice a write that fell short.
+  const std::string target = folder_ + "/layout.txt";
+  every_fault(
+      target, old_text, joined(new_lines),
+      [&] {
+        xreplace_file_stream out(target.c_str());
+        for (const std::string& l : new_lines) static_cast<void>(out.write(l.data(), static_cast<int>(l.size())));
+        out.close();
+      },
+      "Data writing error !\nFile: " + target);
+}
+
+TEST_P(SafeRewrite, SettingsStoreValue) {
+  const std::string root = folder_ + "/registry";
+  setenv("XUM_REGISTRY_ROOT", root.c_str(), 1);
+  const std::string value_file = root + "/Software/App/@Title";
+  {
+    xreg_key key("Software\\App", false);
+    key.str_prop("Title", "Old", "");
+  }
+  const std::string old = bytes_of(value_file);
+  ASSERT_EQ(old, std::string("XRV\x01Old", 7) + '\0');
+  every_fault(
+      value_file, old, std::string("XRV\x01Sales report", 16) + '\0',
+      [&] {
+        xreg_key key("Software\\App", false);
+        key.str_prop("Title", "Sales report", "");
+      },
+      "Data writing error !\nFile: " + value_file);
+  xreg_key read("Software\\App", true);
+  EXPECT_EQ(read.str_prop("Title", "", "missing"), "Old");
+  unsetenv("XUM_REGISTRY_ROOT");
+}
+
+INSTANTIATE_TEST_SUITE_P(Disks, SafeRewrite, ::testing::Values(false, true),
+                         [](const auto& info) { return info.param ? "InMemory" : "OnDisk"; });
+
+}  // namespace
+}  // namespace xum
