@@ -1,6 +1,12 @@
 include(CMakePackageConfigHelpers)
 
+# Only public headers are installed: the operating-system layer in
+# platform/ and the test doubles in platform/testing/ belong to the library
+# and its tests.
 foreach(h IN LISTS XUM_PUBLIC_HEADERS)
+  if(h MATCHES "^platform/")
+    message(FATAL_ERROR "${h}: platform headers are not installed")
+  endif()
   get_filename_component(dir ${h} DIRECTORY)
   install(FILES ${PROJECT_SOURCE_DIR}/${h}
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/xum/${dir})
