@@ -154,7 +154,8 @@ void read_value(xbin_format& b, xstruct_section& section, int code, std::uint8_t
 }  // namespace
 
 void xstruct_format::write_binary() {
-  xbin_format b(*stream_, mode_, false);
+  xbin_format b;
+  b.open_exclusive(*stream_, mode_);
   b.identifier(xstr(binary_signature));
   xstr id = identifier_;
   b.short_str(id);
@@ -199,7 +200,8 @@ void xstruct_format::write_binary() {
 }
 
 void xstruct_format::read_binary() {
-  xbin_format b(*stream_, mode_, false);
+  xbin_format b;
+  b.open_exclusive(*stream_, mode_);
   b.short_str(identifier_);
   std::int32_t count = 0;
   b(count);
