@@ -205,6 +205,12 @@ void xstruct_format::close() {
   if (stream_ && !reading_ && save_contents() && owns_stream_) stream_->close();
 }
 
+void xstruct_format::discard() {
+  // The reading direction is what close() does not save; close() resets it.
+  reading_ = true;
+  close();
+}
+
 void xstruct_format::start_reading() {
   reading_ = true;
   stack_.clear();
@@ -619,8 +625,26 @@ constexpr std::size_t path_part_max = 64;
 
 xstr path_part(std::string_view name) {
   if (name.empty()) return "\"\"";
-  if (name.size() <= path_part_max) return xstr(name);
-  return xstr(name.substr(0, path_part_max)) + "...";
+  const bool cut = name.size() > path_part_max;
+  if (cut) name = name.substr(0, path_part_max);
+  // Line breaks and other control bytes are shown as escapes, so that the
+  // message keeps its lines.
+  std::string shown;
+  for (const char c : name) {
+    if (c == '\n') {
+      shown += "\\n";
+    } else if (c == '\r') {
+      shown += "\\r";
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+      shown += escape;
+    } else {
+      shown += c;
+    }
+  }
+  if (cut) shown += "...";
+  return xstr(std::string_view(shown));
 }
 
 // Whether a label would read back as an anonymous entry ("#" and a number

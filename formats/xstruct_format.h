@@ -117,9 +117,9 @@ enum class xstruct_form { text, binary };
 // An entry that a form cannot write so that it reads back the same.
 struct XUM_API xstruct_misfit {
   // Section names and the key joined by "/" as `xum struct get` takes them
-  // ("Panel/Columns/#2"); an empty name shows as "", and names longer
-  // than 64 bytes are cut to their start and "...". Empty for the
-  // identifier.
+  // ("Panel/Columns/#2"); an empty name shows as "", control bytes as
+  // \n, \r or \xNN, and names longer than 64 bytes are cut to their start
+  // and "...". Empty for the identifier.
   xstr path;
   // What does not fit, as a sentence.
   xstr reason;
@@ -167,6 +167,10 @@ class XUM_API xstruct_format : public xformat {
   // replaces the old one only once the save succeeded; the stream's and the
   // save's failures are reported through xerror.
   void close() override;
+  // Closes without saving: an owned stream is deleted (a file opened for
+  // writing with open_file stays as it was), a borrowed one is forgotten.
+  // The contents go or stay as with close(). For a writer that gives up.
+  void discard();
   // Reads the contents in memory from the root, without a stream.
   void start_reading();
 

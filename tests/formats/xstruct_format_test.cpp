@@ -385,6 +385,7 @@ TEST(XstructTextMisfit, ExactlyTheKeysAndValuesThatFitReadBack) {
   struct row {
     std::string key, value;
     const char* reason;  // "": fits
+    std::string shown = "";  // the key in the message, when not as given
   };
   const row rows[] = {
       {"Title", "Sales report", ""},
@@ -394,8 +395,8 @@ TEST(XstructTextMisfit, ExactlyTheKeysAndValuesThatFitReadBack) {
       {"<Sec", "v", "The key starts with '<'."},
       {"a<b>", "v", ""},
       {"#0", "v", ""},  // the first anonymous value
-      {"k\nx", "v", "The name holds a line break."},
-      {"k\rx", "v", "The name holds a line break."},
+      {"k\nx", "v", "The name holds a line break.", "k\\nx"},  // shown escaped
+      {"k\rx", "v", "The name holds a line break.", "k\\rx"},
       {"k", "a\nb", "The value holds a line break."},
       {"k", "a\r", "The value holds a line break."},
       {"k", "a\t", "The value ends in a tab."},
@@ -418,7 +419,7 @@ TEST(XstructTextMisfit, ExactlyTheKeysAndValuesThatFitReadBack) {
     const auto misfit = f.first_misfit(xstruct_form::text);
     EXPECT_EQ(misfit ? std::string(misfit->reason.view()) : "", r.reason);
     if (misfit) {
-      EXPECT_EQ(std::string(misfit->message().view()), "Key: " + r.key + "\n" + r.reason);
+      EXPECT_EQ(std::string(misfit->message().view()), "Key: " + (r.shown.empty() ? r.key : r.shown) + "\n" + r.reason);
     }
     f.close();
     m.seek(0, xseek_begin);
