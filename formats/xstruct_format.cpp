@@ -683,6 +683,12 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
   if (!binary && all && has_break(identifier_.view()))
     return xstruct_misfit{xstr(), "The identifier holds a line break."};
 
+  // A save checks only what stops its writer: the depth and, in the binary
+  // form, over-long names, which it looks for only when a label is one.
+  bool names_matter = all;
+  for (int i = 0; !names_matter && binary && i < labels_.size(); ++i)
+    names_matter = labels_[i].length() > binary_max_bytes;
+
   struct frame {
     const xstruct_section* section;
     int next;
@@ -756,7 +762,7 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
           return xstruct_misfit{path(nullptr), "The section holds " + number_text(n) + " " + what +
                                                    "; the binary form keeps " + number_text(binary_max_count) + "."};
     }
-    for (int i = 0; i < s.value_count(); ++i) {
+    for (int i = 0; names_matter && i < s.value_count(); ++i) {
       const int code = s.value(i).code();
       xstr why = name_problem(code, true);
       if (why.empty()) why = value_problem(s.value(i));
@@ -775,6 +781,7 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
     frames.push_back({&child, 0});
     if (static_cast<int>(frames.size()) - 1 > max_depth)
       return xstruct_misfit{path(nullptr), "Sections are nested more than " + number_text(max_depth) + " deep."};
+    if (!names_matter) continue;
     if (xstr why = name_problem(child.code(), false); !why.empty()) return xstruct_misfit{path(nullptr), why};
     if (auto m = section_problem()) return m;
   }
