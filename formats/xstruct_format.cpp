@@ -469,21 +469,24 @@ xstr xstruct_format::located(const xstr& text) const {
 
 void xstruct_format::load_contents() {
   const std::int64_t start = stream_->get_position();
-  // The first bytes decide the form; a file that is neither is refused
-  // before the rest is read.
+  // The first bytes decide the form. A signature is read without going
+  // back, so that a stream that cannot seek still loads; a file without one
+  // is refused unless its first bytes look like the text form, before the
+  // rest is read.
   char head[sniff_bytes];
-  int n = 0;
-  while (n < sniff_bytes) {
-    const int got = stream_->read(head + n, sniff_bytes - n);
-    if (got <= 0) break;
-    n += got;
-  }
-  const std::string_view first(head, static_cast<std::size_t>(n));
-  const std::string_view signature = first.substr(0, 3);
-  if (signature == binary_signature || signature == text_signature) {
-    stream_->seek(start + 3, xseek_begin);
-  } else {
-    if (!looks_like_text(first)) {
+  const auto fill = [&](int from, int to) {
+    while (from < to) {
+      const int got = stream_->read(head + from, to - from);
+      if (got <= 0) break;
+      from += got;
+    }
+    return from;
+  };
+  int n = fill(0, 3);
+  const std::string_view signature(head, static_cast<std::size_t>(n));
+  if (signature != binary_signature && signature != text_signature) {
+    n = fill(n, sniff_bytes);
+    if (!looks_like_text(std::string_view(head, static_cast<std::size_t>(n)))) {
       xerror(located(msg::eInvalidFormat.text));
       return;
     }
