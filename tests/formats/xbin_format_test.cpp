@@ -89,6 +89,21 @@ TEST(XBinFormat, FieldEncodingsByteForByte) {
   EXPECT_EQ(longest.length(), 255);
 }
 
+TEST(XBinFormat, TheFormatNoteExampleIsWhatTheWriterWrites) {
+  xmemory_stream m;
+  {
+    xbin_format f(m, xstream_write, false);
+    f.identifier("REC");
+    f.set_version(2);
+    EXPECT_EQ(f.trailer(), 7);
+    xstr ab = "ab";
+    std::uint16_t v = 0x1234;
+    f.short_str(ab);
+    f(v);
+  }
+  EXPECT_EQ(contents(m), (bytes{0x52, 0x45, 0x43, 2, 0, 0, 0, 2, 0x61, 0x62, 0x34, 0x12, 7, 0, 0, 0}));
+}
+
 TEST(XBinFormat, SignatureAndVersionChecks) {
   xmemory_stream m;
   put(m, {'V', 'F', 'X', 3, 0, 0, 0});
