@@ -73,20 +73,28 @@ class member_stream final : private scrambler_part, public xsection_stream {
 
 // Passes everything on to the archive's target until shut: after that,
 // writes vanish, so that discarding an archive sends none of the bytes still
-// pending in the buffers above to the target.
+// pending in the buffers above to the target. Remembers whether the target
+// ever took fewer bytes than offered.
 class gate_stream final : public xstream {
  public:
   explicit gate_stream(xstream& target) : target_(&target) { mode_ = xstream_write; }
   void shut() noexcept { target_ = nullptr; }
+  bool refused() const noexcept { return refused_; }
   xstr description() const override { return target_ ? target_->description() : xstr(); }
   int read(void*, int) override { return 0; }
-  int write(const void* buffer, int count) override { return target_ ? target_->write(buffer, count) : count; }
+  int write(const void* buffer, int count) override {
+    if (!target_) return count;
+    const int n = target_->write(buffer, count);
+    refused_ = refused_ || n < count;
+    return n;
+  }
   std::int64_t seek(std::int64_t offset, xseek_origin origin) override {
     return target_ ? target_->seek(offset, origin) : 0;
   }
 
  private:
   xstream* target_;
+  bool refused_ = false;
 };
 
 std::int64_t clamp_to_int64(std::uint64_t v) {
@@ -133,7 +141,7 @@ void xvirtual_file_sys::start_writing(xstream& target) {
   try {
     rw_header();
   } catch (...) {
-    discard();
+    fail();
     throw;
   }
 }
@@ -178,7 +186,7 @@ std::uint64_t xvirtual_file_sys::copy_in(xstream& data) {
   } catch (...) {
     // Only writes to the archive throw here (reads report by their count):
     // an archive with a failed write is never put in place.
-    discard();
+    fail();
     throw;
   }
   return total;
@@ -203,7 +211,7 @@ void xvirtual_file_sys::close() {
       gate_.reset();
       if (out_) out_->close();  // syncs and renames over the target
     } catch (...) {
-      discard();
+      fail();
       throw;
     }
     out_.reset();
@@ -230,6 +238,18 @@ void xvirtual_file_sys::discard() noexcept {
   gate_.reset();
   out_.reset();
   forget();
+}
+
+void xvirtual_file_sys::fail() {
+  // The failure that arrives here is the short write's "Data writing
+  // error !" with the file's name. When the temporary file refused bytes,
+  // its close tells why ("File too large", "No space left on device"): it
+  // saw the short write, so it removes itself instead of replacing the
+  // target, and its report replaces the plainer one.
+  const bool refused = gate_ && static_cast<gate_stream&>(*gate_).refused();
+  std::unique_ptr<xreplace_file_stream> out = refused ? std::move(out_) : nullptr;
+  discard();
+  if (out) out->close();
 }
 
 void xvirtual_file_sys::forget() noexcept {

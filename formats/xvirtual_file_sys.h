@@ -188,6 +188,9 @@ class XUM_API xvirtual_file_sys : public xvirtual_fs_interface {
   void add_member(std::unique_ptr<file_info> info);
   void rebuild_index();
   void forget() noexcept;
+  // After a failed write: discards the archive, reporting the system's
+  // reason when the file gave one.
+  void fail();
 
   std::vector<std::unique_ptr<file_info>> files_;
   xmember_index index_;  // lower name -> first member
