@@ -1,8 +1,5 @@
 #include "formats/xvirtual_file_sys.h"
 
-#include <signal.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -231,7 +228,6 @@ TEST_F(XVirtualFileSys, ArchiveCompiledIntoTheProgram) {
   EXPECT_EQ(read_all(*s), "Hello from inside the program.\n");
 }
 
-
 // ---- Writing safely ---------------------------------------------------------
 
 // The folder's entries other than `keep`: a temporary file left behind.
@@ -332,47 +328,6 @@ TEST(XVirtualFileSysWriting, AFailedWriteEndsTheArchiveAndNothingMoreReachesTheT
     EXPECT_EQ(target.offered_after_refusal, 0);  // no pending block, no trailer after the failure
     EXPECT_TRUE(target.bytes == whole.substr(0, std::size_t(room)));
     a.close();  // nothing left to do
-  }
-}
-
-TEST(XVirtualFileSysWriting, AFullDiskLeavesTheOldArchiveAndNoTemporaryFile) {
-  test::temp_dir dir;
-  const fs::path target = dir.path / "a.vfs", input = dir.path / "in" / "big.bin";
-  fs::create_directories(input.parent_path());
-  std::ofstream(input, std::ios::binary) << pattern(3 << 20);
-  xvirtual_file_sys a;
-  a.create(target.c_str());
-  a.add_file(input.c_str());
-  a.close();
-  const std::string old = test::file_bytes(target);
-  const auto size = rlim_t(old.size());
-  // A file-size limit in a child process makes writes past it fail as on a
-  // full disk; the limit falls in the header, in a member, in the table and
-  // in the trailer.
-  for (rlim_t limit : {rlim_t{0}, rlim_t{9}, rlim_t{(1 << 20) + 3}, size - 30, size - 1}) {
-    SCOPED_TRACE(limit);
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      signal(SIGXFSZ, SIG_IGN);
-      const rlimit r{limit, limit};
-      setrlimit(RLIMIT_FSIZE, &r);
-      try {
-        xvirtual_file_sys b;
-        b.create(target.c_str());
-        b.add_file(input.c_str());
-        b.close();
-        _exit(0);
-      } catch (const XException& e) {
-        // The message names the file and the system's reason.
-        _exit(std::string(e.what()) == "Data writing error !\nFile: " + target.string() + "\nFile too large" ? 3 : 4);
-      }
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(WEXITSTATUS(status), 3);
-    EXPECT_TRUE(test::file_bytes(target) == old);  // unchanged
-    EXPECT_EQ(strays(dir.path, target), 1);  // only "in"
   }
 }
 
