@@ -553,7 +553,7 @@ cli::command extract_command() {
         const std::string target = (fs::path(dir) / name).string();
         try {
           // A link at the target is replaced, never written through.
-          xreplace_file_stream out(X(target), xlink_policy::replace);
+          xreplace_file_stream out(X(target), xlink_policy::replace, xsync_policy::when_replacing);
           std::unique_ptr<xstream> in(archive.get_member_stream(k));
           const std::uint64_t n = copy_member(*in, out, bar, block);
           if (n != info.size) {
