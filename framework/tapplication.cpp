@@ -41,6 +41,7 @@ void TApplication::Run() {
 
 void TApplication::Terminate() {
   FTerminated = true;
+  ++FTerminations;
   xmain_loop::instance().wake();
 }
 

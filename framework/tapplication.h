@@ -29,6 +29,8 @@ namespace xum {
 
 using TExceptionEvent = std::function<void(TObject* Sender, std::exception_ptr E)>;
 
+class xmodal_loop;
+
 class XUM_API TApplication : public TComponent {
  public:
   explicit TApplication(TComponent* AOwner);
@@ -50,7 +52,8 @@ class XUM_API TApplication : public TComponent {
 
   // Shows the main form and runs the main loop until Terminate.
   void Run();
-  // Ends Run (from any thread).
+  // Ends Run and the modal forms open in it, with mrCancel (from any
+  // thread).
   void Terminate();
   bool Terminated() const noexcept { return FTerminated; }
   // Runs what is waiting in the main loop without waiting.
@@ -71,6 +74,9 @@ class XUM_API TApplication : public TComponent {
   TCustomForm* FMainForm = nullptr;
   UnicodeString FTitle;
   std::atomic<bool> FTerminated{false};
+  // Counts Terminate calls: a modal loop ends when one comes while it runs.
+  std::atomic<unsigned> FTerminations{0};
+  friend class xmodal_loop;
 };
 
 // The process-wide application object, created on first use.

@@ -8,6 +8,9 @@
 //   ok->SetModalResult(xum::mrOk);
 //   if (form->ShowModal() == xum::mrOk) ...   // the UI backend runs the form
 //
+// ShowModal runs the form's modal loop (framework/xmodal_loop.h): the main
+// loop keeps running while the form is open.
+//
 // Thread safety: forms belong to the main thread.
 #ifndef XUM_FRAMEWORK_TFORMS_H
 #define XUM_FRAMEWORK_TFORMS_H
@@ -41,6 +44,13 @@ enum TCloseAction { caNone, caHide, caFree, caMinimize };
 using TCloseEvent = std::function<void(TObject* Sender, TCloseAction& Action)>;
 using TCloseQueryEvent = std::function<void(TObject* Sender, bool& CanClose)>;
 
+// Raised for an operation the object's state does not allow (showing a
+// visible or disabled form modally).
+class XUM_API EInvalidOperation : public Exception {
+ public:
+  using Exception::Exception;
+};
+
 class XUM_API TScrollingWinControl : public TWinControl {
  public:
   using TWinControl::TWinControl;
@@ -63,11 +73,15 @@ class XUM_API TCustomForm : public TScrollingWinControl {
   void SetWindowState(TWindowState Value) noexcept { FWindowState = Value; }
 
   TModalResult ModalResult() const noexcept { return FModalResult; }
+  // On a modal form, a result other than mrNone closes it after the
+  // current event.
   void SetModalResult(TModalResult Value) noexcept { FModalResult = Value; }
   bool Modal() const noexcept { return FModal; }
 
-  // Shows the form modally through the UI backend and returns the result
-  // that closed it (mrCancel when it was simply closed).
+  // Shows the form and runs its modal loop through the UI backend until a
+  // modal result closes it (see framework/xmodal_loop.h); returns that
+  // result, mrCancel when the form was simply closed. A form that is
+  // visible, disabled or already modal raises EInvalidOperation.
   virtual TModalResult ShowModal();
   void Show();
   void Hide() { SetVisible(false); }

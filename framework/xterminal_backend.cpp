@@ -87,7 +87,7 @@ int xterminal_backend::message_box(const xstr& text, const xstr& caption, unsign
   return choose(choices, default_index);
 }
 
-int xterminal_backend::show_modal(TCustomForm& form) {
+int xterminal_backend::show_modal(TCustomForm& form, xmodal_loop&) {
   if (fd_ < 0) return mrCancel;
   say("== " + utf8(form.Caption()) + " ==\n");
   std::vector<TControl*> controls;

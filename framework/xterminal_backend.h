@@ -34,7 +34,7 @@ class XUM_API xterminal_backend final : public xui_backend {
   bool is_open() const noexcept { return fd_ >= 0; }
 
   int message_box(const xstr& text, const xstr& caption, unsigned flags) override;
-  int show_modal(TCustomForm& form) override;
+  int show_modal(TCustomForm& form, xmodal_loop& loop) override;
   bool file_dialog(TOpenDialog& dialog) override;
 
  private:
