@@ -31,8 +31,10 @@ TModalResult TCustomForm::ShowModal() {
   if (OnShow) OnShow(this);
   xmodal_loop loop(*this);
   const TModalResult answer = xui().show_modal(*this, loop);
-  // A backend that gave up (no more input) ends the form.
+  // A backend that gave up (no more input) ends the form without asking
+  // again, unless a result it left is accepted now.
   if (!loop.ended()) FModalResult = answer == mrNone ? mrCancel : answer;
+  if (loop.release_) Application()->Release(this);
   return FModalResult;
 }
 

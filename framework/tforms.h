@@ -6,10 +6,12 @@
 //   ok->SetParent(form);
 //   ok->SetName(u"OkBtn");
 //   ok->SetModalResult(xum::mrOk);
+//   form->OnCloseQuery = [&](xum::TObject*, bool& can_close) { can_close = valid(); };
 //   if (form->ShowModal() == xum::mrOk) ...   // the UI backend runs the form
 //
 // ShowModal runs the form's modal loop (framework/xmodal_loop.h): the main
-// loop keeps running while the form is open.
+// loop keeps running while the form is open, and a modal result closes the
+// form only when its close query accepts.
 //
 // Thread safety: forms belong to the main thread.
 #ifndef XUM_FRAMEWORK_TFORMS_H
@@ -73,8 +75,8 @@ class XUM_API TCustomForm : public TScrollingWinControl {
   void SetWindowState(TWindowState Value) noexcept { FWindowState = Value; }
 
   TModalResult ModalResult() const noexcept { return FModalResult; }
-  // On a modal form, a result other than mrNone closes it after the
-  // current event.
+  // On a modal form, a result other than mrNone asks to close it; the
+  // modal loop puts the request to the close query after the current event.
   void SetModalResult(TModalResult Value) noexcept { FModalResult = Value; }
   bool Modal() const noexcept { return FModal; }
 
@@ -85,9 +87,10 @@ class XUM_API TCustomForm : public TScrollingWinControl {
   virtual TModalResult ShowModal();
   void Show();
   void Hide() { SetVisible(false); }
-  // A modal form ends with mrCancel; another asks OnCloseQuery, then
-  // OnClose decides what happens (hide by default; caFree destroys it from
-  // the main loop). Closing the main form ends the application.
+  // A modal form is asked to end with mrCancel (its modal loop consults
+  // the close query); another asks OnCloseQuery, then OnClose decides what
+  // happens (hide by default; caFree destroys it from the main loop).
+  // Closing the main form ends the application.
   void Close();
   // OnCloseQuery's answer (true when there is none).
   virtual bool CloseQuery();

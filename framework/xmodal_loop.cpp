@@ -19,7 +19,24 @@ bool xmodal_loop::ended() {
     form_.SetModalResult(mrCancel);
     return ended_ = true;
   }
-  return ended_ = form_.ModalResult() != mrNone;
+  if (form_.ModalResult() == mrNone) return false;
+  try {
+    TCloseAction action = caNone;
+    if (form_.CloseQuery()) {
+      action = caHide;
+      if (form_.OnClose) form_.OnClose(&form_, action);
+    }
+    if (action == caNone) {
+      form_.SetModalResult(mrNone);
+      return false;
+    }
+    release_ = action == caFree;
+    return ended_ = true;
+  } catch (...) {
+    form_.SetModalResult(mrNone);
+    Application()->HandleException(&form_);
+    return false;
+  }
 }
 
 bool xmodal_loop::close_with(int result) {

@@ -14,8 +14,11 @@
 //   // the window's close box:        loop.act([&] { form.Close(); });
 //
 // The form closes when its ModalResult is set (a button with a modal result,
-// Close, the program). Terminating the application while the loop runs
-// ends it with mrCancel. Modal forms nest: a form shown modally from inside
+// Close, the program) and its close query accepts: CloseQuery, then OnClose
+// (caHide by default; caNone keeps the form open; caFree releases it once
+// ShowModal has returned). A refusal sets ModalResult back to mrNone and the
+// form stays open. Terminating the application while the loop runs ends
+// it with mrCancel. Modal forms nest: a form shown modally from inside
 // another's loop runs its own loop, and the outer one goes on afterwards.
 //
 // Thread safety: the main thread only.
@@ -37,7 +40,9 @@ class XUM_API xmodal_loop {
 
   TCustomForm& form() const noexcept { return form_; }
 
-  // Whether the form's modal display is over.
+  // Whether the form's modal display is over. A ModalResult set since the
+  // last call is put to the close query here; an exception of the query
+  // goes to Application()->HandleException and counts as a refusal.
   bool ended();
   // Sets ModalResult as a button with that result would; returns ended().
   bool close_with(int result);
@@ -60,6 +65,7 @@ class XUM_API xmodal_loop {
 
   TCustomForm& form_;
   bool ended_ = false;
+  bool release_ = false;            // OnClose chose caFree
   const unsigned terminations_;     // Application's count when the loop began
 };
 

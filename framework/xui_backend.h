@@ -66,7 +66,8 @@ class XUM_API xui_backend {
   // through loop.act, until loop.ended(); the form's ModalResult is then
   // the result and the return value is ignored. A backend that cannot go
   // on (its input or script is used up, its window was destroyed) returns
-  // early with the result to use (mrNone: mrCancel). The base runs the waiting work
+  // early with the result to use (mrNone: mrCancel); the form then ends
+  // without asking its close query again. The base runs the waiting work
   // and answers mrCancel: the form was closed without a choice.
   virtual int show_modal(TCustomForm& form, xmodal_loop& loop);
   // Shows a file dialog (open or save: dialog.IsSaveDialog()) and, when
@@ -100,7 +101,8 @@ class XUM_API xui_backend {
 // Presses the button (any control) named `name` on `form`, as a user would:
 // it is clicked, which sets the form's modal result for a button that has
 // one. Throws Exception "No control named <name> on form <form>" when the
-// form has no such control. Returns the form's modal result afterwards.
+// form has no such control. Returns the form's modal result afterwards
+// (on a modal form, before its close query has decided).
 XUM_API int xpress_button(TCustomForm& form, const UnicodeString& name);
 
 // The state of one key (negative while it is down) and of all 256 keys,
@@ -139,7 +141,8 @@ class XUM_API xheadless_backend final : public xui_backend {
   // run: the rule may fill edits and press buttons; what it returns closes
   // a form that has no result yet, as a button with that result would. An
   // empty rule presses the form's default button (a button with Default()
-  // set) when it has one. A form that is still open then ends with mrCancel.
+  // set) when it has one. A form that is still open then (no default
+  // button, or its close query refused) ends with mrCancel.
   void set_form_rule(form_rule_fn rule);
   // How file dialogs are answered; an empty rule cancels.
   void set_file_rule(file_rule_fn rule);
@@ -183,10 +186,12 @@ class XUM_API xscripted_backend final : public xui_backend {
   using form_step = std::function<int(TCustomForm& form, xmodal_loop& loop)>;
 
   // Scripts for the next modal forms, one each, in the order the forms are
-  // shown. The steps run in order until the form closes. Before every step
-  // and after the last, the main loop's waiting work runs. A form still
-  // open when its steps are used up, or shown with no script left, ends
-  // with mrCancel. An exception of a step leaves ShowModal.
+  // shown. The steps run in order until the form closes; a step whose
+  // result the close query refuses is followed by the next one. Before
+  // every step and after the last, the main loop's waiting work runs. A
+  // form still open when its steps are used up, or shown with no script
+  // left, ends with mrCancel without asking its close query again. An
+  // exception of a step leaves ShowModal.
 
   // Presses the controls named, in order, until the form closes.
   void queue_press(std::vector<UnicodeString> names);

@@ -96,6 +96,81 @@ TEST_F(ModalLoop, PostedCallsWatchesAndTimersRunWhileTheFormIsOpen) {
   platform::close_fd(fds[1]);
 }
 
+TEST_F(ModalLoop, CloseQueryDecidesWhetherAModalResultClosesTheForm) {
+  // Validation of OK: an empty answer is refused; Cancel always closes.
+  std::vector<int> asked;
+  form_->OnCloseQuery = [&](TObject*, bool& can_close) {
+    asked.push_back(form_->ModalResult());
+    can_close = form_->ModalResult() != mrOk || !edit_->Text().empty();
+  };
+  // Refused: the form stays open and the script goes on with the next press.
+  ui_.queue_press({u"OkBtn", u"CancelBtn"});
+  EXPECT_EQ(form_->ShowModal(), mrCancel);
+  EXPECT_EQ(asked, (std::vector<int>{mrOk, mrCancel}));
+
+  // After a refusal the result is mrNone again; the user corrects the input
+  // and the press holds.
+  asked.clear();
+  ui_.queue_steps({
+      [](TCustomForm& f, xmodal_loop&) { return xpress_button(f, u"OkBtn"); },
+      [&](TCustomForm& f, xmodal_loop&) {
+        EXPECT_EQ(f.ModalResult(), mrNone);
+        EXPECT_TRUE(f.Modal());
+        edit_->SetText(u"valid");
+        return xpress_button(f, u"OkBtn");
+      },
+  });
+  EXPECT_EQ(form_->ShowModal(), mrOk);
+  EXPECT_EQ(asked, (std::vector<int>{mrOk, mrOk}));
+
+  // A script used up with the form still open ends it with mrCancel,
+  // without asking again; so does a form shown with no script left.
+  asked.clear();
+  edit_->SetText(u"");
+  ui_.queue_press({u"OkBtn"});
+  EXPECT_EQ(form_->ShowModal(), mrCancel);
+  EXPECT_EQ(form_->ShowModal(), mrCancel);
+  EXPECT_EQ(asked, (std::vector<int>{mrOk}));
+
+  // OnClose: caNone keeps the form open.
+  form_->OnCloseQuery = nullptr;
+  TCloseAction next = caNone;
+  form_->OnClose = [&](TObject*, TCloseAction& action) {
+    action = next;
+    next = caHide;
+  };
+  ui_.queue_press({u"CancelBtn", u"OkBtn"});
+  EXPECT_EQ(form_->ShowModal(), mrOk);
+
+  // The headless backend's default button is refused: the form ends.
+  xheadless_backend headless;
+  headless.set_output(nullptr);
+  xui_backend_scope use(headless);
+  form_->OnClose = nullptr;
+  form_->OnCloseQuery = [](TObject*, bool& can_close) { can_close = false; };
+  EXPECT_EQ(form_->ShowModal(), mrCancel);
+}
+
+TEST_F(ModalLoop, FreedOnCloseTheFormIsReleasedAfterShowModal) {
+  auto* owned = new TForm(Application());
+  bool gone = false;
+  struct watcher : TComponent {
+    bool* gone;
+    explicit watcher(bool* g) : TComponent(nullptr), gone(g) {}
+    void Notification(TComponent*, TOperation op) override { *gone |= op == opRemove; }
+  } probe(&gone);
+  probe.FreeNotification(owned);
+  owned->OnClose = [](TObject*, TCloseAction& action) { action = caFree; };
+  ui_.queue_form([](TCustomForm& f) {
+    f.Close();
+    return static_cast<int>(mrNone);
+  });
+  EXPECT_EQ(owned->ShowModal(), mrCancel);
+  EXPECT_FALSE(gone);  // still there for the caller to read
+  xmain_loop::instance().run_once(0);
+  EXPECT_TRUE(gone);
+}
+
 TEST_F(ModalLoop, NestedFormsRunTheirOwnLoops) {
   TForm inner(nullptr);
   inner.SetCaption(u"Inner");
