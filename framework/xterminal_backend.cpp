@@ -168,16 +168,43 @@ int xterminal_backend::message_box(const xstr& text, const xstr& caption, unsign
 xterminal_backend::reply xterminal_backend::ask_form(TCustomForm& form, xmodal_loop& loop) {
   std::vector<TControl*> controls;
   collect(form, controls);
-  // The edit boxes first, one line each; an empty answer keeps the text.
-  // Typing is an act on the form: OnChange may raise, or close it.
+  // The edit and combo boxes first, one line each; an empty answer keeps
+  // the text. Typing is an act on the form: OnChange may raise, or close it.
   for (TControl* c : controls) {
     auto* edit = dynamic_cast<TCustomEdit*>(c);
-    if (edit == nullptr || edit->ReadOnly()) continue;
-    const std::string name = edit->Hint().empty() ? utf8(edit->Name()) : utf8(edit->Hint());
-    std::string answer;
-    if (const reply r = ask(name + " [" + utf8(edit->Text()) + "]: ", answer, &loop); r != reply::line) return r;
-    if (!answer.empty() && loop.act([&] { edit->SetText(ToUnicode(xstr(std::string_view(answer)))); }))
-      return reply::closed;
+    auto* combo = dynamic_cast<TCustomComboBox*>(c);
+    if ((edit == nullptr || edit->ReadOnly()) && combo == nullptr) continue;
+    const std::string name = c->Hint().empty() ? utf8(c->Name()) : utf8(c->Hint());
+    std::vector<std::string> items;
+    if (combo != nullptr)
+      for (int i = 0; i < combo->Items().Count(); ++i) items.push_back(utf8(combo->Items()[i]));
+    const std::string prompt =
+        name + " [" + utf8(c->Text()) + "]: " + (items.empty() ? std::string() : menu(items) + ": ");
+    for (std::string answer;;) {
+      if (const reply r = ask(prompt, answer, &loop); r != reply::line) return r;
+      if (combo == nullptr) {
+        if (!answer.empty() && loop.act([&] { edit->SetText(ToUnicode(xstr(std::string_view(answer)))); }))
+          return reply::closed;
+        break;
+      }
+      answer = trim(answer);
+      if (answer.empty()) break;
+      if (const std::size_t i = match(items, answer); i != std::string::npos) {
+        if (loop.act([&] { combo->SetItemIndex(static_cast<int>(i)); })) return reply::closed;
+        break;
+      }
+      if (combo->Style() != csDropDownList) {
+        // Text of its own in the edit part: no item is current.
+        const bool closed = loop.act([&] {
+          combo->TCustomListControl::SetItemIndex(-1);
+          combo->SetText(ToUnicode(xstr(std::string_view(answer))));
+          if (combo->OnChange) combo->OnChange(combo);
+        });
+        if (closed) return reply::closed;
+        break;
+      }
+      say("Please answer with a number from 1 to " + std::to_string(items.size()) + ".\n");
+    }
   }
   // Then the buttons that close the form, the default one preselected.
   std::vector<std::string> labels;

@@ -1,15 +1,16 @@
 // The terminal UI backend: asks the user on a terminal. A message box
 // prints its caption and text and offers its buttons as numbered choices;
-// a modal form asks for each of its edit boxes, then offers the buttons
-// that close it; a file dialog asks for a file name.
+// a modal form asks for each of its edit and combo boxes, then offers the
+// buttons that close it; a file dialog asks for a file name.
 //
 //   xum::xterminal_backend ui;           // the controlling terminal
 //   if (ui.is_open()) xum::xset_ui_backend(&ui);
 //
-// A choice is made by its number or the start of its label ("y" for Yes).
-// An empty answer takes the default (the box's default button, the edit's
-// current text, the form's default button); an answer that names no choice
-// asks again. A form whose close query refuses
+// A choice is made by its number or the start of its label ("y" for Yes);
+// a combo box offers its items so, and an editable one also takes any
+// other text. An empty answer takes the default (the box's default button,
+// the edit's or combo box's current text, the form's default button); an
+// answer that names no choice asks again. A form whose close query refuses
 // says so and asks again. The end of input cancels: a box answers with its
 // Cancel button (else No, else Abort, else its only button), a form ends
 // with mrCancel and a file dialog is cancelled; without a terminal every
@@ -61,7 +62,7 @@ class XUM_API xterminal_backend final : public xui_backend {
   // when `modal` ended first.
   bool wait_for_input(xmodal_loop* modal);
   void say(const std::string& text);
-  // One pass over the form's edits and buttons.
+  // One pass over the form's edits, combo boxes and buttons.
   reply ask_form(TCustomForm& form, xmodal_loop& loop);
 
   int fd_;

@@ -104,6 +104,54 @@ TEST_F(XTerminalBackend, FormsAskForEditsThenForTheClosingButton) {
   EXPECT_FALSE(save.Execute());  // an empty name cancels
 }
 
+TEST_F(XTerminalBackend, ComboBoxesOfferTheirItems) {
+  xterminal_backend ui(slave_name_.c_str());
+  xui_backend_scope use(ui);
+  TForm form(nullptr);
+  auto* colour = new TComboBox(&form);
+  colour->SetParent(&form);
+  colour->SetHint(u"Colour");
+  for (const char16_t* item : {u"red", u"green", u"blue"}) colour->Items().Add(item);
+  colour->SetItemIndex(1);
+  auto* size = new TComboBox(&form);
+  size->SetParent(&form);
+  size->SetName(u"Size");
+  size->SetStyle(csDropDownList);
+  for (const char16_t* item : {u"small", u"large"}) size->Items().Add(item);
+  auto* ok = new TButton(&form);
+  ok->SetParent(&form);
+  ok->SetCaption(u"OK");
+  ok->SetModalResult(mrOk);
+  ok->SetDefault(true);
+  int changes = 0;
+  colour->OnChange = [&](TObject*) { ++changes; };
+  const struct {
+    const char* typed;
+    const char16_t* colour;
+    int colour_index;
+    int size_index;
+  } rows[] = {
+      {"3\nl\n\n", u"blue", 2, 1},         // by number, by the start of a label
+      {"\n\n\n", u"blue", 2, 1},           // empty answers keep what is there
+      {"GR\nhuge\n1\n\n", u"green", 1, 0},  // a list box asks again for no item
+      {"teal\n\n\n", u"teal", -1, 0},      // an editable combo box takes any text
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.typed);
+    type(row.typed);
+    EXPECT_EQ(form.ShowModal(), mrOk);
+    EXPECT_EQ(colour->Text(), row.colour);
+    EXPECT_EQ(colour->ItemIndex(), row.colour_index);
+    EXPECT_EQ(size->ItemIndex(), row.size_index);
+  }
+  EXPECT_EQ(changes, 3);  // blue, green, teal
+  const std::string out = printed();
+  EXPECT_NE(out.find("Colour [green]: [1] red  [2] green  [3] blue: Size []: [1] small  [2] large: "),
+            std::string::npos)
+      << out;
+  EXPECT_NE(out.find("Please answer with a number from 1 to 2."), std::string::npos);
+}
+
 TEST_F(XTerminalBackend, EndOfInputCancels) {
   xterminal_backend ui(slave_name_.c_str());
   xui_backend_scope use(ui);
