@@ -29,11 +29,13 @@ void TApplication::turn(int timeout_ms) {
 }
 
 void TApplication::Run() {
+  // Without a main form there is nothing to wait for.
+  if (FMainForm == nullptr) return;
   xmain_loop& loop = xmain_loop::instance();
   loop.bind_to_current_thread();
   loop.open();
   FTerminated = false;
-  if (FMainForm != nullptr) FMainForm->Show();
+  FMainForm->Show();
   while (!FTerminated) turn(-1);
   // No one will run calls any more: release whoever waits for one.
   loop.shutdown();

@@ -7,10 +7,10 @@
 //   }
 //
 // Run shows the main form and turns the main loop (framework/xmain_loop.h)
-// until Terminate; exceptions that escape an event go to HandleException,
-// which calls OnException or, without one, the library's exception
-// presentation. When Run ends, calls other threads still wait to
-// synchronize are released with an error.
+// until Terminate; without a main form it returns at once. Exceptions that
+// escape an event go to HandleException, which calls OnException or,
+// without one, the library's exception presentation. When Run ends, calls
+// other threads still wait to synchronize are released with an error.
 //
 // Thread safety: the main thread only, except Terminate.
 #ifndef XUM_FRAMEWORK_TAPPLICATION_H
@@ -50,7 +50,8 @@ class XUM_API TApplication : public TComponent {
   const UnicodeString& Title() const noexcept { return FTitle; }
   void SetTitle(const UnicodeString& Value) { FTitle = Value; }
 
-  // Shows the main form and runs the main loop until Terminate.
+  // Shows the main form and runs the main loop until Terminate; returns at
+  // once when there is no main form.
   void Run();
   // Ends Run and the modal forms open in it, with mrCancel (from any
   // thread).

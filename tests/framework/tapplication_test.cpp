@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <condition_variable>
+#include <mutex>
 #include <algorithm>
 #include <chrono>
 #include <string>
@@ -296,6 +298,30 @@ TEST(Application, RunEndsWhenTheMainFormCloses) {
   EXPECT_EQ(Screen().FormCount(), 1);  // the other form is gone
   delete main_form;
   EXPECT_EQ(Application()->MainForm(), nullptr);
+}
+
+TEST(Application, RunWithoutAMainFormReturnsAtOnce) {
+  ASSERT_EQ(Application()->MainForm(), nullptr);
+  // Should Run wait, this thread ends it after a while, so the test fails
+  // instead of hanging.
+  std::mutex lock;
+  std::condition_variable stop;
+  bool returned = false, rescued = false;
+  std::thread rescuer([&] {
+    std::unique_lock guard(lock);
+    if (!stop.wait_for(guard, std::chrono::seconds(5), [&] { return returned; })) {
+      rescued = true;
+      Application()->Terminate();
+    }
+  });
+  Application()->Run();
+  {
+    std::lock_guard guard(lock);
+    returned = true;
+  }
+  stop.notify_all();
+  rescuer.join();
+  EXPECT_FALSE(rescued);
 }
 
 }  // namespace
