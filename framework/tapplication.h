@@ -12,6 +12,12 @@
 // without one, the library's exception presentation. When Run ends, calls
 // other threads still wait to synchronize are released with an error.
 //
+// The forms and other components the application owns are destroyed, last
+// created first, when the process exits normally (or the library is
+// unloaded), after the main loop has shut down; the application object
+// itself stays until the process ends. DestroyComponents() destroys them
+// earlier, at a point of the program's choice.
+//
 // Thread safety: the main thread only, except Terminate.
 #ifndef XUM_FRAMEWORK_TAPPLICATION_H
 #define XUM_FRAMEWORK_TAPPLICATION_H
@@ -80,7 +86,8 @@ class XUM_API TApplication : public TComponent {
   friend class xmodal_loop;
 };
 
-// The process-wide application object, created on first use.
+// The process-wide application object, created on first use; its forms go
+// at exit (see above).
 XUM_API TApplication* Application();
 
 // The screen: its size (from the UI backend) and the forms that exist.

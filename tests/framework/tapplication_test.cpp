@@ -4,6 +4,8 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <mutex>
 #include <algorithm>
 #include <chrono>
@@ -322,6 +324,28 @@ TEST(Application, RunWithoutAMainFormReturnsAtOnce) {
   stop.notify_all();
   rescuer.join();
   EXPECT_FALSE(rescued);
+}
+
+// Writes its destruction to standard error, where the death test reads it.
+class exit_probe : public TForm {
+ public:
+  explicit exit_probe(TComponent* owner, const char16_t* name = u"Main") : TForm(owner) { SetName(name); }
+  ~exit_probe() override { std::fprintf(stderr, "~%s ", std::string(FromUnicode(Name()).view()).c_str()); }
+};
+
+TEST(ApplicationDeathTest, OwnedFormsAreDestroyedAtExitLastCreatedFirst) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a fresh process and application
+  EXPECT_EXIT(
+      {
+        exit_probe* main_form = nullptr;
+        Application()->CreateForm(main_form);
+        auto* dialog = new exit_probe(Application(), u"Dialog");
+        new exit_probe(dialog, u"Owned");  // goes with the form that owns it
+        new exit_probe(Application(), u"Last");
+        std::fprintf(stderr, "exit: ");
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "exit: ~Last ~Dialog ~Owned ~Main $");
 }
 
 }  // namespace
