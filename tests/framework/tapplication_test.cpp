@@ -3,7 +3,13 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <algorithm>
 #include <chrono>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -214,6 +220,69 @@ TEST(MainLoop, WatchesDescriptorsAndRoutesExceptionsToTheApplication) {
   Application()->OnException = nullptr;
 }
 
+TEST(MainLoop, TimersRunOnTheirIntervalUntilRemoved) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  EXPECT_EQ(loop.next_wait_ms(), -1);
+  int fast = 0, slow = 0;
+  const int fast_id = loop.add_timer(1, [&] { ++fast; });
+  const int slow_id = loop.add_timer(60 * 60 * 1000, [&] { ++slow; });
+  EXPECT_LE(loop.next_wait_ms(), 1);
+  // A wait without limit ends when the first timer is due.
+  loop.run_once(-1);
+  while (fast < 3) loop.run_once(1000);
+  EXPECT_EQ(slow, 0);
+  loop.remove_timer(fast_id);
+  const int seen = fast;
+  loop.run_once(20);
+  EXPECT_EQ(fast, seen);
+  EXPECT_GT(loop.next_wait_ms(), 60 * 1000);  // only the hourly timer is left
+  loop.remove_timer(slow_id);
+}
+
+TEST(MainLoop, NestedTurnsKeepPostOrderAndDoNotReenterACallback) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  // A call that turns the loop itself (as a modal form does) runs the calls
+  // queued behind it there, in order, and they do not run twice.
+  std::vector<std::string> order;
+  loop.post([&] {
+    order.push_back("a");
+    loop.run_once(0);
+    order.push_back("a done");
+  });
+  loop.post([&] { order.push_back("b"); });
+  loop.post([&] { order.push_back("c"); });
+  loop.run_once(0);
+  EXPECT_EQ(order, (std::vector<std::string>{"a", "b", "c", "a done"}));
+
+  // A watch or timer whose callback turns the loop is not called again
+  // from inside itself, though its descriptor is still ready.
+  int fds[2];
+  ASSERT_TRUE(platform::make_wake_pipe(fds));
+  platform::wake_pipe(fds[1]);
+  int depth = 0, deepest = 0, calls = 0;
+  const auto nested = [&] {
+    ++calls;
+    deepest = std::max(deepest, ++depth);
+    if (depth < 3) loop.run_once(0);  // bounded, so a fault shows as a count
+    --depth;
+  };
+  const int watch = loop.watch(fds[0], platform::poll_in, [&](unsigned) { nested(); });
+  EXPECT_EQ(loop.descriptors().size(), 2u);  // the wake-up pipe and the watch
+  loop.run_once(0);
+  EXPECT_EQ(deepest, 1);
+  loop.unwatch(watch);
+  const int timer = loop.add_timer(1, nested);
+  while (calls < 2) loop.run_once(1000);
+  EXPECT_EQ(deepest, 1);
+  loop.remove_timer(timer);
+  platform::close_fd(fds[0]);
+  platform::close_fd(fds[1]);
+}
+
 TEST(Application, RunEndsWhenTheMainFormCloses) {
   xscripted_backend ui;
   xui_backend_scope use(ui);
@@ -231,6 +300,52 @@ TEST(Application, RunEndsWhenTheMainFormCloses) {
   EXPECT_EQ(Screen().FormCount(), 1);  // the other form is gone
   delete main_form;
   EXPECT_EQ(Application()->MainForm(), nullptr);
+}
+
+TEST(Application, RunWithoutAMainFormReturnsAtOnce) {
+  ASSERT_EQ(Application()->MainForm(), nullptr);
+  // Should Run wait, this thread ends it after a while, so the test fails
+  // instead of hanging.
+  std::mutex lock;
+  std::condition_variable stop;
+  bool returned = false, rescued = false;
+  std::thread rescuer([&] {
+    std::unique_lock guard(lock);
+    if (!stop.wait_for(guard, std::chrono::seconds(5), [&] { return returned; })) {
+      rescued = true;
+      Application()->Terminate();
+    }
+  });
+  Application()->Run();
+  {
+    std::lock_guard guard(lock);
+    returned = true;
+  }
+  stop.notify_all();
+  rescuer.join();
+  EXPECT_FALSE(rescued);
+}
+
+// Writes its destruction to standard error, where the death test reads it.
+class exit_probe : public TForm {
+ public:
+  explicit exit_probe(TComponent* owner, const char16_t* name = u"Main") : TForm(owner) { SetName(name); }
+  ~exit_probe() override { std::fprintf(stderr, "~%s ", std::string(FromUnicode(Name()).view()).c_str()); }
+};
+
+TEST(ApplicationDeathTest, OwnedFormsAreDestroyedAtExitLastCreatedFirst) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a fresh process and application
+  EXPECT_EXIT(
+      {
+        exit_probe* main_form = nullptr;
+        Application()->CreateForm(main_form);
+        auto* dialog = new exit_probe(Application(), u"Dialog");
+        new exit_probe(dialog, u"Owned");  // goes with the form that owns it
+        new exit_probe(Application(), u"Last");
+        std::fprintf(stderr, "exit: ");
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "exit: ~Last ~Dialog ~Owned ~Main $");
 }
 
 }  // namespace
