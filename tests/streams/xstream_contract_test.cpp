@@ -19,6 +19,7 @@
 #include "streams/xbuffered_stream.h"
 #include "streams/xfile_stream.h"
 #include "streams/xmemory_stream.h"
+#include "streams/xreplace_file_stream.h"
 #include "streams/xresource_stream.h"
 #include "streams/xsection_stream.h"
 #include "streams/xxor_stream.h"
@@ -111,6 +112,18 @@ struct read_only_file_case : on_disk {
   std::string description() { return "File: " + path; }
 };
 
+// The new file beside an old target, renamed over it by close().
+struct replace_file_case : on_disk {
+  static constexpr const char* name = "ReplaceFile";
+  xreplace_file_stream s{path.c_str()};
+  replace_file_case() {
+    s.write_buffer(content().data(), size);
+    s.seek(0, xseek_begin);
+  }
+  std::string description() { return "File: " + path; }
+  std::string stored() { return s.close(), on_disk::stored(); }
+};
+
 struct handle_case : on_disk {
   static constexpr const char* name = "Handle";
   const int fd = ::open(path.c_str(), O_RDWR);
@@ -182,15 +195,16 @@ using XWritableStreamContract = XStreamContract<Case>;
 template <typename Case>
 using XReadOnlyStreamContract = XStreamContract<Case>;
 
-using writable_cases =
-    testing::Types<memory_case, file_case, handle_case, section_case, xor_case, buffered_case>;
+using writable_cases = testing::Types<memory_case, file_case, replace_file_case, handle_case,
+                                      section_case, xor_case, buffered_case>;
 // A buffered stream over a read-only stream is left out: it accepts writes
 // into its block and fails only when it passes the block on.
 using read_only_cases = testing::Types<buffer_case, resource_case, read_only_file_case,
                                        read_only_section_case, read_only_xor_case>;
-using all_cases = testing::Types<memory_case, file_case, handle_case, section_case, xor_case,
-                                 buffered_case, buffer_case, resource_case, read_only_file_case,
-                                 read_only_section_case, read_only_xor_case>;
+using all_cases =
+    testing::Types<memory_case, file_case, replace_file_case, handle_case, section_case, xor_case,
+                   buffered_case, buffer_case, resource_case, read_only_file_case,
+                   read_only_section_case, read_only_xor_case>;
 TYPED_TEST_SUITE(XStreamContract, all_cases, case_names);
 TYPED_TEST_SUITE(XWritableStreamContract, writable_cases, case_names);
 TYPED_TEST_SUITE(XReadOnlyStreamContract, read_only_cases, case_names);
