@@ -62,6 +62,17 @@ xstr unescape(std::string_view file) {
   return xstr(std::string_view(out));
 }
 
+// Whether the entry `file` of `folder` is a value (true) or a child key.
+bool is_value_entry(const std::string& folder, std::string_view file) {
+  return file[0] == value_prefix && !platform::is_directory(folder + "/" + std::string(file));
+}
+
+// A catalogue message and what it is about, one blank apart (some messages
+// end in a blank already).
+xstr joined(const xstr& message, const xstr& about) {
+  return message.length() > 0 && message[message.length() - 1] == ' ' ? message + about : message + " " + about;
+}
+
 }  // namespace
 
 xreg_key::xreg_key(const xstr& path, bool read) : read_(read) { open(platform::registry_root(), path); }
@@ -82,37 +93,67 @@ void xreg_key::open(const std::string& folder, const xstr& sub_path) {
   }
   // A key that cannot be created reads as empty; writing to it reports the
   // failure with the file name.
-  platform::make_directories(folder_);
+  if (!read_) platform::make_directories(folder_);
 }
 
 std::string xreg_key::value_file(const xstr& name) const {
   return folder_ + "/" + value_prefix + escape(name.view());
 }
 
-xreg_key::value xreg_key::get(const xstr& name) const {
-  value v;
+bool xreg_key::exists() const { return platform::is_directory(folder_); }
+
+xreg_key::lookup xreg_key::find(const xstr& name, value& v, std::string& file, std::string& damage) const {
+  v = value();
+  file = value_file(name);
+  if (!platform::file_exists(file.c_str()) || platform::is_directory(file)) return lookup::missing;
   std::string bytes;
-  if (!platform::read_file(value_file(name), bytes) || bytes.size() < header_size ||
-      bytes.compare(0, sizeof magic, magic, sizeof magic) != 0)
-    return v;
-  const auto type = static_cast<value_type>(bytes[sizeof magic]);
-  v.data = bytes.substr(header_size);
-  switch (type) {
+  if (!platform::read_file(file, bytes)) return lookup::unreadable;
+  if (bytes.size() < header_size || bytes.compare(0, sizeof magic, magic, sizeof magic) != 0) {
+    damage = "no value header";
+    return lookup::damaged;
+  }
+  const auto type = static_cast<unsigned char>(bytes[sizeof magic]);
+  std::string data = bytes.substr(header_size);
+  switch (static_cast<value_type>(type)) {
     case value_type::text:
       // Stored with its terminator, which is not part of the text.
-      if (!v.data.empty() && v.data.back() == '\0') v.data.pop_back();
-      v.type = type;
+      if (data.empty() || data.back() != '\0') {
+        damage = "text without its terminating zero byte";
+        return lookup::damaged;
+      }
+      data.pop_back();
       break;
     case value_type::number:
-      if (v.data.size() == number_size) v.type = type;
+      if (data.size() != number_size) {
+        damage = "a number of " + std::to_string(data.size()) + " bytes instead of " + std::to_string(number_size);
+        return lookup::damaged;
+      }
       break;
     case value_type::binary:
-      v.type = type;
+      break;
+    default:
+      damage = "unknown value type " + std::to_string(type);
+      return lookup::damaged;
+  }
+  v.type = static_cast<value_type>(type);
+  v.data = std::move(data);
+  return lookup::found;
+}
+
+xreg_key::value xreg_key::get(const xstr& name) const {
+  value v;
+  std::string file, damage;
+  switch (find(name, v, file, damage)) {
+    case lookup::unreadable:
+      xerror(joined(msg::eReadError.text, "Value: " + name) + "\n" + msg::FileName.text + file.c_str());
+      break;
+    case lookup::damaged:
+      xerror(joined(msg::eInvalidFormat.text, "Value: " + name + " (" + damage.c_str() + ")") + "\n" +
+             msg::FileName.text + file.c_str());
       break;
     default:
       break;
   }
-  if (v.type == value_type::none) v.data.clear();
   return v;
 }
 
@@ -130,7 +171,9 @@ void xreg_key::str(const xstr& name, xstr& value, const xstr& def) {
     put(name, value_type::text, value.get_text(), static_cast<std::size_t>(value.length()) + 1);
     return;
   }
-  const xreg_key::value v = get(name);
+  xreg_key::value v;
+  std::string file, damage;
+  find(name, v, file, damage);
   value = v.type == value_type::text ? xstr(std::string_view(v.data)) : def;
 }
 
@@ -151,7 +194,9 @@ void xreg_key::binary(const xstr& name, void* data, const void* def, unsigned si
     }
     return;
   }
-  const xreg_key::value v = get(name);
+  xreg_key::value v;
+  std::string file, damage;
+  find(name, v, file, damage);
   if (size > number_size ? v.type == value_type::binary && v.data.size() == size
                          : v.type == value_type::number) {
     if (size > 0) std::memcpy(data, v.data.data(), size);
@@ -169,7 +214,7 @@ std::vector<xstr> list(const std::string& folder, bool values) {
   while (const char* entry = platform::read_directory(dir)) {
     const std::string_view file(entry);
     if (file.empty() || file[0] == '.') continue;  // ".", ".." and temporaries
-    if (values && file[0] == value_prefix && !platform::is_directory(folder + "/" + entry))
+    if (values && is_value_entry(folder, file))
       names.push_back(unescape(file.substr(1)));
     else if (!values && file[0] != value_prefix && platform::is_directory(folder + "/" + entry))
       names.push_back(unescape(file));

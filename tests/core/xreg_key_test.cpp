@@ -1,6 +1,7 @@
 #include "core/xreg_key.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,6 +11,7 @@
 #include <fstream>
 #include <string>
 #include <tuple>
+#include <utility>
 
 #include "core/xexceptions.h"
 #include "tests/support/xtest_helpers.h"
@@ -105,6 +107,59 @@ TEST_F(XregKeyTest, FailedWriteReportsTheFileAndReadsGiveDefaults) {
     EXPECT_EQ(std::string(e.what()).rfind("Data writing error !\nFile: ", 0), 0u) << e.what();
     EXPECT_NE(std::string(e.what()).find("/Key/@Name"), std::string::npos) << e.what();
   }
+}
+
+// Looking a key up must leave the store as it was: no key folder appears for
+// a key, a child key or a value that is only read.
+TEST_F(XregKeyTest, ReadingCreatesNothing) {
+  {
+    const xreg_key r("Software\\Missing/Deep", true);
+    const xreg_key child(r, "Child");
+    xreg_key reader("Other", true);
+    EXPECT_EQ(reader.str_prop("Name", "x", "def"), "def");
+    std::int32_t n = 7, def = 9;
+    reader.binary("Num", &n, &def, sizeof n);
+    EXPECT_EQ(n, 9);
+    EXPECT_EQ(r.get("Name").type, xreg_key::value_type::none);
+    EXPECT_TRUE(child.key_names().empty());
+    EXPECT_TRUE(child.value_names().empty());
+  }
+  EXPECT_TRUE(fs::is_empty(root_));
+}
+
+// A value file that is there but cannot be a value is damage, not a missing
+// value: `get` says what is wrong and where, while the reading calls, whose
+// rules give the default for anything but a matching value, still do so.
+TEST_F(XregKeyTest, DamagedValueIsReportedAsDamage) {
+  const fs::path key = root_ / "App";
+  fs::create_directories(key);
+  // File contents, what the message says is wrong.
+  const std::pair<std::string, std::string> rows[] = {
+      {"", "no value header"},
+      {"XR", "no value header"},
+      {std::string("XRW\x01" "ab\0", 7), "no value header"},
+      {std::string("XRV\x07" "ab\0", 7), "unknown value type 7"},
+      {std::string("XRV\x00", 4), "unknown value type 0"},
+      {std::string("XRV\x04\x01\x02\x03", 7), "a number of 3 bytes instead of 4"},
+      {std::string("XRV\x04\x01\x02\x03\x04\x05", 9), "a number of 5 bytes instead of 4"},
+      {"XRV\x01" "ab", "text without its terminating zero byte"}};
+  xreg_key r("App", true);
+  for (const auto& [bytes, what] : rows) {
+    SCOPED_TRACE(what + " <- " + std::to_string(bytes.size()) + " bytes");
+    std::ofstream(key / "@Bad", std::ios::binary | std::ios::trunc) << bytes;
+    EXPECT_EQ(xum::test::error_of([&] { r.get("Bad"); }),
+              "Invalid data format ! Value: Bad (" + what + ")\nFile: " + (key / "@Bad").string());
+    EXPECT_EQ(r.str_prop("Bad", "x", "def"), "def");
+    std::int32_t n = 7, def = 9;
+    r.binary("Bad", &n, &def, sizeof n);
+    EXPECT_EQ(n, 9);
+  }
+  // Something that is no file at all cannot be read.
+  fs::remove(key / "@Bad");
+  ASSERT_EQ(mkfifo((key / "@Pipe").c_str(), 0600), 0);
+  EXPECT_EQ(xum::test::error_of([&] { r.get("Pipe"); }),
+            "Data reading error ! Value: Pipe\nFile: " + (key / "@Pipe").string());
+  EXPECT_EQ(r.get("Missing").type, xreg_key::value_type::none);
 }
 
 // Four processes write their own values and, at the same time, one shared
