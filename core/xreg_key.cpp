@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/xcatalogue.h"
+#include "core/xle.h"
 #include "platform/xfiles.h"
 #include "platform/xstore_files.h"
 
@@ -188,8 +189,8 @@ void xreg_key::binary(const xstr& name, void* data, const void* def, unsigned si
     if (size > number_size) {
       put(name, value_type::binary, data, size);
     } else {
-      unsigned char number[number_size] = {};
-      if (size > 0) std::memcpy(number, data, size);
+      unsigned char number[number_size];
+      le::store<std::uint32_t>(number, number_from_bytes(static_cast<const unsigned char*>(data), size));
       put(name, value_type::number, number, number_size);
     }
     return;
@@ -197,9 +198,11 @@ void xreg_key::binary(const xstr& name, void* data, const void* def, unsigned si
   xreg_key::value v;
   std::string file, damage;
   find(name, v, file, damage);
-  if (size > number_size ? v.type == value_type::binary && v.data.size() == size
-                         : v.type == value_type::number) {
-    if (size > 0) std::memcpy(data, v.data.data(), size);
+  if (size > number_size && v.type == value_type::binary && v.data.size() == size) {
+    std::memcpy(data, v.data.data(), size);
+  } else if (size <= number_size && v.type == value_type::number) {
+    const auto stored = reinterpret_cast<const unsigned char*>(v.data.data());
+    number_to_bytes(le::load<std::uint32_t>(stored), static_cast<unsigned char*>(data), size);
   } else if (def != nullptr && size > 0) {
     std::memmove(data, def, size);
   }

@@ -25,18 +25,26 @@
 //
 // Reading rules: text only from a text value; binary data of more than 4
 // bytes only from a binary value of exactly that size; 4 bytes or fewer only
-// from a number, of which the first bytes are taken. Anything else, a
+// from a number, of which the low-order bytes are taken. Anything else, a
 // damaged value included, gives the default.
+//
+// Numbers: `binary` of up to 4 bytes takes them as an unsigned integer in
+// the host's byte order (a short, an int ...) and stores that integer; so
+// the stored bytes are the same on every host, and reading gives the integer
+// back in the host's order, cut to the size asked for.
 //
 // Thread safety: one key object belongs to one thread at a time; any number
 // of key objects, threads and processes may use the store at once.
 #ifndef XUM_CORE_XREG_KEY_H
 #define XUM_CORE_XREG_KEY_H
 
+#include <bit>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "core/xexport.h"
+#include "core/xle.h"
 #include "core/xstr.h"
 
 namespace xum {
@@ -85,6 +93,23 @@ class XUM_API xreg_key {
   // The names of the child keys and of the values, sorted bytewise.
   std::vector<xstr> key_names() const;
   std::vector<xstr> value_names() const;
+
+  // The number that `binary` stores for `size` (at most 4) bytes at `data`,
+  // read as an unsigned integer in the byte order `order`; and back, the
+  // low-order `size` bytes of `number` written in that order. The library
+  // uses the host's order; another one is for tests.
+  template <std::endian order = std::endian::native>
+  static std::uint32_t number_from_bytes(const unsigned char* data, unsigned size) noexcept {
+    unsigned char le_bytes[4] = {};
+    for (unsigned i = 0; i < size && i < 4; ++i) le_bytes[i] = data[order == std::endian::little ? i : size - 1 - i];
+    return le::load<std::uint32_t>(le_bytes);
+  }
+  template <std::endian order = std::endian::native>
+  static void number_to_bytes(std::uint32_t number, unsigned char* data, unsigned size) noexcept {
+    unsigned char le_bytes[4];
+    le::store<std::uint32_t>(le_bytes, number);
+    for (unsigned i = 0; i < size && i < 4; ++i) data[order == std::endian::little ? i : size - 1 - i] = le_bytes[i];
+  }
 
  private:
   // How a value file reads: missing, unreadable, damaged (`damage` says

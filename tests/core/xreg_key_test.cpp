@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -160,6 +161,40 @@ TEST_F(XregKeyTest, DamagedValueIsReportedAsDamage) {
   EXPECT_EQ(xum::test::error_of([&] { r.get("Pipe"); }),
             "Data reading error ! Value: Pipe\nFile: " + (key / "@Pipe").string());
   EXPECT_EQ(r.get("Missing").type, xreg_key::value_type::none);
+}
+
+// `binary` of up to 4 bytes stores an integer of the host's byte order as a
+// number whose bytes are least significant first, so that the store reads
+// the same on every host. The host order is a parameter here, so that a
+// big-endian host is checked on any machine.
+TEST(XregKeyNumbers, AreStoredLeastSignificantByteFirstOnAnyHost) {
+  constexpr auto big = std::endian::big, little = std::endian::little;
+  // Host order, the host's bytes of the integer, the number stored.
+  const std::tuple<std::endian, std::string, std::uint32_t> rows[] = {
+      {little, "\x34\x12", 0x1234},         {big, "\x12\x34", 0x1234},
+      {little, "\x44\x33\x22\x11", 0x11223344}, {big, "\x11\x22\x33\x44", 0x11223344},
+      {little, "\x03\x02\x01", 0x010203},    {big, "\x01\x02\x03", 0x010203},
+      {big, "\xfe", 0xfe},                   {big, "", 0}};
+  for (const auto& [order, host, number] : rows) {
+    SCOPED_TRACE((order == big ? "big " : "little ") + std::to_string(host.size()));
+    const auto* in = reinterpret_cast<const unsigned char*>(host.data());
+    const auto size = static_cast<unsigned>(host.size());
+    const std::uint32_t n = order == big ? xreg_key::number_from_bytes<big>(in, size)
+                                         : xreg_key::number_from_bytes<little>(in, size);
+    EXPECT_EQ(n, number);
+    std::string back(host.size(), '\0');
+    auto* out = reinterpret_cast<unsigned char*>(back.data());
+    if (order == big)
+      xreg_key::number_to_bytes<big>(n, out, size);
+    else
+      xreg_key::number_to_bytes<little>(n, out, size);
+    EXPECT_EQ(back, host);
+  }
+  // Reading fewer bytes than stored keeps the low-order ones.
+  unsigned char two[2];
+  xreg_key::number_to_bytes<big>(0x11223344, two, 2);
+  EXPECT_EQ(two[0], 0x33);
+  EXPECT_EQ(two[1], 0x44);
 }
 
 // Four processes write their own values and, at the same time, one shared
