@@ -63,9 +63,43 @@ xstr unescape(std::string_view file) {
   return xstr(std::string_view(out));
 }
 
+// Whether two names are equal but for the case of ASCII letters.
+bool same_name(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  const auto fold = [](unsigned char c) { return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c; };
+  for (std::size_t i = 0; i < a.size(); ++i)
+    if (fold(static_cast<unsigned char>(a[i])) != fold(static_cast<unsigned char>(b[i]))) return false;
+  return true;
+}
+
 // Whether the entry `file` of `folder` is a value (true) or a child key.
 bool is_value_entry(const std::string& folder, std::string_view file) {
   return file[0] == value_prefix && !platform::is_directory(folder + "/" + std::string(file));
+}
+
+// The file name in `folder` of the value (`values`) or child key `name`:
+// the exact spelling when it is there, else the first entry, bytewise,
+// whose name matches but for case; empty when there is none.
+std::string find_entry(const std::string& folder, std::string_view name, bool values) {
+  const std::string exact = (values ? std::string(1, value_prefix) : std::string()) + escape(name);
+  const std::string exact_path = folder + "/" + exact;
+  if (values ? platform::file_exists(exact_path.c_str()) && !platform::is_directory(exact_path)
+             : platform::is_directory(exact_path))
+    return exact;
+  std::string found;
+  platform::directory_stream* dir = platform::open_directory(folder.c_str());
+  if (dir == nullptr) return found;
+  while (const char* entry = platform::read_directory(dir)) {
+    const std::string_view file(entry);
+    if (file.empty() || file[0] == '.') continue;  // ".", ".." and temporaries
+    if (values != (file[0] == value_prefix)) continue;
+    const std::string_view stored = values ? file.substr(1) : file;
+    if (!same_name(unescape(stored).view(), name) || (!found.empty() && file >= found)) continue;
+    if (values ? is_value_entry(folder, file) : platform::is_directory(folder + "/" + std::string(file)))
+      found = file;
+  }
+  platform::close_directory(dir);
+  return found;
 }
 
 // A catalogue message and what it is about, one blank apart (some messages
@@ -85,11 +119,19 @@ xreg_key::xreg_key(const xreg_key& parent, const xstr& sub_path) : read_(parent.
 void xreg_key::open(const std::string& folder, const xstr& sub_path) {
   folder_ = folder;
   const std::string_view path = sub_path.view();
+  // Each key of the path is looked up in its parent, whatever its case;
+  // below a key that is not there, none of its children is either.
+  bool there = platform::is_directory(folder_);
   std::size_t start = 0;
   while (start <= path.size()) {
     std::size_t end = path.find_first_of("\\/", start);
     if (end == std::string_view::npos) end = path.size();
-    if (end > start) folder_ += "/" + escape(path.substr(start, end - start));
+    if (end > start) {
+      const std::string_view key = path.substr(start, end - start);
+      const std::string stored = there ? find_entry(folder_, key, false) : std::string();
+      there = !stored.empty();
+      folder_ += "/" + (there ? stored : escape(key));
+    }
     start = end + 1;
   }
   // A key that cannot be created reads as empty; writing to it reports the
@@ -97,16 +139,13 @@ void xreg_key::open(const std::string& folder, const xstr& sub_path) {
   if (!read_) platform::make_directories(folder_);
 }
 
-std::string xreg_key::value_file(const xstr& name) const {
-  return folder_ + "/" + value_prefix + escape(name.view());
-}
-
 bool xreg_key::exists() const { return platform::is_directory(folder_); }
 
 xreg_key::lookup xreg_key::find(const xstr& name, value& v, std::string& file, std::string& damage) const {
   v = value();
-  file = value_file(name);
-  if (!platform::file_exists(file.c_str()) || platform::is_directory(file)) return lookup::missing;
+  const std::string entry = find_entry(folder_, name.view(), true);
+  file = folder_ + "/" + (entry.empty() ? value_prefix + escape(name.view()) : entry);
+  if (entry.empty()) return lookup::missing;
   std::string bytes;
   if (!platform::read_file(file, bytes)) return lookup::unreadable;
   if (bytes.size() < header_size || bytes.compare(0, sizeof magic, magic, sizeof magic) != 0) {
@@ -162,7 +201,9 @@ void xreg_key::put(const xstr& name, value_type type, const void* data, std::siz
   std::string bytes(magic, sizeof magic);
   bytes += static_cast<char>(type);
   bytes.append(static_cast<const char*>(data), size);
-  const std::string file = value_file(name);
+  // An existing value keeps its spelling, whatever the case of `name`.
+  const std::string entry = find_entry(folder_, name.view(), true);
+  const std::string file = folder_ + "/" + (entry.empty() ? value_prefix + escape(name.view()) : entry);
   if (!platform::replace_file(file, bytes.data(), bytes.size()))
     xerror(msg::eWriteError.text + "\n" + msg::FileName.text + file.c_str());
 }

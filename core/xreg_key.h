@@ -10,10 +10,19 @@
 // The store is a folder tree under the user's store root (see
 // platform/xstore_files.h): one folder per key and one file per value, so
 // processes that write different values of one key at the same time lose
-// nothing, and each value is replaced atomically. Key and value names are
-// case-sensitive; both `\` and `/` separate the keys of a path. A key
-// opened for reading is only looked up: reading never creates a key; a key
-// opened for writing is created with its parents.
+// nothing, and each value is replaced atomically. Both `\` and `/` separate
+// the keys of a path. A key opened for reading is only looked up: reading
+// never creates a key; a key opened for writing is created with its parents.
+//
+// Names of keys and values ignore the case of the ASCII letters A-Z, as the
+// registry that the store stands in for does: "Width" written is "width"
+// read. Other bytes (letters beyond ASCII among them) are compared as they
+// are, so a name means the same whatever the process locale. A name keeps the
+// spelling it was first written with: writing "WIDTH" over "Width" changes
+// the value and keeps the name "Width", as the registry does. Lookups prefer
+// the exact spelling; among others that match, the first bytewise. (Two
+// processes that create one new name in two spellings at the same moment
+// may leave both; each reads back as the exact spelling written.)
 //
 // Value file: "XRV" (3 bytes), the type (1 byte: 1 text, 3 binary, 4 a
 // 32-bit number, the Windows registry's codes), then the data: the text with
@@ -118,7 +127,6 @@ class XUM_API xreg_key {
   lookup find(const xstr& name, value& v, std::string& file, std::string& damage) const;
   void open(const std::string& folder, const xstr& sub_path);
   void put(const xstr& name, value_type type, const void* data, std::size_t size);
-  std::string value_file(const xstr& name) const;
 
   std::string folder_;
   bool read_;

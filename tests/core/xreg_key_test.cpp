@@ -13,6 +13,7 @@
 #include <string>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 #include "core/xexceptions.h"
 #include "tests/support/xtest_helpers.h"
@@ -161,6 +162,29 @@ TEST_F(XregKeyTest, DamagedValueIsReportedAsDamage) {
   EXPECT_EQ(xum::test::error_of([&] { r.get("Pipe"); }),
             "Data reading error ! Value: Pipe\nFile: " + (key / "@Pipe").string());
   EXPECT_EQ(r.get("Missing").type, xreg_key::value_type::none);
+}
+
+// Names match whatever their case, as on the registry the store stands in
+// for; the spelling first written stays the stored one.
+TEST_F(XregKeyTest, NamesMatchIgnoringCaseAndKeepTheirFirstSpelling) {
+  xreg_key w("Software/App", false);
+  EXPECT_EQ(w.str_prop("Width", "1", ""), "1");
+  EXPECT_EQ(xreg_key("SOFTWARE/app", false).str_prop("WIDTH", "2", ""), "2");  // the same key and value
+  xreg_key r("software\\APP", true);
+  EXPECT_EQ(r.str_prop("width", "", "def"), "2");
+  EXPECT_EQ(r.get("wIdTh").data, "2");
+  EXPECT_EQ(r.value_names(), std::vector<xstr>{"Width"});
+  EXPECT_EQ(xreg_key("", true).key_names(), std::vector<xstr>{"Software"});
+  EXPECT_EQ(xreg_key("Software", true).key_names(), std::vector<xstr>{"App"});
+  // Only ASCII letters fold: other bytes are compared as they are.
+  xreg_key(w, "\xC3\xA4").str_prop("v", "lower", "");
+  EXPECT_EQ(xreg_key(r, "\xC3\x84").str_prop("v", "", "def"), "def");
+  // A store that holds two spellings (written before names folded) reads the
+  // exact one first.
+  std::ofstream(root_ / "Software" / "App" / "@WIDTH", std::ios::binary) << std::string("XRV\x01" "3", 6);
+  EXPECT_EQ(r.str_prop("WIDTH", "", "def"), "3");
+  EXPECT_EQ(r.str_prop("Width", "", "def"), "2");
+  EXPECT_EQ(r.str_prop("width", "", "def"), "3");  // the first of the spellings, bytewise
 }
 
 // `binary` of up to 4 bytes stores an integer of the host's byte order as a

@@ -168,8 +168,8 @@ TEST(XumTool, RegistryReadsCreateNothingAndReportDamage) {
   ASSERT_EQ(xum("reg set Soft/App Good v", env).code, 0);
   const std::string bad = root + "/Soft/App/@Bad";
   std::ofstream(bad, std::ios::binary) << std::string("XRV\x04\x01\x02\x03", 7);
-  const std::string damage = "Invalid data format ! Value: Bad (a number of 3 bytes instead of 4)\nFile: " + bad + "\n";
-  const auto damaged = xum("reg get Soft/App Bad", env);
+  const std::string damage = "Invalid data format ! Value: bad (a number of 3 bytes instead of 4)\nFile: " + bad + "\n";
+  const auto damaged = xum("reg get soft/app bad", env);
   EXPECT_EQ(damaged.code, 1);
   EXPECT_TRUE(damaged.out.empty());
   EXPECT_EQ(damaged.err, damage);

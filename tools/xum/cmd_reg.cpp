@@ -50,7 +50,7 @@ cli::command get_command() {
   c.usage = "KEY NAME";
   c.help = std::string(
                "Exits with 1 when KEY has no value NAME or the value is damaged. Reading\n"
-               "creates nothing.\n\n") +
+               "creates nothing; names match whatever their case.\n\n") +
            store_note;
   c.run = [](cli::arguments& a) {
     const auto p = a.positionals(2, 2);
