@@ -38,10 +38,7 @@ void xthread::run(void* self) {
 }
 
 void xthread::resume() {
-  if (running_.load()) {
-    platform::resume_thread(thread_);
-    return;
-  }
+  if (running_.load()) return;  // started: a suspension stays as it is
   platform::release_thread(thread_);
   thread_ = nullptr;
   terminate_.store(false);
@@ -57,6 +54,11 @@ void xthread::resume() {
 void xthread::suspend() {
   if (!running_.load()) throw not_started;
   platform::suspend_thread(thread_);
+}
+
+void xthread::resume_suspended() {
+  if (!running_.load()) throw not_started;
+  platform::resume_thread(thread_);
 }
 
 bool xthread::is_suspended() {

@@ -94,11 +94,13 @@ TEST(XthreadTest, StartsLazilyOnceAndStopsOnDestruction) {
     // Never started: suspended, and suspending it is an error (1).
     EXPECT_TRUE(t.is_suspended());
     EXPECT_FALSE(t.running());
-    try {
-      t.suspend();
-      ADD_FAILURE() << "suspend of a thread never started must throw";
-    } catch (xum::xthread::exceptions e) {
-      EXPECT_EQ(e, 1);
+    for (auto call : {&xum::xthread::suspend, &xum::xthread::resume_suspended}) {
+      try {
+        (t.*call)();
+        ADD_FAILURE() << "suspending or resuming a thread never started must throw";
+      } catch (xum::xthread::exceptions e) {
+        EXPECT_EQ(e, 1);
+      }
     }
     t.wait_for();
     EXPECT_EQ(p.starts, 0);
@@ -120,15 +122,37 @@ TEST(XthreadTest, SuspensionStopsTheBodyUntilEverySuspendIsResumed) {
     ASSERT_TRUE(advances(p));
     t.suspend();
     t.suspend();
-    t.resume();  // count 1: still stopped
+    t.resume_suspended();  // count 1: still stopped
     const long frozen = p.ticks.load();
     std::this_thread::sleep_for(50ms);
     EXPECT_EQ(p.ticks.load(), frozen);
     EXPECT_TRUE(t.is_suspended());
-    t.resume();
+    t.resume_suspended();
     EXPECT_TRUE(advances(p));
     EXPECT_FALSE(t.is_suspended());
+    t.resume_suspended();  // not suspended: nothing to undo
+    EXPECT_TRUE(advances(p));
   });
+}
+
+// resume() starts a thread and does nothing else: on a started thread it
+// neither lifts a suspension nor starts it again.
+TEST(XthreadTest, ResumeOfAStartedThreadLeavesItsSuspensionAlone) {
+  probe p;
+  within_ten_seconds("resume of a suspended thread", [&] {
+    counter_thread t(p);
+    t.resume();
+    ASSERT_TRUE(advances(p));
+    t.suspend();
+    t.resume();
+    t.resume();
+    const long frozen = p.ticks.load();
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(p.ticks.load(), frozen);
+    EXPECT_TRUE(t.is_suspended());
+  });  // the destructor lifts the suspension itself
+  EXPECT_EQ(p.starts, 1);
+  EXPECT_TRUE(p.saw_terminate);
 }
 
 TEST(XthreadTest, DestructorResumesASuspendedThreadAndWaits) {
