@@ -5,7 +5,7 @@
 //
 //   class counter final : public xum::xthread {
 //    public:
-//     ~counter() override { stop(); }  // first: the body uses `ticks`
+//     ~counter() override { stop(); }  // first, while the derived part is whole
 //     std::atomic<long> ticks{0};
 //
 //    private:
@@ -22,12 +22,13 @@
 // starts the thread. An exception escaping `execute` ends the thread and
 // sets `failed()`.
 //
-// Destruction: C++ destroys the derived part first, so a derived class whose
-// body uses its own members calls `stop()` first in its destructor; the
-// xthread destructor then finds the body ended. Without that it stops the
-// body itself, which is right only for a body that uses nothing but the
-// xthread part (the terminate flag). Neither ever hangs on a suspended
-// thread: every suspension is lifted first.
+// Destruction: C++ destroys the derived part first, and the worker reaches
+// `execute` through the object's virtual functions, so every derived class
+// calls `stop()` first in its destructor; the xthread destructor then finds
+// the body ended. Without that call the xthread destructor still stops the
+// body (a worker that had not yet begun lands in the empty base `execute`),
+// but a body already running may be using a part that is gone. Neither ever
+// hangs on a suspended thread: every suspension is lifted first.
 //
 // Thread safety: `resume`, `resume_suspended`, `suspend`, `is_suspended`,
 // `wait_for`, `stop` and the destructor belong to the owning thread;

@@ -50,12 +50,15 @@ class counter_thread final : public xum::xthread {
   probe& p_;
 };
 
-// A body that uses nothing of its derived part, so that the xthread
-// destructor alone may stop it.
+// A body that keeps its counts outside the object.
 std::atomic<long> bare_ticks{0};
 std::atomic<int> bare_ended{0};
 
 class bare_thread final : public xum::xthread {
+ public:
+  ~bare_thread() override { stop(); }  // as every derived class does: see xthread.h
+
+ private:
   void execute() override {
     while (!terminate_requested()) bare_ticks.fetch_add(1, std::memory_order_relaxed);
     bare_ended.fetch_add(1);
@@ -167,12 +170,14 @@ TEST(XthreadTest, DestructorResumesASuspendedThreadAndWaits) {
     t.reset();
   });
   EXPECT_EQ(bare_ended, 1);
-  // Destroyed before the worker has even started: no pure virtual call, no hang.
+  // Destroyed before the worker has even started: the body still runs, sees
+  // the flag and ends; nothing hangs.
   for (int i = 0; i < 10; ++i)
     within_ten_seconds("destroying a fresh thread", [&] {
       bare_thread t;
       t.resume();
     });
+  EXPECT_EQ(bare_ended, 11);
 }
 
 TEST(XthreadTest, EscapingExceptionSetsFailedAndEndsTheThread) {
@@ -209,6 +214,7 @@ TEST(XthreadTest, SuspendCountStopsAtItsLimit) {
       },
       &a, 0);
   ASSERT_NE(t, nullptr);
+  ASSERT_TRUE(eventually([&] { return ticks.load() > 0; }));  // running, not just created
   for (int i = 0; i < xum::platform::max_suspend_count; ++i) ASSERT_EQ(xum::platform::suspend_thread(t), i);
   EXPECT_EQ(xum::platform::suspend_thread(t), -1);
   for (int i = xum::platform::max_suspend_count; i > 0; --i) ASSERT_EQ(xum::platform::resume_thread(t), i);
