@@ -201,18 +201,17 @@ TEST(XthreadTest, EscapingExceptionSetsFailedAndEndsTheThread) {
 }
 
 TEST(XthreadTest, SuspendCountStopsAtItsLimit) {
-  std::atomic<bool> stop{false};
-  std::atomic<long> ticks{0};
-  struct args {
-    std::atomic<bool>* stop;
-    std::atomic<long>* ticks;
-  } a{&stop, &ticks};
+  // Static: the thread may outlive the test when an assertion ends it early.
+  static std::atomic<bool> stop, ended;
+  static std::atomic<long> ticks;
+  stop = false;
+  ended = false;
   xum::platform::thread* t = xum::platform::start_thread(
-      [](void* v) {
-        auto* x = static_cast<args*>(v);
-        while (!x->stop->load()) x->ticks->fetch_add(1);
+      [](void*) {
+        while (!stop.load()) ticks.fetch_add(1);
+        ended = true;
       },
-      &a, 0);
+      nullptr, 0);
   ASSERT_NE(t, nullptr);
   ASSERT_TRUE(eventually([&] { return ticks.load() > 0; }));  // running, not just created
   for (int i = 0; i < xum::platform::max_suspend_count; ++i) ASSERT_EQ(xum::platform::suspend_thread(t), i);
@@ -222,8 +221,8 @@ TEST(XthreadTest, SuspendCountStopsAtItsLimit) {
   const long before = ticks.load();
   EXPECT_TRUE(eventually([&] { return ticks.load() > before; }));
   stop = true;
+  EXPECT_TRUE(eventually([&] { return ended.load(); }));
   xum::platform::release_thread(t);
-  std::this_thread::sleep_for(20ms);  // let the thread leave before `a` goes
 }
 
 }  // namespace
