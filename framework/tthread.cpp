@@ -93,13 +93,11 @@ void TThread::run() {
       // The main loop has shut down: the handler does not run.
     }
   }
-  {
-    std::lock_guard guard(FLock);
-    FFatal = fatal;
-    FFinished = true;
-  }
-  // The last use of the object on this thread: the owner may destroy it
-  // as soon as it sees FFinished.
+  std::lock_guard guard(FLock);
+  FFatal = fatal;
+  FFinished = true;
+  // The owner joins this thread before the object goes (Stop, WaitFor and
+  // the destructor all do), so these last uses of it are safe.
   FDone.notify_all();
 }
 
