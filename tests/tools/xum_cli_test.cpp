@@ -155,6 +155,34 @@ TEST(XumTool, RegistryValuesPersistAcrossProcesses) {
   std::filesystem::remove_all(root);
 }
 
+TEST(XumTool, RegistryReadsCreateNothingAndReportDamage) {
+  const std::string root = ::testing::TempDir() + "xum_reg_read_" + std::to_string(::getpid());
+  const std::string env = "XUM_REGISTRY_ROOT=" + root + " ";
+  std::filesystem::create_directories(root);
+  const auto get = xum("reg get Soft/App Title", env);
+  EXPECT_EQ(get.code, 1);
+  EXPECT_EQ(get.err, "Value not found !\nKey: Soft/App\nValue: Title\n");
+  const auto list = xum("reg list Soft/App", env);
+  EXPECT_EQ(list.code, 1);
+  EXPECT_EQ(list.err, "Key not found !\nKey: Soft/App\n");
+  EXPECT_TRUE(std::filesystem::is_empty(root));
+
+  ASSERT_EQ(xum("reg set Soft/App Good v", env).code, 0);
+  const std::string bad = root + "/Soft/App/@Bad";
+  std::ofstream(bad, std::ios::binary) << std::string("XRV\x04\x01\x02\x03", 7);
+  const std::string damage = "Invalid data format ! Value: bad (a number of 3 bytes instead of 4)\nFile: " + bad + "\n";
+  const auto damaged = xum("reg get soft/app bad", env);
+  EXPECT_EQ(damaged.code, 1);
+  EXPECT_TRUE(damaged.out.empty());
+  EXPECT_EQ(damaged.err, damage);
+  // list shows what it can read and reports the rest.
+  const auto listed = xum("reg list Soft/App", env);
+  EXPECT_EQ(listed.code, 1);
+  EXPECT_EQ(listed.out, "Good\ttext\tv\n");
+  EXPECT_EQ(listed.err, "Invalid data format ! Value: Bad (a number of 3 bytes instead of 4)\nFile: " + bad + "\n");
+  std::filesystem::remove_all(root);
+}
+
 TEST(XumTool, StructDumpGetSetAndPack) {
   const std::string file = ::testing::TempDir() + "layout_set.txt";
   std::ofstream(file, std::ios::binary) << file_bytes(XUM_SAMPLES_DIR "/settings/layout.txt");
