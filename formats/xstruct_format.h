@@ -101,11 +101,11 @@
 #include <vector>
 
 #include "core/xexport.h"
+#include "core/xhash_table.h"
 #include "core/xstr.h"
 #include "core/xvector.h"
 #include "formats/xformat.h"
 #include "formats/xstruct_tree.h"
-#include "localization/xhash_table.h"
 
 namespace xum {
 

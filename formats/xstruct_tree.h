@@ -22,8 +22,8 @@
 #include <vector>
 
 #include "core/xexport.h"
+#include "core/xhash_table.h"
 #include "core/xstr.h"
-#include "localization/xhash_table.h"
 
 namespace xum {
 

@@ -88,9 +88,9 @@ XUM_API bool close_file_checked(int fd, std::string& detail) noexcept;
 // nothing to copy.
 XUM_API bool copy_permissions(const char* like, int fd, std::string& detail) noexcept;
 
-// Renames `from` over `to` in one step and writes the folder's new entry
-// through to the disk.
-XUM_API bool rename_over(const char* from, const char* to, std::string& detail) noexcept;
+// Renames `from` over `to` in one step; with `sync_folder`, writes the
+// folder's new entry through to the disk as well.
+XUM_API bool rename_over(const char* from, const char* to, bool sync_folder, std::string& detail) noexcept;
 
 // The path that `path` names after following symbolic links in its last
 // part (a replaced settings file behind a link stays behind the link);

@@ -10,11 +10,13 @@
 
 namespace xum {
 
-xreplace_file_stream::xreplace_file_stream(const xstr& target, xlink_policy links) { open(target, links); }
+xreplace_file_stream::xreplace_file_stream(const xstr& target, xlink_policy links, xsync_policy sync) {
+  open(target, links, sync);
+}
 
 xreplace_file_stream::~xreplace_file_stream() { discard(); }
 
-void xreplace_file_stream::open(const xstr& target, xlink_policy links) {
+void xreplace_file_stream::open(const xstr& target, xlink_policy links, xsync_policy sync) {
   discard();
   target_ = target;
   failed_ = false;
@@ -25,7 +27,9 @@ void xreplace_file_stream::open(const xstr& target, xlink_policy links) {
   // direct write would refuse it: open it for writing without truncating
   // and let the file stream report. A link that is replaced needs no
   // right on the file it points to.
-  if (!(link && links == xlink_policy::replace) && platform::file_exists(path_.get_text())) {
+  const bool exists = link || platform::file_exists(path_.get_text());
+  sync_ = sync == xsync_policy::always || exists;
+  if (!(link && links == xlink_policy::replace) && exists) {
     xfile_stream probe;
     probe.open(path_, xfile_write);
     if (!probe.is_open()) return;  // reported (a non-throwing handler lands here)
@@ -66,11 +70,11 @@ void xreplace_file_stream::close() {
   // Each step must succeed before the next: permissions and data reach the
   // disk before the rename makes the new file the target.
   bool ok = !failed_ && platform::copy_permissions(path_.get_text(), fd, detail) &&
-            platform::sync_file(fd, detail);
+            (!sync_ || platform::sync_file(fd, detail));
   std::string close_detail;
   const bool closed = platform::close_file_checked(fd, close_detail);
   if (ok && !closed) detail = close_detail;
-  ok = ok && closed && platform::rename_over(temp_.get_text(), path_.get_text(), detail);
+  ok = ok && closed && platform::rename_over(temp_.get_text(), path_.get_text(), sync_, detail);
   if (!ok) platform::remove_file(temp_.get_text());
   temp_.clear();
   mode_ = 0;

@@ -229,8 +229,9 @@ bool copy_permissions(const char* like, int fd, std::string& detail) noexcept {
   return ::fchmod(fd, st.st_mode & 07777) == 0 || fail(detail);
 }
 
-bool rename_over(const char* from, const char* to, std::string& detail) noexcept {
+bool rename_over(const char* from, const char* to, bool sync_folder, std::string& detail) noexcept {
   if (::rename(from, to) != 0) return fail(detail);
+  if (!sync_folder) return true;
   // The rename is durable only once the folder's entry is on the disk; a
   // folder that cannot be opened or synced still holds the new file.
   const std::string dir = parent_of(to);
