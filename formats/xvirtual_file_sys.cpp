@@ -10,6 +10,7 @@
 #include "streams/xbuffered_stream.h"
 #include "streams/xfile_stream.h"
 #include "streams/xmemory_stream.h"
+#include "streams/xreplace_file_stream.h"
 #include "streams/xresource_stream.h"
 #include "streams/xsection_stream.h"
 #include "streams/xxor_stream.h"
@@ -18,9 +19,6 @@ namespace xum {
 
 namespace {
 
-constexpr int kVersion = 2;
-// A table entry takes at least a 4-byte name length and two 8-byte numbers.
-constexpr std::int64_t kMinEntryBytes = 20;
 // Copies go through the XOR stream in blocks of this size.
 constexpr int kCopyBlock = 1 << 20;
 
@@ -73,6 +71,32 @@ class member_stream final : private scrambler_part, public xsection_stream {
       : scrambler_part(std::move(base), offset), xsection_stream(scrambler, size, false) {}
 };
 
+// Passes everything on to the archive's target until shut: after that,
+// writes vanish, so that discarding an archive sends none of the bytes still
+// pending in the buffers above to the target. Remembers whether the target
+// ever took fewer bytes than offered.
+class gate_stream final : public xstream {
+ public:
+  explicit gate_stream(xstream& target) : target_(&target) { mode_ = xstream_write; }
+  void shut() noexcept { target_ = nullptr; }
+  bool refused() const noexcept { return refused_; }
+  xstr description() const override { return target_ ? target_->description() : xstr(); }
+  int read(void*, int) override { return 0; }
+  int write(const void* buffer, int count) override {
+    if (!target_) return count;
+    const int n = target_->write(buffer, count);
+    refused_ = refused_ || n < count;
+    return n;
+  }
+  std::int64_t seek(std::int64_t offset, xseek_origin origin) override {
+    return target_ ? target_->seek(offset, origin) : 0;
+  }
+
+ private:
+  xstream* target_;
+  bool refused_ = false;
+};
+
 std::int64_t clamp_to_int64(std::uint64_t v) {
   return v > static_cast<std::uint64_t>(INT64_MAX) ? INT64_MAX : static_cast<std::int64_t>(v);
 }
@@ -82,26 +106,44 @@ std::int64_t clamp_to_int64(std::uint64_t v) {
 xvirtual_file_sys::xvirtual_file_sys() = default;
 
 xvirtual_file_sys::~xvirtual_file_sys() {
-  // A destructor must not throw: an archive still being written is left
-  // without its table when that fails.
+  // A destructor must not throw: an archive whose completion fails is
+  // discarded, and the file it was to replace stays as it was.
   try {
     close();
   } catch (...) {
+    discard();
   }
 }
 
 void xvirtual_file_sys::create(const xstr& path) {
   close();
   path_ = path;
+  auto out = std::make_unique<xreplace_file_stream>(path);
+  if (!out->is_open()) return;  // reported by the stream's error hook
+  out_ = std::move(out);
+  start_writing(*out_);
+}
+
+void xvirtual_file_sys::create(xstream& target) {
+  close();
+  path_.clear();
+  start_writing(target);
+}
+
+void xvirtual_file_sys::start_writing(xstream& target) {
   // The XOR stream writes in 4 KiB chunks: a block buffer under it keeps
-  // the file calls large.
-  auto file = std::make_unique<xfile_stream>(path, xfile_create);
-  if (!file->is_open()) return;  // reported by the file stream's error hook
-  auto buffered = std::make_unique<xbuffered_stream>(*file, true);
-  file.release();
-  bin_.open_stream(*buffered.release(), xstream_write, true);
+  // the file calls large. The format borrows the buffer, so that close()
+  // can flush it and see the failure instead of a destructor swallowing it.
+  gate_ = std::make_unique<gate_stream>(target);
+  buffered_ = std::make_unique<xbuffered_stream>(*gate_, false);
+  bin_.open_stream(*buffered_, xstream_write, false);
   writing_ = true;
-  rw_header();
+  try {
+    rw_header();
+  } catch (...) {
+    fail();
+    throw;
+  }
 }
 
 void xvirtual_file_sys::add_file(const xstr& file) {
@@ -109,7 +151,21 @@ void xvirtual_file_sys::add_file(const xstr& file) {
   xfile_stream in(file, xfile_read);
   // With an error hook that returns, a file that did not open is left out.
   if (!in.is_open()) return;
-  add_stream(xextract_file_name(file), in);
+  // A read that fails looks like the end of the file to the copy: a member
+  // shorter (or longer, when the file grew) than the file was at open is
+  // no faithful copy and is not added.
+  const std::int64_t expected = in.get_size();  // keeps the position at 0
+  const auto offset = static_cast<std::uint64_t>(bin_.get_position());
+  const std::uint64_t size = copy_in(in);
+  if (size != static_cast<std::uint64_t>(expected)) {
+    xerror(msg::eReadError.text + "\n" + in.description());
+    return;
+  }
+  auto info = std::make_unique<file_info>();
+  info->name = xextract_file_name(file);
+  info->offset = offset;
+  info->size = size;
+  add_member(std::move(info));
 }
 
 void xvirtual_file_sys::add_stream(const xstr& name, xstream& data) {
@@ -117,12 +173,23 @@ void xvirtual_file_sys::add_stream(const xstr& name, xstream& data) {
   auto info = std::make_unique<file_info>();
   info->name = name;
   info->offset = static_cast<std::uint64_t>(bin_.get_position());
+  info->size = copy_in(data);
+  add_member(std::move(info));
+}
+
+std::uint64_t xvirtual_file_sys::copy_in(xstream& data) {
   block_.resize(kCopyBlock);
   std::uint64_t total = 0;
-  for (int n; (n = data.read(block_.data(), kCopyBlock)) > 0; total += static_cast<std::uint64_t>(n))
-    bin_.buffer(block_.data(), n);
-  info->size = total;
-  add_member(std::move(info));
+  try {
+    for (int n; (n = data.read(block_.data(), kCopyBlock)) > 0; total += static_cast<std::uint64_t>(n))
+      bin_.buffer(block_.data(), n);
+  } catch (...) {
+    // Only writes to the archive throw here (reads report by their count):
+    // an archive with a failed write is never put in place.
+    fail();
+    throw;
+  }
+  return total;
 }
 
 void xvirtual_file_sys::add_member(std::unique_ptr<file_info> info) {
@@ -134,11 +201,58 @@ void xvirtual_file_sys::add_member(std::unique_ptr<file_info> info) {
 
 void xvirtual_file_sys::close() {
   archive_size_ = -1;
+  data_begin_ = data_end_ = 0;
   if (writing_) {
+    try {
+      rw_table();
+      bin_.close();  // appends the trailer
+      buffered_->flush();
+      buffered_.reset();
+      gate_.reset();
+      if (out_) out_->close();  // syncs and renames over the target
+    } catch (...) {
+      fail();
+      throw;
+    }
+    out_.reset();
     writing_ = false;
-    rw_table();
   }
   bin_.close();
+  forget();
+}
+
+void xvirtual_file_sys::discard() noexcept {
+  writing_ = false;
+  archive_size_ = -1;
+  data_begin_ = data_end_ = 0;
+  // The format's own close writes its trailer, and the buffer writes what
+  // is pending when it goes: shut the gate first so that none of it
+  // reaches the target.
+  if (gate_) static_cast<gate_stream&>(*gate_).shut();
+  if (out_) out_->discard();
+  try {
+    bin_.close();
+  } catch (...) {
+  }
+  buffered_.reset();
+  gate_.reset();
+  out_.reset();
+  forget();
+}
+
+void xvirtual_file_sys::fail() {
+  // The failure that arrives here is the short write's "Data writing
+  // error !" with the file's name. When the temporary file refused bytes,
+  // its close tells why ("File too large", "No space left on device"): it
+  // saw the short write, so it removes itself instead of replacing the
+  // target, and its report replaces the plainer one.
+  const bool refused = gate_ && static_cast<gate_stream&>(*gate_).refused();
+  std::unique_ptr<xreplace_file_stream> out = refused ? std::move(out_) : nullptr;
+  discard();
+  if (out) out->close();
+}
+
+void xvirtual_file_sys::forget() noexcept {
   files_.clear();
   index_.clear();
 }
@@ -156,8 +270,9 @@ void xvirtual_file_sys::read() {
     rw_table();
   } catch (...) {
     bin_.close();
-    files_.clear();
-    index_.clear();
+    forget();
+    archive_size_ = -1;
+    data_begin_ = data_end_ = 0;
     throw;
   }
   bin_.close();
@@ -175,13 +290,15 @@ void xvirtual_file_sys::rebuild_index() {
 }
 
 void xvirtual_file_sys::rw_header() {
-  bin_.identifier("VFS");
-  bin_.set_version(kVersion);
+  bin_.identifier(vfs_layout::magic);
+  bin_.set_version(vfs_layout::version);
   bin_.start_encoding();
   if (bin_.version() < 2) {
-    header_value_ = 100;  // version 1 had no header value
+    header_value_ = vfs_layout::v1_header_value;  // version 1 had no header value
+    data_begin_ = vfs_layout::header_size_v1;
     return;
   }
+  data_begin_ = vfs_layout::header_size;
   std::int32_t value = header_value_;
   bin_(value);
   header_value_ = value;
@@ -203,6 +320,7 @@ void xvirtual_file_sys::rw_table() {
   }
   const std::int64_t position = bin_.trailer();
   archive_size_ = bin_.get_size();
+  data_end_ = position < 0 ? 0 : position;
   const std::int64_t bytes = archive_size_ - position;
   if (position < 0 || bytes < 4 || bytes > INT_MAX) {
     xerror(msg::eReadError.text + "\n" + bin_.stream()->description());
@@ -220,7 +338,7 @@ void xvirtual_file_sys::rw_entries(xbin_format& f) {
   f(count);
   if (f.reading()) {
     files_.clear();
-    if (count < 0 || count * kMinEntryBytes > f.get_size() - f.get_position()) {
+    if (count < 0 || count * vfs_layout::min_entry_size > f.get_size() - f.get_position()) {
       xerror(msg::eReadError.text + "\n" + bin_.stream()->description());
       return;
     }
@@ -277,6 +395,16 @@ xstream* xvirtual_file_sys::get_member_stream(int index) {
     base.reset(buffered.release());
   }
   return new member_stream(std::move(base), offset, size);
+}
+
+bool xvirtual_file_sys::member_in_bounds(int index) const {
+  if (index < 0 || index >= static_cast<int>(files_.size())) throw xexception(xexception::out_of_range);
+  if (writing_) return true;
+  const file_info& info = *files_[static_cast<std::size_t>(index)];
+  // Compared without adding offset and size, which a damaged table can
+  // make overflow.
+  const auto begin = static_cast<std::uint64_t>(data_begin_), end = static_cast<std::uint64_t>(data_end_);
+  return info.offset >= begin && info.offset <= end && info.size <= end - info.offset;
 }
 
 xstream* xvirtual_file_sys::get_base_stream() {

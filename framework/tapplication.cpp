@@ -13,10 +13,33 @@ TApplication::TApplication(TComponent* AOwner) : TComponent(AOwner) {}
 
 TApplication::~TApplication() = default;
 
+namespace {
+
+// Destroys what the application owns when the library's static objects
+// go: at the end of the process, or when a host unloads the library. The
+// main loop shuts down first, so a thread still waiting to synchronize is
+// released with EThread instead of running a call on a destroyed form.
+// The application object itself stays: code that runs later during the
+// process's exit may still reach it, and finds no forms.
+class application_exit {
+ public:
+  explicit application_exit(TApplication* application) : application_(application) {}
+  ~application_exit() {
+    xmain_loop::instance().shutdown();
+    application_->DestroyComponents();
+  }
+  application_exit(const application_exit&) = delete;
+  application_exit& operator=(const application_exit&) = delete;
+
+ private:
+  TApplication* const application_;
+};
+
+}  // namespace
+
 TApplication* Application() {
-  // Never destroyed by the library: forms it owns may still be in use while
-  // the process exits. A program that wants them gone deletes them.
   static auto* application = new TApplication(nullptr);
+  static application_exit at_exit(application);
   return application;
 }
 
@@ -29,11 +52,13 @@ void TApplication::turn(int timeout_ms) {
 }
 
 void TApplication::Run() {
+  // Without a main form there is nothing to wait for.
+  if (FMainForm == nullptr) return;
   xmain_loop& loop = xmain_loop::instance();
   loop.bind_to_current_thread();
   loop.open();
   FTerminated = false;
-  if (FMainForm != nullptr) FMainForm->Show();
+  FMainForm->Show();
   while (!FTerminated) turn(-1);
   // No one will run calls any more: release whoever waits for one.
   loop.shutdown();
@@ -41,6 +66,7 @@ void TApplication::Run() {
 
 void TApplication::Terminate() {
   FTerminated = true;
+  ++FTerminations;
   xmain_loop::instance().wake();
 }
 

@@ -7,10 +7,16 @@
 //   }
 //
 // Run shows the main form and turns the main loop (framework/xmain_loop.h)
-// until Terminate; exceptions that escape an event go to HandleException,
-// which calls OnException or, without one, the library's exception
-// presentation. When Run ends, calls other threads still wait to
-// synchronize are released with an error.
+// until Terminate; without a main form it returns at once. Exceptions that
+// escape an event go to HandleException, which calls OnException or,
+// without one, the library's exception presentation. When Run ends, calls
+// other threads still wait to synchronize are released with an error.
+//
+// The forms and other components the application owns are destroyed, last
+// created first, when the process exits normally (or the library is
+// unloaded), after the main loop has shut down; the application object
+// itself stays until the process ends. DestroyComponents() destroys them
+// earlier, at a point of the program's choice.
 //
 // Thread safety: the main thread only, except Terminate.
 #ifndef XUM_FRAMEWORK_TAPPLICATION_H
@@ -28,6 +34,8 @@
 namespace xum {
 
 using TExceptionEvent = std::function<void(TObject* Sender, std::exception_ptr E)>;
+
+class xmodal_loop;
 
 class XUM_API TApplication : public TComponent {
  public:
@@ -48,9 +56,11 @@ class XUM_API TApplication : public TComponent {
   const UnicodeString& Title() const noexcept { return FTitle; }
   void SetTitle(const UnicodeString& Value) { FTitle = Value; }
 
-  // Shows the main form and runs the main loop until Terminate.
+  // Shows the main form and runs the main loop until Terminate; returns at
+  // once when there is no main form.
   void Run();
-  // Ends Run (from any thread).
+  // Ends Run and the modal forms open in it, with mrCancel (from any
+  // thread).
   void Terminate();
   bool Terminated() const noexcept { return FTerminated; }
   // Runs what is waiting in the main loop without waiting.
@@ -71,9 +81,13 @@ class XUM_API TApplication : public TComponent {
   TCustomForm* FMainForm = nullptr;
   UnicodeString FTitle;
   std::atomic<bool> FTerminated{false};
+  // Counts Terminate calls: a modal loop ends when one comes while it runs.
+  std::atomic<unsigned> FTerminations{0};
+  friend class xmodal_loop;
 };
 
-// The process-wide application object, created on first use.
+// The process-wide application object, created on first use; its forms go
+// at exit (see above).
 XUM_API TApplication* Application();
 
 // The screen: its size (from the UI backend) and the forms that exist.

@@ -1,6 +1,7 @@
 #include "framework/tforms.h"
 
 #include "framework/tapplication.h"
+#include "framework/xmodal_loop.h"
 #include "framework/xui_backend.h"
 
 namespace xum {
@@ -16,10 +17,9 @@ TCustomForm::~TCustomForm() {
 }
 
 TModalResult TCustomForm::ShowModal() {
+  if (FModal || Visible() || !Enabled()) throw EInvalidOperation(u"Cannot make a visible window modal");
   FModalResult = mrNone;
   FModal = true;
-  SetVisible(true);
-  if (OnShow) OnShow(this);
   struct end_modal {
     TCustomForm* form;
     ~end_modal() {
@@ -27,8 +27,14 @@ TModalResult TCustomForm::ShowModal() {
       form->SetVisible(false);
     }
   } guard{this};
-  const TModalResult answer = xui().show_modal(*this);
-  if (FModalResult == mrNone) FModalResult = answer == mrNone ? mrCancel : answer;
+  SetVisible(true);
+  if (OnShow) OnShow(this);
+  xmodal_loop loop(*this);
+  const TModalResult answer = xui().show_modal(*this, loop);
+  // A backend that gave up (no more input) ends the form without asking
+  // again, unless a result it left is accepted now.
+  if (!loop.ended()) FModalResult = answer == mrNone ? mrCancel : answer;
+  if (loop.release_) Application()->Release(this);
   return FModalResult;
 }
 

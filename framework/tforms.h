@@ -6,7 +6,12 @@
 //   ok->SetParent(form);
 //   ok->SetName(u"OkBtn");
 //   ok->SetModalResult(xum::mrOk);
+//   form->OnCloseQuery = [&](xum::TObject*, bool& can_close) { can_close = valid(); };
 //   if (form->ShowModal() == xum::mrOk) ...   // the UI backend runs the form
+//
+// ShowModal runs the form's modal loop (framework/xmodal_loop.h): the main
+// loop keeps running while the form is open, and a modal result closes the
+// form only when its close query accepts.
 //
 // Thread safety: forms belong to the main thread.
 #ifndef XUM_FRAMEWORK_TFORMS_H
@@ -41,6 +46,13 @@ enum TCloseAction { caNone, caHide, caFree, caMinimize };
 using TCloseEvent = std::function<void(TObject* Sender, TCloseAction& Action)>;
 using TCloseQueryEvent = std::function<void(TObject* Sender, bool& CanClose)>;
 
+// Raised for an operation the object's state does not allow (showing a
+// visible or disabled form modally).
+class XUM_API EInvalidOperation : public Exception {
+ public:
+  using Exception::Exception;
+};
+
 class XUM_API TScrollingWinControl : public TWinControl {
  public:
   using TWinControl::TWinControl;
@@ -63,17 +75,22 @@ class XUM_API TCustomForm : public TScrollingWinControl {
   void SetWindowState(TWindowState Value) noexcept { FWindowState = Value; }
 
   TModalResult ModalResult() const noexcept { return FModalResult; }
+  // On a modal form, a result other than mrNone asks to close it; the
+  // modal loop puts the request to the close query after the current event.
   void SetModalResult(TModalResult Value) noexcept { FModalResult = Value; }
   bool Modal() const noexcept { return FModal; }
 
-  // Shows the form modally through the UI backend and returns the result
-  // that closed it (mrCancel when it was simply closed).
+  // Shows the form and runs its modal loop through the UI backend until a
+  // modal result closes it (see framework/xmodal_loop.h); returns that
+  // result, mrCancel when the form was simply closed. A form that is
+  // visible, disabled or already modal raises EInvalidOperation.
   virtual TModalResult ShowModal();
   void Show();
   void Hide() { SetVisible(false); }
-  // A modal form ends with mrCancel; another asks OnCloseQuery, then
-  // OnClose decides what happens (hide by default; caFree destroys it from
-  // the main loop). Closing the main form ends the application.
+  // A modal form is asked to end with mrCancel (its modal loop consults
+  // the close query); another asks OnCloseQuery, then OnClose decides what
+  // happens (hide by default; caFree destroys it from the main loop).
+  // Closing the main form ends the application.
   void Close();
   // OnCloseQuery's answer (true when there is none).
   virtual bool CloseQuery();

@@ -2,9 +2,12 @@
 
 #include <cctype>
 
+#include "framework/tapplication.h"
 #include "framework/tdialogs.h"
 #include "framework/tforms.h"
 #include "framework/tstdctrls.h"
+#include "framework/xmain_loop.h"
+#include "framework/xmodal_loop.h"
 #include "platform/xos.h"
 
 namespace xum {
@@ -29,6 +32,41 @@ std::string lower(std::string s) {
   return s;
 }
 
+std::string trim(std::string s) {
+  while (!s.empty() && std::isspace(static_cast<unsigned char>(s.back()))) s.pop_back();
+  std::size_t start = 0;
+  while (start < s.size() && std::isspace(static_cast<unsigned char>(s[start]))) ++start;
+  return s.substr(start);
+}
+
+// The label an answer names: its number (from 1), or the first label it
+// begins, ignoring case. npos when it names none.
+std::size_t match(const std::vector<std::string>& labels, const std::string& answer) {
+  for (std::size_t i = 0; i < labels.size(); ++i)
+    if (answer == std::to_string(i + 1)) return i;
+  const std::string wanted = lower(answer);
+  for (std::size_t i = 0; i < labels.size(); ++i)
+    if (lower(labels[i]).rfind(wanted, 0) == 0) return i;
+  return std::string::npos;
+}
+
+std::string menu(const std::vector<std::string>& labels) {
+  std::string out;
+  for (std::size_t i = 0; i < labels.size(); ++i) out += (i ? "  [" : "[") + std::to_string(i + 1) + "] " + labels[i];
+  return out;
+}
+
+// The button a box answers with when its user has gone: the one that
+// stops what the box asks about.
+int cancel_button(unsigned flags) {
+  int ids[3];
+  const int count = xmessage_box_buttons(flags, ids);
+  for (const int wanted : {IDCANCEL, IDNO, IDABORT})
+    for (int i = 0; i < count; ++i)
+      if (ids[i] == wanted) return wanted;
+  return ids[0];
+}
+
 // Every control of the form, in the order of the component tree.
 void collect(TComponent& root, std::vector<TControl*>& out) {
   for (int i = 0; i < root.ComponentCount(); ++i) {
@@ -38,6 +76,20 @@ void collect(TComponent& root, std::vector<TControl*>& out) {
     collect(*c, out);
   }
 }
+
+// Removes a watch of the main loop when the scope ends.
+class watch_guard {
+ public:
+  explicit watch_guard(int& id) : id_(id) {}
+  ~watch_guard() {
+    if (id_ != 0) xmain_loop::instance().unwatch(id_);
+  }
+  watch_guard(const watch_guard&) = delete;
+  watch_guard& operator=(const watch_guard&) = delete;
+
+ private:
+  int& id_;
+};
 
 }  // namespace
 
@@ -49,76 +101,149 @@ void xterminal_backend::say(const std::string& text) {
   if (fd_ >= 0) platform::os().write_terminal(fd_, text);
 }
 
-bool xterminal_backend::ask(const std::string& prompt, std::string& answer) {
-  say(prompt);
-  return fd_ >= 0 && platform::os().read_terminal_line(fd_, answer);
+bool xterminal_backend::wait_for_input(xmodal_loop* modal) {
+  xmain_loop& loop = xmain_loop::instance();
+  // Only the main thread may run the loop's work; elsewhere read blocks.
+  if (!loop.in_main_thread()) return true;
+  for (;;) {
+    // Ready now? A nested question may have taken the line that woke an
+    // outer one, so this is asked again after every turn.
+    platform::poll_entry entry{fd_, platform::poll_in, 0};
+    if (platform::os().poll(&entry, 1, 0) > 0) return true;
+    // The watch only ends the wait and goes: left in place, it would fire
+    // in every turn of whatever runs the loop before the line is read.
+    int id = 0;
+    const watch_guard unwatch(id);
+    id = loop.watch(fd_, xmain_loop::watch_in, [&loop, &id](unsigned) {
+      loop.unwatch(id);
+      id = 0;
+    });
+    if (modal != nullptr) {
+      if (modal->turn(-1)) return false;
+    } else {
+      Application()->HandleMessage();
+    }
+  }
 }
 
-int xterminal_backend::choose(const std::vector<choice>& choices, std::size_t default_index) {
-  std::string menu;
-  for (std::size_t i = 0; i < choices.size(); ++i)
-    menu += (i ? "  [" : "[") + std::to_string(i + 1) + "] " + choices[i].label;
-  menu += " (default " + std::to_string(default_index + 1) + "): ";
+xterminal_backend::reply xterminal_backend::ask(const std::string& prompt, std::string& answer, xmodal_loop* modal) {
+  say(prompt);
+  if (fd_ < 0) return reply::end;
+  if (!wait_for_input(modal)) {
+    say("\n");
+    return reply::closed;
+  }
+  return platform::os().read_terminal_line(fd_, answer) ? reply::line : reply::end;
+}
+
+xterminal_backend::reply xterminal_backend::choose(const std::vector<std::string>& labels, std::size_t default_index,
+                                                   std::size_t& chosen, xmodal_loop* modal) {
+  const std::string prompt = menu(labels) + " (default " + std::to_string(default_index + 1) + "): ";
   for (std::string answer;;) {
-    if (!ask(menu, answer)) return choices[default_index].value;
-    while (!answer.empty() && std::isspace(static_cast<unsigned char>(answer.back()))) answer.pop_back();
-    while (!answer.empty() && std::isspace(static_cast<unsigned char>(answer.front()))) answer.erase(0, 1);
-    if (answer.empty()) return choices[default_index].value;
-    // A number, or the start of a label ("y" for Yes).
-    for (std::size_t i = 0; i < choices.size(); ++i)
-      if (answer == std::to_string(i + 1)) return choices[i].value;
-    for (const choice& c : choices)
-      if (lower(c.label).rfind(lower(answer), 0) == 0) return c.value;
-    say("Please answer with a number from 1 to " + std::to_string(choices.size()) + ".\n");
+    if (const reply r = ask(prompt, answer, modal); r != reply::line) return r;
+    answer = trim(answer);
+    chosen = answer.empty() ? default_index : match(labels, answer);
+    if (chosen != std::string::npos) return reply::line;
+    say("Please answer with a number from 1 to " + std::to_string(labels.size()) + ".\n");
   }
 }
 
 int xterminal_backend::message_box(const xstr& text, const xstr& caption, unsigned flags) {
   int ids[3];
   const int count = xmessage_box_buttons(flags, ids);
-  if (fd_ < 0) return xmessage_box_default(flags);
+  if (fd_ < 0) return cancel_button(flags);
   say("== " + std::string(caption.view()) + " ==\n" + std::string(text.view()) + "\n");
-  std::vector<choice> choices;
+  std::vector<std::string> labels;
   std::size_t default_index = 0;
   for (int i = 0; i < count; ++i) {
-    choices.push_back({xmessage_box_button_name(ids[i]), ids[i]});
+    labels.emplace_back(xmessage_box_button_name(ids[i]));
     if (ids[i] == xmessage_box_default(flags)) default_index = static_cast<std::size_t>(i);
   }
-  return choose(choices, default_index);
+  std::size_t chosen = 0;
+  if (choose(labels, default_index, chosen, nullptr) != reply::line) return cancel_button(flags);
+  return ids[chosen];
 }
 
-int xterminal_backend::show_modal(TCustomForm& form) {
-  if (fd_ < 0) return mrCancel;
-  say("== " + utf8(form.Caption()) + " ==\n");
+xterminal_backend::reply xterminal_backend::ask_form(TCustomForm& form, xmodal_loop& loop) {
   std::vector<TControl*> controls;
   collect(form, controls);
-  // The edit boxes first, one line each; an empty answer keeps the text.
+  // The edit and combo boxes first, one line each; an empty answer keeps
+  // the text. Typing is an act on the form: OnChange may raise, or close it.
   for (TControl* c : controls) {
     auto* edit = dynamic_cast<TCustomEdit*>(c);
-    if (edit == nullptr || edit->ReadOnly()) continue;
-    const std::string name = edit->Hint().empty() ? utf8(edit->Name()) : utf8(edit->Hint());
-    std::string answer;
-    if (!ask(name + " [" + utf8(edit->Text()) + "]: ", answer)) break;
-    if (!answer.empty()) edit->SetText(ToUnicode(xstr(std::string_view(answer))));
+    auto* combo = dynamic_cast<TCustomComboBox*>(c);
+    if ((edit == nullptr || edit->ReadOnly()) && combo == nullptr) continue;
+    const std::string name = c->Hint().empty() ? utf8(c->Name()) : utf8(c->Hint());
+    std::vector<std::string> items;
+    if (combo != nullptr)
+      for (int i = 0; i < combo->Items().Count(); ++i) items.push_back(utf8(combo->Items()[i]));
+    const std::string prompt =
+        name + " [" + utf8(c->Text()) + "]: " + (items.empty() ? std::string() : menu(items) + ": ");
+    for (std::string answer;;) {
+      if (const reply r = ask(prompt, answer, &loop); r != reply::line) return r;
+      if (combo == nullptr) {
+        if (!answer.empty() && loop.act([&] { edit->SetText(ToUnicode(xstr(std::string_view(answer)))); }))
+          return reply::closed;
+        break;
+      }
+      answer = trim(answer);
+      if (answer.empty()) break;
+      if (const std::size_t i = match(items, answer); i != std::string::npos) {
+        if (loop.act([&] { combo->SetItemIndex(static_cast<int>(i)); })) return reply::closed;
+        break;
+      }
+      if (combo->Style() != csDropDownList) {
+        // Text of its own in the edit part: no item is current.
+        const bool closed = loop.act([&] {
+          combo->TCustomListControl::SetItemIndex(-1);
+          combo->SetText(ToUnicode(xstr(std::string_view(answer))));
+          if (combo->OnChange) combo->OnChange(combo);
+        });
+        if (closed) return reply::closed;
+        break;
+      }
+      say("Please answer with a number from 1 to " + std::to_string(items.size()) + ".\n");
+    }
   }
   // Then the buttons that close the form, the default one preselected.
-  std::vector<choice> choices;
+  std::vector<std::string> labels;
   std::vector<TButton*> buttons;
   std::size_t default_index = 0;
   for (TControl* c : controls) {
     auto* button = dynamic_cast<TButton*>(c);
     if (button == nullptr || button->ModalResult() == mrNone) continue;
     if (button->Default()) default_index = buttons.size();
-    choices.push_back({plain_caption(button->Caption()), static_cast<int>(buttons.size())});
+    labels.push_back(plain_caption(button->Caption()));
     buttons.push_back(button);
   }
   if (buttons.empty()) {
     std::string ignored;
-    ask("Press Enter to close: ", ignored);
-    return mrCancel;
+    if (const reply r = ask("Press Enter to close: ", ignored, &loop); r != reply::line) return r;
+    return loop.close_with(mrCancel) ? reply::closed : reply::line;
   }
-  buttons[static_cast<std::size_t>(choose(choices, default_index))]->Click();
-  return form.ModalResult() != mrNone ? form.ModalResult() : mrCancel;
+  std::size_t chosen = 0;
+  if (const reply r = choose(labels, default_index, chosen, &loop); r != reply::line) return r;
+  TButton* pressed = buttons[chosen];
+  return loop.act([pressed] { pressed->Click(); }) ? reply::closed : reply::line;
+}
+
+int xterminal_backend::show_modal(TCustomForm& form, xmodal_loop& loop) {
+  if (fd_ < 0) return mrCancel;
+  say("== " + utf8(form.Caption()) + " ==\n");
+  for (;;) {
+    if (loop.turn(0)) return form.ModalResult();  // the work already waiting
+    switch (ask_form(form, loop)) {
+      case reply::closed:
+        return form.ModalResult();
+      case reply::end:
+        return mrCancel;
+      case reply::line:
+        // A refused close, or a press that set no result: ask again.
+        if (loop.ended()) return form.ModalResult();
+        say("The form stays open.\n");
+        break;
+    }
+  }
 }
 
 bool xterminal_backend::file_dialog(TOpenDialog& dialog) {
@@ -127,7 +252,7 @@ bool xterminal_backend::file_dialog(TOpenDialog& dialog) {
   if (!dialog.InitialDir().empty()) prompt += " in " + utf8(dialog.InitialDir());
   if (!dialog.Filter().empty()) prompt += " (" + utf8(dialog.Filter()) + ")";
   std::string answer;
-  if (!ask(prompt + "\nFile name (empty cancels): ", answer) || answer.empty()) return false;
+  if (ask(prompt + "\nFile name (empty cancels): ", answer, nullptr) != reply::line || answer.empty()) return false;
   const UnicodeString name = ToUnicode(xstr(std::string_view(answer)));
   dialog.Files().Clear();
   dialog.Files().Add(name);

@@ -8,6 +8,7 @@
 #include "framework/tforms.h"
 #include "framework/tgraphics.h"
 #include "framework/tstdctrls.h"
+#include "framework/xmodal_loop.h"
 
 namespace xum {
 
@@ -31,7 +32,10 @@ bool offers(unsigned flags, int button) {
 
 xui_backend::~xui_backend() = default;
 
-int xui_backend::show_modal(TCustomForm&) { return mrCancel; }
+int xui_backend::show_modal(TCustomForm&, xmodal_loop& loop) {
+  loop.turn(0);
+  return mrCancel;
+}
 bool xui_backend::file_dialog(TOpenDialog&) { return false; }
 UnicodeString xui_backend::clipboard_text() { return clipboard_; }
 void xui_backend::set_clipboard_text(const UnicodeString& text) { clipboard_ = text; }
@@ -136,18 +140,21 @@ int xheadless_backend::message_box(const xstr& text, const xstr& caption, unsign
 void xheadless_backend::set_form_rule(form_rule_fn rule) { form_rule_ = std::move(rule); }
 void xheadless_backend::set_file_rule(file_rule_fn rule) { file_rule_ = std::move(rule); }
 
-int xheadless_backend::show_modal(TCustomForm& form) {
-  int answer = mrCancel;
-  if (form_rule_) {
-    answer = form_rule_(form);
-  } else if (TButton* b = default_button(form)) {
-    b->Click();
-    answer = form.ModalResult() != mrNone ? form.ModalResult() : mrCancel;
+int xheadless_backend::show_modal(TCustomForm& form, xmodal_loop& loop) {
+  if (!loop.turn(0)) {  // the work already waiting runs first
+    if (form_rule_) {
+      const int answer = form_rule_(form);
+      if (form.ModalResult() == mrNone && answer != mrNone) form.SetModalResult(answer);
+      loop.ended();
+    } else if (TButton* b = default_button(form)) {
+      loop.act([b] { b->Click(); });
+    }
   }
+  const int result = loop.ended() ? form.ModalResult() : static_cast<int>(mrCancel);
   if (out_ != nullptr)
     *out_ << "== " << FromUnicode(form.Caption()).view() << " == (form " << FromUnicode(form.Name()).view()
-          << ") -> " << (form.ModalResult() != mrNone ? form.ModalResult() : answer) << std::endl;
-  return answer;
+          << ") -> " << result << std::endl;
+  return result;
 }
 
 bool xheadless_backend::file_dialog(TOpenDialog& dialog) { return file_rule_ ? file_rule_(dialog) : false; }
@@ -169,23 +176,34 @@ void xscripted_backend::clear() {
 }
 
 void xscripted_backend::queue_press(std::vector<UnicodeString> names) {
-  form_answers_.push_back([names = std::move(names)](TCustomForm& form) {
-    for (const UnicodeString& name : names)
-      if (xpress_button(form, name) != mrNone) return form.ModalResult();
-    return static_cast<int>(mrCancel);
-  });
+  std::vector<form_step> steps;
+  for (UnicodeString& name : names)
+    steps.push_back([name = std::move(name)](TCustomForm& form, xmodal_loop&) { return xpress_button(form, name); });
+  form_answers_.push_back(std::move(steps));
 }
 
 void xscripted_backend::queue_form(std::function<int(TCustomForm&)> answer) {
-  form_answers_.push_back(std::move(answer));
+  form_answers_.push_back({[answer = std::move(answer)](TCustomForm& form, xmodal_loop&) { return answer(form); }});
 }
 
-int xscripted_backend::show_modal(TCustomForm& form) {
+void xscripted_backend::queue_steps(std::vector<form_step> steps) { form_answers_.push_back(std::move(steps)); }
+
+int xscripted_backend::show_modal(TCustomForm& form, xmodal_loop& loop) {
   forms_.push_back(form.Caption());
-  if (form_answers_.empty()) return mrCancel;
-  auto answer = std::move(form_answers_.front());
-  form_answers_.pop_front();
-  return answer(form);
+  std::vector<form_step> steps;
+  if (!form_answers_.empty()) {
+    steps = std::move(form_answers_.front());
+    form_answers_.pop_front();
+  }
+  for (const form_step& step : steps) {
+    if (loop.turn(0)) return form.ModalResult();
+    const int answer = step(form, loop);
+    // A pressed button has set the result already; a step's own answer
+    // counts only when nothing has.
+    if (form.ModalResult() == mrNone && answer != mrNone) form.SetModalResult(answer);
+    if (loop.ended()) return form.ModalResult();
+  }
+  return loop.turn(0) ? form.ModalResult() : static_cast<int>(mrCancel);
 }
 
 void xscripted_backend::queue_files(std::vector<UnicodeString> files) { files_.push_back(std::move(files)); }

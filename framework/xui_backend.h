@@ -11,6 +11,11 @@
 //   xscripted_backend  for tests: answers from queues (boxes, forms, file
 //                      dialogs) and records what was shown.
 //
+// A modal form runs its modal loop in the backend (framework/xmodal_loop.h):
+// the headless and scripted backends run the main loop's waiting work
+// (posted calls, watches, timers) before each answer, so a worker's
+// Synchronize completes while the form is open.
+//
 // The keyboard state lives in the backend: a windowing backend feeds it
 // from key events; headless and scripted backends from set_key_state.
 //
@@ -40,6 +45,7 @@ namespace xum {
 
 class TCustomForm;
 class TOpenDialog;
+class xmodal_loop;
 class TFont;
 
 struct xscreen_size {
@@ -55,10 +61,15 @@ class XUM_API xui_backend {
   // button pressed (IDOK ...). Must not return a button the box lacks.
   virtual int message_box(const xstr& text, const xstr& caption, unsigned flags) = 0;
 
-  // Runs a form modally and returns its modal result; buttons pressed on
-  // the form (xpress_button) set the result themselves. The base answers
-  // mrCancel: the form was closed without a choice.
-  virtual int show_modal(TCustomForm& form);
+  // Presents `form` modally and runs its modal loop: turns `loop`, so the
+  // main loop's work keeps running, and feeds the user's acts to the form
+  // through loop.act, until loop.ended(); the form's ModalResult is then
+  // the result and the return value is ignored. A backend that cannot go
+  // on (its input or script is used up, its window was destroyed) returns
+  // early with the result to use (mrNone: mrCancel); the form then ends
+  // without asking its close query again. The base runs the waiting work
+  // and answers mrCancel: the form was closed without a choice.
+  virtual int show_modal(TCustomForm& form, xmodal_loop& loop);
   // Shows a file dialog (open or save: dialog.IsSaveDialog()) and, when
   // the user chooses, fills the dialog's FileName and Files and returns
   // true. The base cancels.
@@ -90,7 +101,8 @@ class XUM_API xui_backend {
 // Presses the button (any control) named `name` on `form`, as a user would:
 // it is clicked, which sets the form's modal result for a button that has
 // one. Throws Exception "No control named <name> on form <form>" when the
-// form has no such control. Returns the form's modal result afterwards.
+// form has no such control. Returns the form's modal result afterwards
+// (on a modal form, before its close query has decided).
 XUM_API int xpress_button(TCustomForm& form, const UnicodeString& name);
 
 // The state of one key (negative while it is down) and of all 256 keys,
@@ -125,9 +137,12 @@ class XUM_API xheadless_backend final : public xui_backend {
   // How boxes are answered; an empty rule answers with the default button.
   // An answer the box does not offer is replaced by the default button.
   void set_rule(rule_fn rule);
-  // How modal forms are answered; an empty rule presses the form's default
-  // button (a button with Default() set) when it has one, and otherwise
-  // closes the form (mrCancel).
+  // How modal forms are answered, after the main loop's waiting work has
+  // run: the rule may fill edits and press buttons; what it returns closes
+  // a form that has no result yet, as a button with that result would. An
+  // empty rule presses the form's default button (a button with Default()
+  // set) when it has one. A form that is still open then (no default
+  // button, or its close query refused) ends with mrCancel.
   void set_form_rule(form_rule_fn rule);
   // How file dialogs are answered; an empty rule cancels.
   void set_file_rule(file_rule_fn rule);
@@ -135,7 +150,7 @@ class XUM_API xheadless_backend final : public xui_backend {
   void set_output(std::ostream* out);
 
   int message_box(const xstr& text, const xstr& caption, unsigned flags) override;
-  int show_modal(TCustomForm& form) override;
+  int show_modal(TCustomForm& form, xmodal_loop& loop) override;
   bool file_dialog(TOpenDialog& dialog) override;
 
  private:
@@ -164,12 +179,25 @@ class XUM_API xscripted_backend final : public xui_backend {
   // Every box shown so far, oldest first.
   const std::vector<box>& boxes() const { return boxes_; }
 
-  // The next modal form: press the controls named, in order, until one
-  // sets a modal result (then that result; else mrCancel).
+  // A step of a scripted modal form. It gets the form and its modal loop,
+  // may fill edits, press buttons (xpress_button) or let time pass with
+  // the loop running (loop.run(ms)), and returns a result that closes a
+  // form without one, as a button with that result would (mrNone: none).
+  using form_step = std::function<int(TCustomForm& form, xmodal_loop& loop)>;
+
+  // Scripts for the next modal forms, one each, in the order the forms are
+  // shown. The steps run in order until the form closes; a step whose
+  // result the close query refuses is followed by the next one. Before
+  // every step and after the last, the main loop's waiting work runs. A
+  // form still open when its steps are used up, or shown with no script
+  // left, ends with mrCancel without asking its close query again. An
+  // exception of a step leaves ShowModal.
+
+  // Presses the controls named, in order, until the form closes.
   void queue_press(std::vector<UnicodeString> names);
-  // The next modal form: run `answer` on it (it may fill edits, press
-  // buttons) and return what it returns when the form has no result.
+  // One step that gets only the form.
   void queue_form(std::function<int(TCustomForm& form)> answer);
+  void queue_steps(std::vector<form_step> steps);
   // Captions of the modal forms shown so far, oldest first.
   const std::vector<UnicodeString>& forms() const { return forms_; }
 
@@ -181,13 +209,13 @@ class XUM_API xscripted_backend final : public xui_backend {
   void clear();
 
   int message_box(const xstr& text, const xstr& caption, unsigned flags) override;
-  int show_modal(TCustomForm& form) override;
+  int show_modal(TCustomForm& form, xmodal_loop& loop) override;
   bool file_dialog(TOpenDialog& dialog) override;
 
  private:
   std::deque<int> answers_;
   std::vector<box> boxes_;
-  std::deque<std::function<int(TCustomForm&)>> form_answers_;
+  std::deque<std::vector<form_step>> form_answers_;
   std::vector<UnicodeString> forms_;
   std::deque<std::vector<UnicodeString>> files_;
   std::vector<UnicodeString> dialogs_;

@@ -3,7 +3,8 @@
 // its end. Tables that claim members past the end of the file, sizes of
 // 2^63, counts of 2^31 or name lengths past the end must end in the
 // library's errors or in short member streams: never a crash, a hang or an
-// allocation larger than the input.
+// allocation larger than the input. A member that member_in_bounds accepts
+// must read whole.
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -48,6 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       }
       // Sizes and seeks stay inside what the stream showed.
       if (s->get_size() != static_cast<std::int64_t>(total)) __builtin_trap();
+      if (archive.member_in_bounds(i) && total != archive.files()[static_cast<std::size_t>(i)]->size)
+        __builtin_trap();
       s->seek(-1, xum::xseek_end);
     } catch (const xum::XException&) {
     }

@@ -48,7 +48,7 @@ bool xos::replace_file(const char* path, const void* data, std::size_t size, os_
   os_error close_error;
   const bool closed = close_checked(f, close_error);
   if (ok && !closed) error = close_error;
-  ok = ok && closed && rename_over(temp.c_str(), path, error);
+  ok = ok && closed && rename_over(temp.c_str(), path, true, error);
   if (!ok) remove_file(temp.c_str());
   return ok;
 }

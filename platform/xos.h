@@ -186,9 +186,10 @@ class XUM_API xos {
   // exists (a replaced file keeps its permissions); true when there is
   // nothing to copy.
   virtual bool copy_permissions(const char* like, file_handle f, os_error& error) noexcept = 0;
-  // Renames `from` over `to` in one step and writes the folder's new entry
-  // through to the disk.
-  virtual bool rename_over(const char* from, const char* to, os_error& error) noexcept = 0;
+  // Renames `from` over `to` in one step; with `sync_folder`, writes the
+  // folder's new entry through to the disk as well.
+  virtual bool rename_over(const char* from, const char* to, bool sync_folder,
+                           os_error& error) noexcept = 0;
 
   // Folders and temporary files -------------------------------------------------
 

@@ -9,11 +9,13 @@
 
 namespace xum {
 
-xreplace_file_stream::xreplace_file_stream(const xstr& target, xlink_policy links) { open(target, links); }
+xreplace_file_stream::xreplace_file_stream(const xstr& target, xlink_policy links, xsync_policy sync) {
+  open(target, links, sync);
+}
 
 xreplace_file_stream::~xreplace_file_stream() { discard(); }
 
-void xreplace_file_stream::open(const xstr& target, xlink_policy links) {
+void xreplace_file_stream::open(const xstr& target, xlink_policy links, xsync_policy sync) {
   discard();
   target_ = target;
   failed_ = false;
@@ -25,7 +27,9 @@ void xreplace_file_stream::open(const xstr& target, xlink_policy links) {
   // direct write would refuse it: open it for writing without truncating
   // and let the file stream report. A link that is replaced needs no
   // right on the file it points to.
-  if (!(link && links == xlink_policy::replace) && os.file_exists(path_.get_text())) {
+  const bool exists = link || os.file_exists(path_.get_text());
+  sync_ = sync == xsync_policy::always || exists;
+  if (!(link && links == xlink_policy::replace) && exists) {
     xfile_stream probe;
     probe.open(path_, xfile_write);
     if (!probe.is_open()) return;  // reported (a non-throwing handler lands here)
@@ -66,11 +70,11 @@ void xreplace_file_stream::close() {
   fd_ = -1;
   // Each step must succeed before the next: permissions and data reach the
   // disk before the rename makes the new file the target.
-  bool ok = !failed_ && os.copy_permissions(path_.get_text(), fd, error) && os.sync(fd, error);
+  bool ok = !failed_ && os.copy_permissions(path_.get_text(), fd, error) && (!sync_ || os.sync(fd, error));
   platform::os_error close_error;
   const bool closed = os.close_checked(fd, close_error);
   if (ok && !closed) error = close_error;
-  ok = ok && closed && os.rename_over(temp_.get_text(), path_.get_text(), error);
+  ok = ok && closed && os.rename_over(temp_.get_text(), path_.get_text(), sync_, error);
   if (!ok) os.remove_file(temp_.get_text());
   temp_.clear();
   mode_ = 0;

@@ -40,16 +40,25 @@ namespace xum {
 // What a symbolic link at the target's place means.
 enum class xlink_policy { follow, replace };
 
+// When the new file is written through to the disk before the rename.
+// `always` makes a replacement survive a crash of the machine; `when_replacing`
+// skips the sync for a target that did not exist, so a crash can lose only
+// the new file itself, never older data (what an extraction of many new
+// files wants: a sync per file costs far more than the writing).
+enum class xsync_policy { always, when_replacing };
+
 class XUM_API xreplace_file_stream final : public xstream {
  public:
   xreplace_file_stream() = default;
   // open(target, links).
-  explicit xreplace_file_stream(const xstr& target, xlink_policy links = xlink_policy::follow);
+  explicit xreplace_file_stream(const xstr& target, xlink_policy links = xlink_policy::follow,
+                                xsync_policy sync = xsync_policy::always);
   // Discards the new file unless close() has replaced the target.
   ~xreplace_file_stream() override;
 
   // Discards what this stream held, then starts a new file for `target`.
-  void open(const xstr& target, xlink_policy links = xlink_policy::follow);
+  void open(const xstr& target, xlink_policy links = xlink_policy::follow,
+            xsync_policy sync = xsync_policy::always);
   // Completes the file and renames it over the target; does nothing when
   // nothing is open. On any failure the new file is removed, the target is
   // untouched, and the failure is reported through xerror.
@@ -75,6 +84,7 @@ class XUM_API xreplace_file_stream final : public xstream {
   xstr path_;      // the file that is replaced (the link's target when followed)
   xstr temp_;
   int fd_ = -1;
+  bool sync_ = true;     // write the new file through to the disk at close
   bool failed_ = false;  // a write fell short: never replace
   std::string failure_;  // the system's text of that write
 

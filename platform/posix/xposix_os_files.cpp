@@ -307,8 +307,10 @@ bool posix_os::copy_permissions(const char* like, file_handle f, os_error& error
   return ::fchmod(f, st.st_mode & 07777) == 0 || failed(&error, false);
 }
 
-bool posix_os::rename_over(const char* from, const char* to, os_error& error) noexcept {
+bool posix_os::rename_over(const char* from, const char* to, bool sync_folder,
+                           os_error& error) noexcept {
   if (::rename(from, to) != 0) return failed(&error, false);
+  if (!sync_folder) return true;
   // The rename is durable only once the folder's entry is on the disk; a
   // folder that cannot be opened or synced still holds the new file.
   const std::string dir = parent_of(to);

@@ -148,9 +148,10 @@ bool xfault_os::close_checked(file_handle f, os_error& error) noexcept {
   return false;
 }
 
-bool xfault_os::rename_over(const char* from, const char* to, os_error& error) noexcept {
+bool xfault_os::rename_over(const char* from, const char* to, bool sync_folder,
+                            os_error& error) noexcept {
   os_errc code;
-  if (!hit(rename_, code)) return xos_wrapper::rename_over(from, to, error);
+  if (!hit(rename_, code)) return xos_wrapper::rename_over(from, to, sync_folder, error);
   error = make_os_error(code);
   return false;
 }

@@ -66,7 +66,8 @@ class xfault_os final : public xos_wrapper {
                os_error* error) noexcept override;
   bool sync(file_handle f, os_error& error) noexcept override;
   bool close_checked(file_handle f, os_error& error) noexcept override;
-  bool rename_over(const char* from, const char* to, os_error& error) noexcept override;
+  bool rename_over(const char* from, const char* to, bool sync_folder,
+                   os_error& error) noexcept override;
   file_handle create_temp_beside(const char* target, std::string& temp_name,
                                  os_error& error) override;
 

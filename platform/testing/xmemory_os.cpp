@@ -544,7 +544,7 @@ bool xmemory_os::copy_permissions(const char* like, file_handle f, os_error& err
   return true;
 }
 
-bool xmemory_os::rename_over(const char* from, const char* to, os_error& error) noexcept {
+bool xmemory_os::rename_over(const char* from, const char* to, bool, os_error& error) noexcept {
   std::lock_guard guard(lock_);
   const found source = find(from, false);
   const found dest = find(to, false);

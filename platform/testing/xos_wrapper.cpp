@@ -80,8 +80,9 @@ bool xos_wrapper::copy_permissions(const char* like, file_handle f, os_error& er
   return target_.copy_permissions(like, f, error);
 }
 
-bool xos_wrapper::rename_over(const char* from, const char* to, os_error& error) noexcept {
-  return target_.rename_over(from, to, error);
+bool xos_wrapper::rename_over(const char* from, const char* to, bool sync_folder,
+                              os_error& error) noexcept {
+  return target_.rename_over(from, to, sync_folder, error);
 }
 
 std::unique_ptr<os_directory> xos_wrapper::open_directory(const char* path) {

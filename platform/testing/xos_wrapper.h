@@ -54,7 +54,8 @@ class xos_wrapper : public xos {
   file_handle create_temp_beside(const char* target, std::string& temp_name,
                                  os_error& error) override;
   bool copy_permissions(const char* like, file_handle f, os_error& error) noexcept override;
-  bool rename_over(const char* from, const char* to, os_error& error) noexcept override;
+  bool rename_over(const char* from, const char* to, bool sync_folder,
+                   os_error& error) noexcept override;
   std::unique_ptr<os_directory> open_directory(const char* path) override;
   bool make_directories(const char* path) override;
   std::string temp_directory() override;

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -16,6 +17,7 @@
 #include "formats/xstruct_format.h"
 #include "streams/xfile_stream.h"
 #include "streams/xmemory_stream.h"
+#include "tests/support/xtest_helpers.h"
 
 namespace xum {
 namespace {
@@ -64,6 +66,8 @@ class XVirtualFileSys : public ::testing::Test {
     std::ifstream in(dir_ / name, std::ios::binary);
     return bytes(std::istreambuf_iterator<char>(in), {});
   }
+
+ public:
   static std::string read_all(xstream& s) {
     std::string out;
     char b[7];
@@ -222,6 +226,157 @@ TEST_F(XVirtualFileSys, ArchiveCompiledIntoTheProgram) {
   ASSERT_TRUE(a.is_file_exists("greeting.txt"));
   std::unique_ptr<xstream> s(a.get_file_stream("greeting.txt"));
   EXPECT_EQ(read_all(*s), "Hello from inside the program.\n");
+}
+
+// ---- Writing safely ---------------------------------------------------------
+
+// The folder's entries other than `keep`: a temporary file left behind.
+int strays(const fs::path& dir, const fs::path& keep) {
+  int n = 0;
+  for (const auto& e : fs::directory_iterator(dir)) n += e.path() != keep;
+  return n;
+}
+
+std::string pattern(std::size_t n) {
+  std::string s(n, '\0');
+  for (std::size_t i = 0; i < n; ++i) s[i] = char(i * 131 >> 5);
+  return s;
+}
+
+TEST(XVirtualFileSysWriting, AnExistingArchiveIsReplacedOnlyAtClose) {
+  test::temp_dir dir;
+  const fs::path target = dir.path / "a.vfs", input = dir.path / "in" / "one.txt";
+  fs::create_directories(input.parent_path());
+  std::ofstream(target, std::ios::binary) << "old archive";
+  std::ofstream(input, std::ios::binary) << "one";
+  xvirtual_file_sys a;
+  a.create(target.c_str());
+  a.add_file(input.c_str());
+  EXPECT_EQ(test::file_bytes(target), "old archive");
+  EXPECT_EQ(strays(dir.path, target), 2);  // "in" and the new archive beside the old
+  a.close();
+  a.open(target.c_str());
+  ASSERT_EQ(a.files().size(), 1u);
+  EXPECT_EQ(strays(dir.path, target), 1);
+  // Abandoned: the destructor of an archive whose close cannot succeed, or
+  // discard(), leaves the old archive.
+  const std::string complete = test::file_bytes(target);
+  a.create(target.c_str());
+  a.add_file(input.c_str());
+  a.discard();
+  EXPECT_FALSE(a.writing());
+  a.close();
+  EXPECT_EQ(test::file_bytes(target), complete);
+  EXPECT_EQ(strays(dir.path, target), 1);
+}
+
+// A target that takes `room` bytes, then refuses everything and counts
+// what it is still offered.
+class failing_target final : public xstream {
+ public:
+  explicit failing_target(std::int64_t room) : room_(room) { mode_ = xstream_write; }
+  xstr description() const override { return "File: target"; }
+  int read(void*, int) override { return 0; }
+  int write(const void* buffer, int count) override {
+    if (refused_) return ++offered_after_refusal, 0;
+    const int n = int(std::min<std::int64_t>(count, room_ - std::int64_t(bytes.size())));
+    bytes.append(static_cast<const char*>(buffer), std::size_t(n));
+    refused_ = n < count;
+    return n;
+  }
+  std::int64_t seek(std::int64_t, xseek_origin) override { return std::int64_t(bytes.size()); }
+  std::string bytes;
+  int offered_after_refusal = 0;
+
+ private:
+  std::int64_t room_;
+  bool refused_ = false;
+};
+
+TEST(XVirtualFileSysWriting, AFailedWriteEndsTheArchiveAndNothingMoreReachesTheTarget) {
+  // 3 MiB of data: the 1 MiB buffer under the format passes blocks on while
+  // members are added, and the rest at close.
+  const std::string data = pattern(3 << 20);
+  std::string whole;
+  {
+    failing_target unlimited(INT64_MAX);
+    xvirtual_file_sys a;
+    a.create(unlimited);
+    xbuffer_stream in(data.data(), int(data.size()));
+    a.add_stream("big.bin", in);
+    a.close();
+    whole = unlimited.bytes;
+  }
+  const std::int64_t size = std::int64_t(whole.size());
+  for (std::int64_t room : {std::int64_t{0}, std::int64_t{11}, std::int64_t{(1 << 20) + 7}, size - 30, size - 1}) {
+    SCOPED_TRACE(room);
+    failing_target target(room);
+    xvirtual_file_sys a;
+    bool failed = false;
+    try {
+      a.create(target);
+      xbuffer_stream in(data.data(), int(data.size()));
+      a.add_stream("big.bin", in);
+      a.close();
+    } catch (const XException& e) {
+      failed = true;
+      EXPECT_EQ(std::string(e.what()), "Data writing error !\nFile: target");
+    }
+    EXPECT_TRUE(failed);
+    EXPECT_FALSE(a.writing());
+    EXPECT_TRUE(a.files().empty());
+    EXPECT_EQ(target.offered_after_refusal, 0);  // no pending block, no trailer after the failure
+    EXPECT_TRUE(target.bytes == whole.substr(0, std::size_t(room)));
+    a.close();  // nothing left to do
+  }
+}
+
+TEST(XVirtualFileSysWriting, AFileThatReadsOtherThanItsSizeIsNotAdded) {
+  // A /proc file claims 0 bytes and reads many: no faithful copy.
+  test::temp_dir dir;
+  const fs::path target = dir.path / "a.vfs", ok = dir.path / "ok.txt";
+  std::ofstream(ok) << "fine";
+  xvirtual_file_sys a;
+  a.create(target.c_str());
+  EXPECT_EQ(test::error_of([&] { a.add_file("/proc/self/status"); }), "Data reading error ! \nFile: /proc/self/status");
+  ASSERT_TRUE(a.writing());  // the archive goes on
+  a.add_file(ok.c_str());
+  a.close();
+  a.open(target.c_str());
+  ASSERT_EQ(a.files().size(), 1u);
+  std::unique_ptr<xstream> s(a.get_file_stream("ok.txt"));
+  EXPECT_EQ(XVirtualFileSys::read_all(*s), "fine");
+}
+
+// ---- Damaged tables ---------------------------------------------------------
+
+TEST_F(XVirtualFileSys, MembersOutsideTheDataAreaAreFlagged) {
+  struct row {
+    const char* what;
+    std::uint64_t offset, size;
+    bool inside;
+  };
+  // The data area of the archive below is bytes 11 to 20 (the table starts
+  // at 21).
+  const row rows[] = {{"the whole data", 11, 10, true},       {"empty at the table", 21, 0, true},
+                      {"in the header", 7, 4, false},         {"into the table", 16, 6, false},
+                      {"far beyond the end", 16, 1ull << 54, false},
+                      {"offset and size overflow", ~0ull, 2, false}};
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.what);
+    const bytes table = le32(1) + le32(1) + text("m") + le64(r.offset) + le64(r.size);
+    bytes v2 = text("VFS") + le32(2) + le32(0) + text("0123456789") + table + le32(21);
+    v2 = plain(v2);  // XOR is its own inverse
+    std::ofstream(dir_ / "t.vfs", std::ios::binary).write(reinterpret_cast<const char*>(v2.data()), std::streamsize(v2.size()));
+    xvirtual_file_sys a;
+    a.open(path("t.vfs"));
+    EXPECT_EQ(a.data_begin(), 11);
+    EXPECT_EQ(a.data_end(), 21);
+    EXPECT_EQ(a.member_in_bounds(0), r.inside);
+    // Even a member outside reads only bytes of the file (50 of them).
+    std::unique_ptr<xstream> s(a.get_member_stream(0));
+    EXPECT_EQ(read_all(*s).size(), r.inside ? r.size : std::min<std::uint64_t>(r.size, 50 - std::min<std::uint64_t>(r.offset, 50)));
+  }
 }
 
 }  // namespace

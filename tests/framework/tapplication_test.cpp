@@ -3,7 +3,13 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <algorithm>
 #include <chrono>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -112,7 +118,7 @@ TEST(Dialogs, ExecuteFillsFileNameAndFiles) {
 class counting_thread : public TThread {
  public:
   counting_thread(std::atomic<int>& in_main, int calls) : in_main_(in_main), calls_(calls) {}
-  ~counting_thread() override { WaitFor(); }
+  ~counting_thread() override { Stop(); }
 
  protected:
   void Execute() override {
@@ -175,8 +181,146 @@ TEST(Synchronize, ShutdownReleasesWaitingThreadsWithAnError) {
   bool late = false;
   std::thread([&] { late = refused(); }).join();
   EXPECT_TRUE(late);
-  EXPECT_NO_THROW(TThread::Synchronize(nullptr, [] {}));
+  bool ran = false;
+  TThread::Synchronize(nullptr, [&] { ran = true; });
+  EXPECT_TRUE(ran);
   loop.open();
+}
+
+// The example of framework/tthread.h as written there, with a count of the
+// calls that reached the main thread.
+class header_example_worker : public TThread {
+ public:
+  header_example_worker(TLabel* label, long& shown) : label_(label), shown_(shown) {}
+  ~header_example_worker() override {
+    Stop();
+    EXPECT_EQ(ticks_, shown_);  // the call of every tick ran, the last one too
+  }
+
+ protected:
+  void Execute() override {
+    while (!Terminated()) {
+      ++ticks_;
+      Synchronize([&] {
+        label_->SetCaption(ticks_ % 2 ? u"tick" : u"tock");
+        ++shown_;
+      });
+    }
+  }
+
+ private:
+  TLabel* label_;
+  long& shown_;
+  long ticks_ = 0;
+};
+
+// Destroyed at once after Start, a thread must stop before its body's data
+// goes: the derived class's members for an overridden Execute, the callable
+// itself for a body given to the constructor. Under the sanitizers any use of
+// freed memory or unordered access fails the test.
+TEST(TThread, DestroyedRightAfterStartStopsBeforeTheBodyIsGone) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  TLabel label(nullptr);
+  for (int i = 0; i < 100; ++i) {
+    long shown = 0;
+    header_example_worker w(&label, shown);
+    w.Start();
+  }
+  std::atomic<int> ran{0};
+  for (int i = 0; i < 100; ++i) {
+    TThread t([&ran, steps = std::vector<int>(64, 1)](TThread& self) {
+      long sum = 0;
+      while (!self.Terminated())
+        for (int step : steps) sum += step;
+      ran += sum >= 0;
+    });
+    t.Start();
+  }
+  EXPECT_EQ(ran.load(), 100);  // each body ran to its end before its thread went
+  EXPECT_EQ(loop.run_posted(), 0);
+}
+
+// A thread that only ends when told and then reports to the main thread once
+// more, so that whoever waits for it must keep the main loop's calls running.
+class reporting_thread : public TThread {
+ public:
+  ~reporting_thread() override {
+    Terminate();
+    WaitFor();
+    alive_ = false;
+  }
+  bool alive_ = true;
+
+ protected:
+  void Execute() override {
+    while (!Terminated()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    Synchronize([] {});
+  }
+};
+
+TEST(TThread, OnTerminateRunsOnTheMainThreadWhileTheObjectIsWhole) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  int calls = 0;
+  bool whole = false;
+  {
+    reporting_thread t;
+    t.OnTerminate = [&](TObject* sender) {
+      ++calls;
+      whole = sender == &t && t.alive_ && loop.in_main_thread();
+    };
+    t.Start();
+  }
+  EXPECT_EQ(calls, 1);  // before the destructor returned
+  EXPECT_TRUE(whole);
+  EXPECT_EQ(loop.run_posted(), 0);  // nothing left to run on a freed object
+}
+
+TEST(TThread, DestructorHandsExceptionsOfPostedCallsToTheApplication) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  std::exception_ptr caught;
+  Application()->OnException = [&](TObject*, std::exception_ptr e) { caught = e; };
+  bool later = false;
+  {
+    reporting_thread t;
+    t.Start();
+    loop.post([] { throw Exception(u"posted"); });
+    loop.post([&] { later = true; });
+  }  // waits, running the posted calls: the first throws
+  Application()->OnException = nullptr;
+  ASSERT_NE(caught, nullptr);
+  EXPECT_THROW(std::rethrow_exception(caught), Exception);
+  EXPECT_TRUE(later);  // the calls after it ran too
+}
+
+// An overridden Execute still running when ~TThread is reached has lost the
+// members it may use: that is reported and ends the process, every time,
+// rather than going on with freed memory.
+class forgetful_thread : public TThread {
+ public:
+  std::atomic<bool> entered{false};
+
+ protected:
+  void Execute() override {
+    entered = true;
+    while (!Terminated()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+};
+
+TEST(TThreadDeathTest, DestroyingARunningExecuteWithoutStopAborts) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        forgetful_thread t;
+        t.Start();
+        while (!t.entered) std::this_thread::yield();
+      },
+      "must call Stop\\(\\) first");
 }
 
 TEST(MainLoop, WatchesDescriptorsAndRoutesExceptionsToTheApplication) {
@@ -214,6 +358,69 @@ TEST(MainLoop, WatchesDescriptorsAndRoutesExceptionsToTheApplication) {
   Application()->OnException = nullptr;
 }
 
+TEST(MainLoop, TimersRunOnTheirIntervalUntilRemoved) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  EXPECT_EQ(loop.next_wait_ms(), -1);
+  int fast = 0, slow = 0;
+  const int fast_id = loop.add_timer(1, [&] { ++fast; });
+  const int slow_id = loop.add_timer(60 * 60 * 1000, [&] { ++slow; });
+  EXPECT_LE(loop.next_wait_ms(), 1);
+  // A wait without limit ends when the first timer is due.
+  loop.run_once(-1);
+  while (fast < 3) loop.run_once(1000);
+  EXPECT_EQ(slow, 0);
+  loop.remove_timer(fast_id);
+  const int seen = fast;
+  loop.run_once(20);
+  EXPECT_EQ(fast, seen);
+  EXPECT_GT(loop.next_wait_ms(), 60 * 1000);  // only the hourly timer is left
+  loop.remove_timer(slow_id);
+}
+
+TEST(MainLoop, NestedTurnsKeepPostOrderAndDoNotReenterACallback) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  // A call that turns the loop itself (as a modal form does) runs the calls
+  // queued behind it there, in order, and they do not run twice.
+  std::vector<std::string> order;
+  loop.post([&] {
+    order.push_back("a");
+    loop.run_once(0);
+    order.push_back("a done");
+  });
+  loop.post([&] { order.push_back("b"); });
+  loop.post([&] { order.push_back("c"); });
+  loop.run_once(0);
+  EXPECT_EQ(order, (std::vector<std::string>{"a", "b", "c", "a done"}));
+
+  // A watch or timer whose callback turns the loop is not called again
+  // from inside itself, though its descriptor is still ready.
+  int fds[2];
+  ASSERT_TRUE(platform::os().make_wake_pipe(fds));
+  platform::os().wake_pipe(fds[1]);
+  int depth = 0, deepest = 0, calls = 0;
+  const auto nested = [&] {
+    ++calls;
+    deepest = std::max(deepest, ++depth);
+    if (depth < 3) loop.run_once(0);  // bounded, so a fault shows as a count
+    --depth;
+  };
+  const int watch = loop.watch(fds[0], xmain_loop::watch_in, [&](unsigned) { nested(); });
+  EXPECT_EQ(loop.descriptors().size(), 2u);  // the wake-up pipe and the watch
+  loop.run_once(0);
+  EXPECT_EQ(deepest, 1);
+  loop.unwatch(watch);
+  const int timer = loop.add_timer(1, nested);
+  while (calls < 2) loop.run_once(1000);
+  EXPECT_EQ(deepest, 1);
+  loop.remove_timer(timer);
+  platform::os().close_fd(fds[0]);
+  platform::os().close_fd(fds[1]);
+}
+
 TEST(Application, RunEndsWhenTheMainFormCloses) {
   xscripted_backend ui;
   xui_backend_scope use(ui);
@@ -231,6 +438,52 @@ TEST(Application, RunEndsWhenTheMainFormCloses) {
   EXPECT_EQ(Screen().FormCount(), 1);  // the other form is gone
   delete main_form;
   EXPECT_EQ(Application()->MainForm(), nullptr);
+}
+
+TEST(Application, RunWithoutAMainFormReturnsAtOnce) {
+  ASSERT_EQ(Application()->MainForm(), nullptr);
+  // Should Run wait, this thread ends it after a while, so the test fails
+  // instead of hanging.
+  std::mutex lock;
+  std::condition_variable stop;
+  bool returned = false, rescued = false;
+  std::thread rescuer([&] {
+    std::unique_lock guard(lock);
+    if (!stop.wait_for(guard, std::chrono::seconds(5), [&] { return returned; })) {
+      rescued = true;
+      Application()->Terminate();
+    }
+  });
+  Application()->Run();
+  {
+    std::lock_guard guard(lock);
+    returned = true;
+  }
+  stop.notify_all();
+  rescuer.join();
+  EXPECT_FALSE(rescued);
+}
+
+// Writes its destruction to standard error, where the death test reads it.
+class exit_probe : public TForm {
+ public:
+  explicit exit_probe(TComponent* owner, const char16_t* name = u"Main") : TForm(owner) { SetName(name); }
+  ~exit_probe() override { std::fprintf(stderr, "~%s ", std::string(FromUnicode(Name()).view()).c_str()); }
+};
+
+TEST(ApplicationDeathTest, OwnedFormsAreDestroyedAtExitLastCreatedFirst) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a fresh process and application
+  EXPECT_EXIT(
+      {
+        exit_probe* main_form = nullptr;
+        Application()->CreateForm(main_form);
+        auto* dialog = new exit_probe(Application(), u"Dialog");
+        new exit_probe(dialog, u"Owned");  // goes with the form that owns it
+        new exit_probe(Application(), u"Last");
+        std::fprintf(stderr, "exit: ");
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "exit: ~Last ~Dialog ~Owned ~Main $");
 }
 
 }  // namespace

@@ -5,12 +5,18 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "framework/tdialogs.h"
 #include "framework/tstdctrls.h"
+#include "framework/tthread.h"
+#include "framework/xmain_loop.h"
 
 namespace xum {
 namespace {
@@ -96,9 +102,149 @@ TEST_F(XTerminalBackend, FormsAskForEditsThenForTheClosingButton) {
   EXPECT_TRUE(save.Execute());
   EXPECT_EQ(save.FileName(), u"/tmp/p.prj");
   EXPECT_FALSE(save.Execute());  // an empty name cancels
-  close(master_);               // the end of input: defaults, no hang
+}
+
+TEST_F(XTerminalBackend, ComboBoxesOfferTheirItems) {
+  xterminal_backend ui(slave_name_.c_str());
+  xui_backend_scope use(ui);
+  TForm form(nullptr);
+  auto* colour = new TComboBox(&form);
+  colour->SetParent(&form);
+  colour->SetHint(u"Colour");
+  for (const char16_t* item : {u"red", u"green", u"blue"}) colour->Items().Add(item);
+  colour->SetItemIndex(1);
+  auto* size = new TComboBox(&form);
+  size->SetParent(&form);
+  size->SetName(u"Size");
+  size->SetStyle(csDropDownList);
+  for (const char16_t* item : {u"small", u"large"}) size->Items().Add(item);
+  auto* ok = new TButton(&form);
+  ok->SetParent(&form);
+  ok->SetCaption(u"OK");
+  ok->SetModalResult(mrOk);
+  ok->SetDefault(true);
+  int changes = 0;
+  colour->OnChange = [&](TObject*) { ++changes; };
+  const struct {
+    const char* typed;
+    const char16_t* colour;
+    int colour_index;
+    int size_index;
+  } rows[] = {
+      {"3\nl\n\n", u"blue", 2, 1},         // by number, by the start of a label
+      {"\n\n\n", u"blue", 2, 1},           // empty answers keep what is there
+      {"GR\nhuge\n1\n\n", u"green", 1, 0},  // a list box asks again for no item
+      {"teal\n\n\n", u"teal", -1, 0},      // an editable combo box takes any text
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.typed);
+    type(row.typed);
+    EXPECT_EQ(form.ShowModal(), mrOk);
+    EXPECT_EQ(colour->Text(), row.colour);
+    EXPECT_EQ(colour->ItemIndex(), row.colour_index);
+    EXPECT_EQ(size->ItemIndex(), row.size_index);
+  }
+  EXPECT_EQ(changes, 3);  // blue, green, teal
+  const std::string out = printed();
+  EXPECT_NE(out.find("Colour [green]: [1] red  [2] green  [3] blue: Size []: [1] small  [2] large: "),
+            std::string::npos)
+      << out;
+  EXPECT_NE(out.find("Please answer with a number from 1 to 2."), std::string::npos);
+}
+
+TEST_F(XTerminalBackend, EndOfInputCancels) {
+  xterminal_backend ui(slave_name_.c_str());
+  xui_backend_scope use(ui);
+  TForm form(nullptr);
+  auto* edit = new TEdit(&form);
+  edit->SetParent(&form);
+  auto* ok = new TButton(&form);
+  ok->SetParent(&form);
+  ok->SetModalResult(mrOk);
+  ok->SetDefault(true);
+  auto* cancel = new TButton(&form);
+  cancel->SetParent(&form);
+  cancel->SetModalResult(mrCancel);
+  bool ok_clicked = false;
+  ok->OnClick = [&](TObject*) { ok_clicked = true; };
+  close(master_);  // the user has gone
   master_ = open("/dev/null", O_RDONLY);
-  EXPECT_EQ(ui.message_box("x", "y", MB_OKCANCEL | MB_DEFBUTTON2), IDCANCEL);
+  const struct {
+    unsigned flags;
+    int answer;
+  } boxes[] = {
+      {MB_OKCANCEL, IDCANCEL}, {MB_YESNOCANCEL, IDCANCEL}, {MB_YESNO, IDNO},
+      {MB_ABORTRETRYIGNORE | MB_DEFBUTTON2, IDABORT}, {MB_RETRYCANCEL, IDCANCEL}, {MB_OK, IDOK},
+  };
+  xterminal_backend none("/nonexistent/tty");  // no terminal at all answers the same
+  for (const auto& box : boxes) {
+    SCOPED_TRACE(box.flags);
+    EXPECT_EQ(ui.message_box("x", "y", box.flags), box.answer);
+    EXPECT_EQ(none.message_box("x", "y", box.flags), box.answer);
+  }
+  EXPECT_EQ(form.ShowModal(), mrCancel);
+  EXPECT_FALSE(ok_clicked);
+}
+
+TEST_F(XTerminalBackend, RefusedCloseAsksAgain) {
+  xterminal_backend ui(slave_name_.c_str());
+  xui_backend_scope use(ui);
+  TForm form(nullptr);
+  form.SetCaption(u"Rename");
+  auto* edit = new TEdit(&form);
+  edit->SetParent(&form);
+  edit->SetHint(u"Name");
+  auto* ok = new TButton(&form);
+  ok->SetParent(&form);
+  ok->SetCaption(u"OK");
+  ok->SetModalResult(mrOk);
+  form.OnCloseQuery = [&](TObject*, bool& can_close) { can_close = !edit->Text().empty(); };
+  type("\n1\nnew\n1\n");  // no name: refused; then a name
+  EXPECT_EQ(form.ShowModal(), mrOk);
+  EXPECT_EQ(edit->Text(), u"new");
+  EXPECT_NE(printed().find("The form stays open.\nName []: "), std::string::npos);
+}
+
+// While the backend waits for a line, the main loop keeps running: a
+// worker's Synchronize completes and may answer the question or close the
+// form. Should it not run, a rescuer types Enter after a while, so the
+// test fails instead of hanging.
+TEST_F(XTerminalBackend, WaitingForALineKeepsTheMainLoopRunning) {
+  xmain_loop::instance().bind_to_current_thread();
+  xmain_loop::instance().open();
+  xterminal_backend ui(slave_name_.c_str());
+  xui_backend_scope use(ui);
+  std::mutex lock;
+  std::condition_variable stop;
+  bool done = false;
+  std::thread rescuer([&] {
+    std::unique_lock guard(lock);
+    while (!stop.wait_for(guard, std::chrono::seconds(5), [&] { return done; })) type("\n");
+  });
+  // The synchronized call types the answer: No.
+  std::thread worker([&] { TThread::Synchronize(nullptr, [&] { type("2\n"); }); });
+  EXPECT_EQ(ui.message_box("Save?", "Editor", MB_YESNO), IDNO);
+  xmain_loop::instance().run_posted();  // releases the worker if the box did not
+  worker.join();
+
+  // The synchronized call closes the form while its edit is asked for.
+  TForm form(nullptr);
+  auto* edit = new TEdit(&form);
+  edit->SetParent(&form);
+  auto* ok = new TButton(&form);
+  ok->SetParent(&form);
+  ok->SetModalResult(mrOk);
+  ok->SetDefault(true);
+  worker = std::thread([&] { TThread::Synchronize(nullptr, [&] { form.SetModalResult(mrRetry); }); });
+  EXPECT_EQ(form.ShowModal(), mrRetry);
+  xmain_loop::instance().run_posted();
+  worker.join();
+  {
+    std::lock_guard guard(lock);
+    done = true;
+  }
+  stop.notify_all();
+  rescuer.join();
 }
 
 }  // namespace

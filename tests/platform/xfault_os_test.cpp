@@ -91,11 +91,11 @@ TEST_F(FaultOs, StepFaultsHitEveryCallUntilReset) {
   EXPECT_FALSE(faults_.sync(f, error));
   EXPECT_FALSE(faults_.close_checked(f, error));
   EXPECT_EQ(memory_.open_handles(), 0);  // closed all the same
-  EXPECT_FALSE(faults_.rename_over(temp.c_str(), "/t.txt", error));
+  EXPECT_FALSE(faults_.rename_over(temp.c_str(), "/t.txt", true, error));
   EXPECT_EQ(error.code, os_errc::access_denied);
   EXPECT_EQ(faults_.failures(), 4);
   faults_.reset();
-  EXPECT_TRUE(faults_.rename_over(temp.c_str(), "/t.txt", error));
+  EXPECT_TRUE(faults_.rename_over(temp.c_str(), "/t.txt", true, error));
   EXPECT_EQ(faults_.failures(), 0);
 }
 

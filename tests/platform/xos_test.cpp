@@ -96,9 +96,9 @@ TEST_F(SystemOs, TemporaryFilesSitBesideTheirTarget) {
   EXPECT_EQ(name.size(), std::string(".settings.tsf.XXXXXX.tmp").size()) << name;
   EXPECT_TRUE(os_.copy_permissions(path("missing").c_str(), f, error));  // nothing to copy
   EXPECT_TRUE(os_.close_checked(f, error));
-  ASSERT_TRUE(os_.rename_over(temp.c_str(), path("settings.tsf").c_str(), error)) << error.text;
+  ASSERT_TRUE(os_.rename_over(temp.c_str(), path("settings.tsf").c_str(), true, error)) << error.text;
   EXPECT_TRUE(fs::exists(dir_.path / "settings.tsf"));
-  EXPECT_FALSE(os_.rename_over(temp.c_str(), path("other").c_str(), error));
+  EXPECT_FALSE(os_.rename_over(temp.c_str(), path("other").c_str(), false, error));
   EXPECT_EQ(error.code, os_errc::not_found);
 }
 

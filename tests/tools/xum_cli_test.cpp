@@ -3,14 +3,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <string>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 #include "tests/support/xtest_helpers.h"
 
@@ -53,7 +56,7 @@ TEST(XumTool, HelpOnEveryLevelAndVersion) {
     EXPECT_TRUE(r.err.empty());
   }
   EXPECT_NE(xum("--help").out.find("catalogue"), std::string::npos);
-  EXPECT_EQ(xum("struct set --help").out.rfind("Usage: xum struct set FILE PATH VALUE", 0), 0u);
+  EXPECT_EQ(xum("struct set --help").out.rfind("Usage: xum struct set [--no-create] FILE PATH VALUE", 0), 0u);
   const auto v = xum("--version");
   EXPECT_EQ(v.code, 0);
   EXPECT_EQ(v.out.rfind("xum ", 0), 0u);
@@ -153,6 +156,34 @@ TEST(XumTool, RegistryValuesPersistAcrossProcesses) {
   std::filesystem::remove_all(root);
 }
 
+TEST(XumTool, RegistryReadsCreateNothingAndReportDamage) {
+  const std::string root = ::testing::TempDir() + "xum_reg_read_" + std::to_string(::getpid());
+  const std::string env = "XUM_REGISTRY_ROOT=" + root + " ";
+  std::filesystem::create_directories(root);
+  const auto get = xum("reg get Soft/App Title", env);
+  EXPECT_EQ(get.code, 1);
+  EXPECT_EQ(get.err, "Value not found !\nKey: Soft/App\nValue: Title\n");
+  const auto list = xum("reg list Soft/App", env);
+  EXPECT_EQ(list.code, 1);
+  EXPECT_EQ(list.err, "Key not found !\nKey: Soft/App\n");
+  EXPECT_TRUE(std::filesystem::is_empty(root));
+
+  ASSERT_EQ(xum("reg set Soft/App Good v", env).code, 0);
+  const std::string bad = root + "/Soft/App/@Bad";
+  std::ofstream(bad, std::ios::binary) << std::string("XRV\x04\x01\x02\x03", 7);
+  const std::string damage = "Invalid data format ! Value: bad (a number of 3 bytes instead of 4)\nFile: " + bad + "\n";
+  const auto damaged = xum("reg get soft/app bad", env);
+  EXPECT_EQ(damaged.code, 1);
+  EXPECT_TRUE(damaged.out.empty());
+  EXPECT_EQ(damaged.err, damage);
+  // list shows what it can read and reports the rest.
+  const auto listed = xum("reg list Soft/App", env);
+  EXPECT_EQ(listed.code, 1);
+  EXPECT_EQ(listed.out, "Good\ttext\tv\n");
+  EXPECT_EQ(listed.err, "Invalid data format ! Value: Bad (a number of 3 bytes instead of 4)\nFile: " + bad + "\n");
+  std::filesystem::remove_all(root);
+}
+
 TEST(XumTool, StructDumpGetSetAndPack) {
   const std::string file = ::testing::TempDir() + "layout_set.txt";
   std::ofstream(file, std::ios::binary) << file_bytes(XUM_SAMPLES_DIR "/settings/layout.txt");
@@ -205,6 +236,114 @@ TEST(XumTool, StructConvertRoundTripsThroughTheBinaryForm) {
   for (const std::string& f : {bin, back, rec}) std::remove(f.c_str());
 }
 
+// ---- struct: rewrites that keep what they cannot write ----
+
+// A folder with a copy of the sample layout in the text form.
+struct struct_files {
+  xum::test::temp_dir dir;
+  std::string text = (dir.path / "layout.txt").string();
+  struct_files() { std::ofstream(text, std::ios::binary) << file_bytes(XUM_SAMPLES_DIR "/settings/layout.txt"); }
+  int count() const { return static_cast<int>(std::distance(std::filesystem::directory_iterator(dir.path), {})); }
+};
+
+TEST(XumStructTool, SetRefusesWhatTheTextFormCannotReadBack) {
+  struct_files f;
+  const std::string before = file_bytes(f.text);
+  // The library's table covers every rule; these are the reported cases.
+  const std::pair<std::string, std::string> rows[] = {
+      {"'>' v", "Key: >\nThe key starts with '>'."},
+      {"'<Sec' v", "Key: <Sec\nThe key starts with '<'."},
+      {"Key=With=Eq v", "Key: Key=With=Eq\nThe key holds '='."},
+      {"K \"$(printf 'a\\nb')\"", "Key: K\nThe value holds a line break."},
+      {"\"Panel/$(printf 'x\\ry')/K\" v", "Key: Panel/x\\ry\nThe name holds a line break."},
+  };
+  for (const auto& [args, why] : rows) {
+    SCOPED_TRACE(args);
+    const auto r = xum("struct set " + f.text + " " + args);
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.err, "Cannot be written in the text form !\n" + why + "\nFile: " + f.text + "\n");
+    EXPECT_EQ(file_bytes(f.text), before);
+    EXPECT_EQ(f.count(), 1);
+  }
+  EXPECT_EQ(xum("struct set " + f.text + " ' /K' v").code, 2);  // a blank part names no section
+  // What fits is stored and reads back as given.
+  ASSERT_EQ(xum("struct set " + f.text + " 'Panel/a<b>' ' x=y @z '").code, 0);
+  EXPECT_EQ(xum("struct get " + f.text + " 'Panel/a<b>'").out, " x=y @z \n");
+}
+
+TEST(XumStructTool, SetKeepsTheFormAndCreatesAMissingFile) {
+  struct_files f;
+  const std::string bin = (f.dir.path / "layout.bsf").string();
+  ASSERT_EQ(xum("struct convert " + f.text + " --to binary -o " + bin).code, 0);
+  // The binary form holds line breaks; set and pack keep it binary.
+  ASSERT_EQ(xum("struct set " + bin + " Panel/Note \"$(printf 'two\\nlines')\"").code, 0);
+  ASSERT_EQ(xum("struct pack " + bin).code, 0);
+  EXPECT_EQ(file_bytes(bin).substr(0, 14), "BSF\x0AMainLayout");
+  EXPECT_EQ(xum("struct get " + bin + " Panel/Note").out, "two\nlines\n");
+  // ... and refuses what it cannot read back.
+  const std::string before = file_bytes(bin);
+  const auto r = xum("struct set " + bin + " Long " + std::string(256, 'x'));
+  EXPECT_EQ(r.code, 1);
+  EXPECT_EQ(r.err, "Cannot be written in the binary form !\nKey: Long\nA text of 256 bytes; the binary form reads "
+                   "back texts of at most 255 bytes.\nFile: " + bin + "\n");
+  EXPECT_EQ(file_bytes(bin), before);
+
+  const std::string fresh = (f.dir.path / "fresh.txt").string();
+  const auto refused = xum("struct set --no-create " + fresh + " A/B 1");
+  EXPECT_EQ(refused.code, 1);
+  EXPECT_EQ(refused.err, "File not found !\nFile: " + fresh + "\n");
+  EXPECT_FALSE(std::filesystem::exists(fresh));
+  ASSERT_EQ(xum("struct set " + fresh + " A/B 1").code, 0);
+  EXPECT_EQ(file_bytes(fresh), "TSF\r\n<A\r\n  B=1\r\n> (A)\r\n");
+}
+
+TEST(XumStructTool, ConvertRefusesATreeTheBinaryFormCannotHoldAndWritesNothing) {
+  struct_files f;
+  const std::string out = (f.dir.path / "out.bsf").string();
+  std::string many = "TSF\r\n<Big\r\n";
+  for (int i = 0; i < 32768; ++i) many += "k" + std::to_string(i) + "=1\r\n";
+  const std::pair<std::string, std::string> rows[] = {
+      {"TSF\r\nok=1\r\n<P\r\nT=" + std::string(256, 't') + "\r\nU=" + std::string(300, 'u') + "\r\n",
+       "Key: P/T\nA text of 256 bytes; the binary form reads back texts of at most 255 bytes."},
+      {"TSF\r\n" + std::string(256, 'n') + "=1\r\n",
+       "Key: " + std::string(64, 'n') + "...\nThe name is longer than 255 bytes (256)."},
+      {many, "Key: Big\nThe section holds 32768 values; the binary form keeps 32767."},
+  };
+  for (const auto& [text, why] : rows) {
+    SCOPED_TRACE(why);
+    std::ofstream(f.text, std::ios::binary) << text;
+    const auto r = xum("struct convert " + f.text + " --to binary -o " + out);
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.err, "Cannot be written in the binary form !\n" + why + "\nFile: " + f.text + "\n");
+    EXPECT_EQ(f.count(), 1);  // neither OUT nor a temporary file
+    EXPECT_EQ(xum("struct convert " + f.text + " --to binary").code, 1);
+    EXPECT_EQ(file_bytes(f.text), text);
+  }
+}
+
+TEST(XumStructTool, ARewriteCutShortLeavesTheOldFile) {
+  struct_files f;
+  std::string big = "TSFBig\r\n";
+  for (int i = 0; i < 500; ++i) big += "key" + std::to_string(i) + "=some value\r\n";
+  std::ofstream(f.text, std::ios::binary) << big;
+  const std::string out = (f.dir.path / "out.txt").string();
+  std::ofstream(out, std::ios::binary) << "old output";
+  // Writes past the limit (in 512-byte blocks) fail as on a full disk.
+  for (const int blocks : {1, 4, 8}) {  // the limit applies to the message file too
+    const std::string limit = "trap '' XFSZ; ulimit -f " + std::to_string(blocks) + "; ";
+    for (const std::string& args : {"struct set " + f.text + " New v", "struct pack " + f.text,
+                                    "struct convert " + f.text + " --to text -o " + out}) {
+      SCOPED_TRACE(limit + args);
+      const auto r = xum(args, limit);
+      EXPECT_EQ(r.code, 1);
+      EXPECT_EQ(r.err.rfind("Data writing error !", 0), 0u) << r.err;
+      EXPECT_EQ(file_bytes(f.text), big);
+      EXPECT_EQ(file_bytes(out), "old output");
+      EXPECT_EQ(f.count(), 2);
+    }
+  }
+}
+
 // Every regular file below `root` with its bytes, keyed by file name.
 std::map<std::string, std::string> tree_files(const std::filesystem::path& root) {
   std::map<std::string, std::string> out;
@@ -239,13 +378,286 @@ TEST(XumTool, VfsRoundTripsADirectoryTreeByteForByte) {
   EXPECT_EQ(xum("vfs cat " + archive + " DEEP/A.TXT").out, "alpha\n");
   EXPECT_EQ(xum("vfs verify " + archive).out, "4 members, 300014 bytes: ok\n");
 
-  // A repeated name is stored with a warning; extract by name finds the first.
-  const auto d = xum("vfs create " + archive + " " + (dir / "in" / "a.txt").string() + " " +
-                     (dir / "out" / "a.txt").string());
-  EXPECT_EQ(d.code, 0);
-  EXPECT_NE(d.err.find("is already in the archive"), std::string::npos) << d.err;
   EXPECT_EQ(xum("vfs cat " + archive + " nothing").code, 1);  // a missing member
   fs::remove_all(dir);
+}
+
+// ---- vfs and command-line messages ----------------------------------------
+
+namespace fs = std::filesystem;
+using xum::test::temp_dir;
+
+// Runs a shell command line in which $XUM is the tool; a command that hangs
+// is stopped after a minute (exit status 124).
+run_result shell(const std::string& line) {
+  const std::string base = ::testing::TempDir() + "xum_sh_" + std::to_string(getpid());
+  const std::string out = base + "_out.txt", err = base + "_err.txt";
+  const std::string cmd = "export XUM='timeout 60 " XUM_TOOL_PATH "'; { " + line + "; } >" + out + " 2>" + err;
+  const int status = std::system(cmd.c_str());
+  run_result r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, file_bytes(out), file_bytes(err)};
+  std::remove(out.c_str());
+  std::remove(err.c_str());
+  return r;
+}
+
+std::string q(const fs::path& p) { return "'" + p.string() + "'"; }
+
+void put(const fs::path& p, const std::string& bytes) {
+  fs::create_directories(p.parent_path());
+  std::ofstream(p, std::ios::binary) << bytes;
+}
+
+// The names in a folder, sorted.
+std::string listing(const fs::path& dir) {
+  std::vector<std::string> names;
+  for (const auto& e : fs::directory_iterator(dir)) names.push_back(e.path().filename().string());
+  std::sort(names.begin(), names.end());
+  std::string out;
+  for (const auto& n : names) out += n + " ";
+  return out;
+}
+
+// An archive (header value 0) with `data` as its data area and a table of
+// (name, offset, size) entries that need not match it: how damaged archives
+// are made. The scrambling is the format's: the header value is keyed from
+// phase 0, every later byte by its absolute position.
+std::string vfs_bytes(const std::string& data, const std::vector<std::tuple<std::string, std::uint64_t, std::uint64_t>>& table) {
+  const unsigned char key[8] = {0x5c, 0x13, 0xa7, 0xe2, 0x09, 0xbd, 0x44, 0x6f};
+  auto le = [](std::string& s, std::uint64_t v, int n) {
+    for (int i = 0; i < n; ++i) s.push_back(char(v >> (8 * i)));
+  };
+  std::string b = "VFS";
+  le(b, 2, 4);
+  le(b, 0, 4);
+  b += data;
+  le(b, table.size(), 4);
+  for (const auto& [name, offset, size] : table) {
+    le(b, name.size(), 4);
+    b += name;
+    le(b, offset, 8);
+    le(b, size, 8);
+  }
+  le(b, 11 + data.size(), 4);
+  for (std::size_t i = 7; i < b.size(); ++i) b[i] = char(b[i] ^ (i < 11 ? key[i - 7] : key[i % 8]));
+  return b;
+}
+
+TEST(XumMessages, MissingArgumentsAreNamedAndVersionTakesNone) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"vfs cat", "xum vfs cat: missing ARCHIVE\nUsage: xum vfs cat ARCHIVE NAME\nTry 'xum vfs cat --help'.\n"},
+      {"vfs cat a.vfs", "xum vfs cat: missing NAME\n"},
+      {"vfs create a.vfs", "xum vfs create: missing FILE or DIR\n"},
+      {"vfs extract -C", "xum vfs extract: option -C needs a value\n"},
+      {"reg get K", "xum reg get: missing NAME\n"},
+      {"--version extra", "xum: --version takes no arguments; unexpected 'extra'\nTry 'xum --help'.\n"},
+      {"vfs create --header 12x a b", "xum vfs create: --header needs a 32-bit number, not '12x'\n"}};
+  for (const auto& [args, err] : rows) {
+    SCOPED_TRACE(args);
+    const auto r = xum(args);
+    EXPECT_EQ(r.code, 2);
+    EXPECT_TRUE(r.out.empty());
+    EXPECT_EQ(r.err.rfind(err, 0), 0u) << r.err;
+  }
+}
+
+TEST(XumOutput, AFailedWriteToStandardOutputIsExit1) {
+  if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+  temp_dir dir;
+  put(dir.path / "in" / "big.bin", std::string(3 << 20, 'x'));  // several blocks
+  const std::string archive = q(dir.path / "a.vfs");
+  ASSERT_EQ(xum("vfs create " + archive + " " + q(dir.path / "in")).code, 0);
+  for (const std::string& args : std::vector<std::string>{"--version", "--help", "catalogue", "vfs list " + archive,
+                                 "vfs cat " + archive + " big.bin", "vfs create - " + q(dir.path / "in")}) {
+    SCOPED_TRACE(args);
+    const auto r = shell("$XUM " + args + " >/dev/full");
+    EXPECT_EQ(r.code, 1);
+    const std::string message = "Data writing error !\nFile: standard output\n";
+    EXPECT_NE(r.err.find(message), std::string::npos) << r.err;
+    EXPECT_EQ(r.err.find(message), r.err.rfind(message));  // once
+  }
+}
+
+TEST(XumVfsCreate, SkipsWhatCannotBeReadAndGoesOn) {
+  temp_dir dir;
+  const fs::path in = dir.path / "in";
+  put(in / "ok.txt", "ok");
+  put(dir.path / "outside.txt", "linked");
+  fs::create_symlink("../outside.txt", in / "link.txt");  // packed as the file
+  fs::create_symlink("missing", in / "dangling");
+  fs::create_symlink(".", in / "loop");                    // a folder: not followed
+  ASSERT_EQ(std::system(("mkfifo " + q(in / "fifo")).c_str()), 0);
+  std::vector<std::string> skipped = {(in / "dangling").string(), (in / "fifo").string(), (in / "loop").string(),
+                                      "/dev/zero", (dir.path / "missing").string()};
+  // Unreadable entries; root reads everything unless its capabilities go.
+  std::string as_user = "";
+  if (geteuid() == 0) as_user = "setpriv --bounding-set=-dac_override,-dac_read_search ";
+  if (geteuid() != 0 || std::system("setpriv --help >/dev/null 2>&1") == 0) {
+    put(in / "locked" / "x.txt", "x");
+    put(in / "secret.txt", "s");
+    fs::permissions(in / "locked", fs::perms::none);
+    fs::permissions(in / "secret.txt", fs::perms::none);
+    skipped.push_back((in / "locked").string());
+    skipped.push_back((in / "secret.txt").string());
+  }
+  const auto r = shell(as_user + "$XUM vfs create " + q(dir.path / "a.vfs") + " " + q(in) + " /dev/zero " +
+                       q(dir.path / "missing"));
+  fs::permissions(in / "locked", fs::perms::owner_all, fs::perm_options::add);
+  EXPECT_EQ(r.code, 1) << r.err;
+  for (const std::string& path : skipped) EXPECT_NE(r.err.find(path + ": "), std::string::npos) << path << "\n" << r.err;
+  EXPECT_NE(r.err.find("inputs skipped"), std::string::npos);
+  EXPECT_EQ(xum("vfs list " + q(dir.path / "a.vfs")).out, "link.txt\t6\t11\nok.txt\t2\t17\n");
+}
+
+TEST(XumVfsCreate, RefusesAnEmptyInputListAndNeverPacksItsOwnArchive) {
+  temp_dir dir;
+  put(dir.path / "a.txt", "a");
+  EXPECT_EQ(xum("vfs create " + q(dir.path / "x.vfs")).code, 2);
+  EXPECT_FALSE(fs::exists(dir.path / "x.vfs"));
+  const std::string cd = "cd " + q(dir.path) + " && ";
+  for (int round = 0; round < 2; ++round) {  // the second time, the archive exists
+    SCOPED_TRACE(round);
+    EXPECT_EQ(shell(cd + "$XUM vfs create self.vfs .").code, 0);
+    EXPECT_EQ(xum("vfs list " + q(dir.path / "self.vfs")).out, "a.txt\t1\t11\n");
+  }
+  // Nor an archive written to standard output that lands inside the tree.
+  EXPECT_EQ(shell(cd + "rm self.vfs && $XUM vfs create - . >piped.vfs").code, 0);
+  EXPECT_EQ(xum("vfs list " + q(dir.path / "piped.vfs")).out, "a.txt\t1\t11\n");
+  EXPECT_EQ(listing(dir.path), "a.txt piped.vfs ");
+}
+
+TEST(XumVfsCreate, RefusesCollidingNamesUnlessAllowed) {
+  temp_dir dir;
+  put(dir.path / "a" / "readme.txt", "first");
+  put(dir.path / "b" / "README.TXT", "second");
+  const fs::path archive = dir.path / "x.vfs";
+  put(archive, "kept");
+  const auto r = xum("vfs create " + q(archive) + " " + q(dir.path / "a") + " " + q(dir.path / "b"));
+  EXPECT_EQ(r.code, 1);
+  EXPECT_NE(r.err.find("readme.txt: " + (dir.path / "a/readme.txt").string() + ", " + (dir.path / "b/README.TXT").string()),
+            std::string::npos) << r.err;
+  EXPECT_EQ(file_bytes(archive), "kept");
+  const auto allowed = xum("vfs create --allow-duplicates " + q(archive) + " " + q(dir.path / "a") + " " + q(dir.path / "b"));
+  EXPECT_EQ(allowed.code, 0) << allowed.err;
+  EXPECT_EQ(xum("vfs list " + q(archive)).out, "readme.txt\t5\t11\nREADME.TXT\t6\t16\n");
+  EXPECT_EQ(xum("vfs cat " + q(archive) + " Readme.txt").out, "first");
+}
+
+TEST(XumVfsExtract, ReplacesLinksWritesTheFirstOfANameAndReportsSkips) {
+  temp_dir dir;
+  put(dir.path / "a" / "readme.txt", "first");
+  put(dir.path / "b" / "README.TXT", "second");
+  put(dir.path / "b" / "other.txt", "other");
+  put(dir.path / "victim.txt", "victim");
+  const std::string archive = q(dir.path / "x.vfs");
+  ASSERT_EQ(xum("vfs create --allow-duplicates " + archive + " " + q(dir.path / "a") + " " + q(dir.path / "b")).code, 0);
+  const fs::path out = dir.path / "out";
+  fs::create_directories(out);
+  fs::create_symlink("../victim.txt", out / "readme.txt");
+  const auto all = xum("vfs extract -C " + q(out) + " " + archive);
+  EXPECT_EQ(all.code, 1);
+  EXPECT_NE(all.err.find("member 2 'README.TXT': member 1 has the same name"), std::string::npos) << all.err;
+  EXPECT_EQ(file_bytes(dir.path / "victim.txt"), "victim");  // the link was replaced, not followed
+  EXPECT_FALSE(fs::is_symlink(out / "readme.txt"));
+  EXPECT_EQ(file_bytes(out / "readme.txt"), "first");
+  EXPECT_EQ(listing(out), "other.txt readme.txt ");
+
+  // A missing name does not stop the others.
+  fs::remove_all(out);
+  const auto named = xum("vfs extract -C " + q(out) + " " + archive + " nothere OTHER.TXT");
+  EXPECT_EQ(named.code, 1);
+  EXPECT_NE(named.err.find("nothere: not in the archive"), std::string::npos) << named.err;
+  EXPECT_EQ(listing(out), "other.txt ");
+
+  // Unsafe names and a member the table puts past the end: skipped, and
+  // nothing half-written is left.
+  fs::remove_all(out);
+  put(dir.path / "bad.vfs", vfs_bytes("abcde", {{"a.txt", 11, 2}, {"../evil.txt", 13, 1}, {"big.txt", 14, 1ull << 40}}));
+  const auto bad = xum("vfs extract -C " + q(out) + " " + q(dir.path / "bad.vfs"));
+  EXPECT_EQ(bad.code, 1);
+  EXPECT_NE(bad.err.find("'../evil.txt': not a plain file name"), std::string::npos) << bad.err;
+  EXPECT_NE(bad.err.find("'big.txt': the table places it outside"), std::string::npos) << bad.err;
+  EXPECT_EQ(listing(out), "a.txt ");
+  EXPECT_FALSE(fs::exists(dir.path / "evil.txt"));
+}
+
+TEST(XumVfsVerify, FlagsTablesThatPointOutsideTheFile) {
+  temp_dir dir;
+  const auto run = [&](const std::string& cmd, const std::string& bytes) {
+    put(dir.path / "t.vfs", bytes);
+    return xum("vfs " + cmd + " " + q(dir.path / "t.vfs"));
+  };
+  const std::string beyond = vfs_bytes("helloworld", {{"a.txt", 11, 5}, {"b.txt", 16, 20000000000000000ull}});
+  const auto l = run("list", beyond);
+  EXPECT_EQ(l.code, 1);
+  EXPECT_EQ(l.out, "a.txt\t5\t11\nb.txt\t20000000000000000\t16\tdamaged\n");
+  const auto v = run("verify", beyond);
+  EXPECT_EQ(v.code, 1);
+  EXPECT_EQ(v.out, "2 members, 5 bytes: BROKEN\n");
+  EXPECT_NE(v.err.find("'b.txt': 20000000000000000 bytes at offset 16 lie outside"), std::string::npos) << v.err;
+  const auto overlap = run("verify", vfs_bytes("helloworld", {{"a.txt", 11, 5}, {"b.txt", 13, 5}}));
+  EXPECT_EQ(overlap.code, 1);
+  EXPECT_NE(overlap.err.find("'b.txt' overlaps member 1 'a.txt'"), std::string::npos) << overlap.err;
+  EXPECT_EQ(run("verify", vfs_bytes("helloworld", {{"a.txt", 11, 5}, {"b.txt", 16, 5}})).code, 0);
+}
+
+TEST(XumVfs, DashReadsAndWritesStandardStreams) {
+  temp_dir dir;
+  put(dir.path / "in" / "a.txt", "alpha");
+  const auto piped = shell("$XUM vfs create - " + q(dir.path / "in") + " | $XUM vfs list -");
+  EXPECT_EQ(piped.code, 0) << piped.err;
+  EXPECT_EQ(piped.out, "a.txt\t5\t11\n");
+  ASSERT_EQ(xum("vfs create " + q(dir.path / "x.vfs") + " " + q(dir.path / "in")).code, 0);
+  EXPECT_EQ(shell("$XUM vfs cat - A.TXT <" + q(dir.path / "x.vfs")).out, "alpha");
+  const auto junk = shell("echo junk | $XUM vfs list -");
+  EXPECT_EQ(junk.code, 1);
+  EXPECT_EQ(junk.err, "Invalid data format !\nFile: standard input\n");
+}
+
+TEST(XumVfsCreate, AFileSizeLimitFailsCleanlyAndKeepsTheOldArchive) {
+  // Writes past the limit fail as on a full disk (the signal the limit
+  // raises is ignored). The member ends 20 bytes short of 3 MiB, so that the
+  // largest limit cuts into the table; the smaller ones cut the member.
+  temp_dir dir;
+  put(dir.path / "in" / "big.bin", std::string((3 << 20) - 20, 'b'));
+  put(dir.path / "old" / "small.txt", "small");
+  const fs::path archive = dir.path / "x.vfs";
+  ASSERT_EQ(xum("vfs create " + q(archive) + " " + q(dir.path / "old")).code, 0);
+  const std::string old = file_bytes(archive);
+  // (Standard error goes to a file here, so the limit must leave room for
+  // the message.)
+  for (int kib : {1, 1024, 3072}) {
+    SCOPED_TRACE(kib);
+    const auto r = shell("trap '' XFSZ; ulimit -f " + std::to_string(kib) + " && $XUM vfs create " + q(archive) +
+                         " " + q(dir.path / "in"));
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.err.rfind("Data writing error !\nFile: " + archive.string() + "\n", 0), 0u) << r.err;
+    EXPECT_NE(r.err.find("File too large"), std::string::npos) << r.err;
+    EXPECT_TRUE(file_bytes(archive) == old);  // unchanged
+    EXPECT_EQ(listing(dir.path), "in old x.vfs ");
+  }
+  // Without a limit the same command succeeds.
+  EXPECT_EQ(xum("vfs create " + q(archive) + " " + q(dir.path / "in")).code, 0);
+  EXPECT_EQ(fs::file_size(archive), (3u << 20) + 26);
+}
+
+TEST(XumVfsCreate, AFullFileSystemFailsCleanlyAndKeepsTheOldArchive) {
+  // A 256 KiB tmpfs in a private mount namespace: needs root (or the right
+  // to make namespaces), as CI has.
+  if (shell("unshare -m sh -c 'mount -t tmpfs -o size=4k none /mnt'").code != 0)
+    GTEST_SKIP() << "cannot mount a tmpfs in a private namespace here";
+  temp_dir dir;
+  put(dir.path / "old" / "small.txt", "small");
+  put(dir.path / "in" / "big.bin", std::string(1 << 20, 'b'));
+  fs::create_directories(dir.path / "mnt");
+  const std::string d = dir.path.string();
+  const auto r = shell("unshare -m sh -c 'mount -t tmpfs -o size=256k none " + d + "/mnt && "
+                       "$XUM vfs create " + d + "/mnt/a.vfs " + d + "/old && cp " + d + "/mnt/a.vfs " + d + "/before.vfs && "
+                       "{ $XUM vfs create " + d + "/mnt/a.vfs " + d + "/in; echo \"exit $?\"; } && "
+                       "cp " + d + "/mnt/a.vfs " + d + "/after.vfs && ls -A " + d + "/mnt'");
+  EXPECT_EQ(r.out, "exit 1\na.vfs\n") << r.err;  // no temporary file left
+  EXPECT_EQ(r.err, "Data writing error !\nFile: " + d + "/mnt/a.vfs\nNo space left on device\n");
+  EXPECT_TRUE(file_bytes(dir.path / "after.vfs") == file_bytes(dir.path / "before.vfs"));  // unchanged
+  EXPECT_FALSE(file_bytes(dir.path / "before.vfs").empty());
 }
 
 }  // namespace

@@ -44,12 +44,22 @@ int main(int argc, char** argv) {
   // Case mapping and the short date format follow the user's locale.
   std::setlocale(LC_ALL, "");
   std::vector<std::string> args(argv + 1, argv + argc);
-  if (args.size() == 1 && args[0] == "--version") {
-    std::cout << "xum " XUM_VERSION " (XUMComps " XUM_VERSION ")\n";
-    return xum::cli::exit_ok;
-  }
   try {
-    return xum::cli::dispatch(root_command(), args, "xum", std::cout, std::cerr);
+    int code = xum::cli::exit_ok;
+    if (!args.empty() && args[0] == "--version") {
+      if (args.size() > 1) {
+        std::cerr << "xum: --version takes no arguments; unexpected '" << args[1] << "'\n"
+                  << "Try 'xum --help'.\n";
+        return xum::cli::exit_usage;
+      }
+      std::cout << "xum " XUM_VERSION " (XUMComps " XUM_VERSION ")\n";
+    } else {
+      code = xum::cli::dispatch(root_command(), args, "xum", std::cout, std::cerr);
+    }
+    // Everything a command wrote must have reached standard output: a full
+    // disk or a closed descriptor is a failure, as it is for cat.
+    xum::cli::check_output(std::cout);
+    return code;
   } catch (const xum::Exception& e) {
     std::cerr << e.what() << '\n';
   } catch (const xum::xexception& e) {

@@ -4,6 +4,9 @@
 #include <ostream>
 #include <sstream>
 
+#include "core/xcatalogue.h"
+#include "core/xexception.h"
+
 namespace xum::cli {
 
 namespace {
@@ -59,10 +62,46 @@ std::vector<std::string> arguments::positionals(int min, int max) {
       result.push_back(a);
     }
   }
-  if (static_cast<int>(result.size()) < min) throw usage_error("missing argument");
+  if (static_cast<int>(result.size()) < min) {
+    const std::size_t next = result.size();
+    throw usage_error("missing " + (next < names_.size() ? names_[next] : std::string("argument")));
+  }
   if (max >= 0 && static_cast<int>(result.size()) > max)
     throw usage_error("unexpected argument '" + result[static_cast<std::size_t>(max)] + "'");
   return result;
+}
+
+std::vector<std::string> positional_names(const std::string& usage) {
+  std::vector<std::string> names;
+  std::istringstream words(usage);
+  int depth = 0;
+  bool option_value = false;  // the word after an option is its value
+  for (std::string w; words >> w;) {
+    const int opening = static_cast<int>(std::count(w.begin(), w.end(), '['));
+    const int closing = static_cast<int>(std::count(w.begin(), w.end(), ']'));
+    const bool outside = depth == 0 && opening == 0;
+    depth += opening - closing;
+    if (!outside) continue;
+    if (is_option(w)) {
+      option_value = true;
+      continue;
+    }
+    if (option_value) {
+      option_value = false;
+      continue;
+    }
+    if (w.size() > 3 && w.compare(w.size() - 3, 3, "...") == 0) w.resize(w.size() - 3);
+    for (std::size_t bar; (bar = w.find('|')) != std::string::npos;) w.replace(bar, 1, " or ");
+    names.push_back(w);
+  }
+  return names;
+}
+
+void check_output(std::ostream& out) {
+  out.flush();
+  if (!out) {
+    xerror(msg::eWriteError.text + "\n" + msg::FileName.text + "standard output");
+  }
 }
 
 std::string help_text(const command& c, const std::string& path) {
@@ -118,10 +157,12 @@ int dispatch(const command& root, const std::vector<std::string>& args, const st
         return exit_ok;
       }
     }
-    arguments a(std::move(rest));
+    arguments a(std::move(rest), positional_names(c->usage));
     return c->run(a);
   } catch (const usage_error& e) {
-    err << where << ": " << e.what() << "\nTry '" << where << " --help'.\n";
+    err << where << ": " << e.what() << "\n";
+    if (c->children.empty() && !c->usage.empty()) err << "Usage: " << where << ' ' << c->usage << "\n";
+    err << "Try '" << where << " --help'.\n";
     return exit_usage;
   }
 }

@@ -27,22 +27,33 @@ class usage_error : public std::runtime_error {
 };
 
 // The arguments of one leaf command. Options are taken out by name; what is
-// left must be positional, and `finish` reports anything unexpected.
+// left must be positional, and `positionals` reports anything unexpected.
 class arguments {
  public:
-  explicit arguments(std::vector<std::string> args) : args_(std::move(args)) {}
+  // `names` are the positional arguments' names, for messages such as
+  // "missing ARCHIVE" (dispatch takes them from the command's usage).
+  explicit arguments(std::vector<std::string> args, std::vector<std::string> names = {})
+      : args_(std::move(args)), names_(std::move(names)) {}
 
   // Removes `--name` (or its short form) and says whether it was there.
   bool flag(const std::string& name, const std::string& short_name = "");
   // Removes `--name VALUE` / `--name=VALUE` (or `-x VALUE`) and returns VALUE.
   std::optional<std::string> option(const std::string& name, const std::string& short_name = "");
   // The remaining arguments, which must all be positional; between `min`
-  // and `max` of them (max < 0: no limit).
+  // and `max` of them (max < 0: no limit). Too few is "missing NAME" with
+  // the first missing argument's name; a lone "-" counts as positional
+  // (standard input or output).
   std::vector<std::string> positionals(int min, int max);
 
  private:
   std::vector<std::string> args_;
+  std::vector<std::string> names_;
 };
+
+// The names of the positional arguments in a usage line, in order:
+// "[--header N] ARCHIVE FILE|DIR..." gives "ARCHIVE", "FILE or DIR".
+// Bracketed parts, options and an option's value are left out.
+std::vector<std::string> positional_names(const std::string& usage);
 
 struct command {
   std::string name;
@@ -55,12 +66,20 @@ struct command {
 
 // Runs the command that `args` names below `root`. `path` is the command
 // path printed in messages ("xum"). Returns the exit code; usage errors are
-// reported here, other exceptions propagate to the caller.
+// reported here (what is wrong, the command's usage line and where to find
+// help), other exceptions propagate to the caller.
 int dispatch(const command& root, const std::vector<std::string>& args, const std::string& path,
              std::ostream& out, std::ostream& err);
 
 // The --help text of a command.
 std::string help_text(const command& c, const std::string& path);
+
+// Flushes `out` (standard output) and reports through xerror, as "Data
+// writing error !" naming standard output, when anything written to it
+// was lost (a full disk, a closed descriptor). main calls it before it
+// exits; commands that write much call it as they go, so that they stop
+// at the first failed write.
+void check_output(std::ostream& out);
 
 }  // namespace xum::cli
 

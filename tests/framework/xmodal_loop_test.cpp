@@ -1,0 +1,222 @@
+#include "framework/xmodal_loop.h"
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "framework/tapplication.h"
+#include "framework/tstdctrls.h"
+#include "framework/tthread.h"
+#include "framework/xmain_loop.h"
+#include "framework/xui_backend.h"
+#include "platform/xos.h"
+
+namespace xum {
+namespace {
+
+constexpr int kPatience = 10000;  // ms a test waits for work that should come at once
+
+// A dialog on the scripted backend: an edit and OK/Cancel buttons.
+class ModalLoop : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    xmain_loop::instance().bind_to_current_thread();
+    xmain_loop::instance().open();
+    for (TControl* c : {static_cast<TControl*>(edit_), static_cast<TControl*>(ok_), static_cast<TControl*>(cancel_)})
+      c->SetParent(form_);
+    form_->SetName(u"Dialog");
+    edit_->SetName(u"Answer");
+    ok_->SetName(u"OkBtn");
+    ok_->SetModalResult(mrOk);
+    ok_->SetDefault(true);
+    cancel_->SetName(u"CancelBtn");
+    cancel_->SetModalResult(mrCancel);
+  }
+  void TearDown() override { delete form_; }
+
+  xscripted_backend ui_;
+  xui_backend_scope use_{ui_};
+  TForm* form_ = new TForm(nullptr);
+  TEdit* edit_ = new TEdit(form_);
+  TButton* ok_ = new TButton(form_);
+  TButton* cancel_ = new TButton(form_);
+};
+
+TEST_F(ModalLoop, SynchronizeOfAWorkerCompletesWhileTheFormIsOpen) {
+  // The user waits; a worker reports through the main thread, then closes
+  // the dialog from there. Its first call must have completed with the
+  // dialog still open, or the second could not close it.
+  bool open_during_first = false;
+  std::thread worker([&] {
+    TThread::Synchronize(nullptr, [&] { open_during_first = form_->Modal(); });
+    TThread::Synchronize(nullptr, [&] { form_->SetModalResult(mrYes); });
+  });
+  ui_.queue_steps({[](TCustomForm&, xmodal_loop& loop) {
+    loop.run(kPatience);
+    return static_cast<int>(mrNone);
+  }});
+  const TModalResult result = form_->ShowModal();
+  worker.join();
+  EXPECT_EQ(result, mrYes);
+  EXPECT_TRUE(open_during_first);
+}
+
+TEST_F(ModalLoop, PostedCallsWatchesAndTimersRunWhileTheFormIsOpen) {
+  xmain_loop& loop = xmain_loop::instance();
+  std::vector<std::string> seen;
+  const auto note = [&](const char* what) { seen.push_back(std::string(what) + (form_->Modal() ? " modal" : "")); };
+  // Already waiting when the form opens: the backend runs them before it
+  // answers.
+  loop.post([&] { note("posted"); });
+  int fds[2];
+  ASSERT_TRUE(platform::os().make_wake_pipe(fds));
+  platform::os().wake_pipe(fds[1]);
+  const int watch = loop.watch(fds[0], xmain_loop::watch_in, [&](unsigned) {
+    platform::os().drain_pipe(fds[0]);
+    note("watch");
+  });
+  ui_.queue_press({u"OkBtn"});
+  EXPECT_EQ(form_->ShowModal(), mrOk);
+  loop.unwatch(watch);
+  EXPECT_EQ(seen, (std::vector<std::string>{"posted modal", "watch modal"}));
+
+  // A timer comes due while the user waits, and its work closes the form.
+  seen.clear();
+  const int timer = loop.add_timer(1, [&] {
+    note("timer");
+    form_->Close();
+  });
+  ui_.queue_steps({[](TCustomForm&, xmodal_loop& modal) { return modal.run(kPatience) ? mrNone : mrAbort; }});
+  EXPECT_EQ(form_->ShowModal(), mrCancel);
+  loop.remove_timer(timer);
+  EXPECT_EQ(seen, (std::vector<std::string>{"timer modal"}));
+  platform::os().close_fd(fds[0]);
+  platform::os().close_fd(fds[1]);
+}
+
+TEST_F(ModalLoop, CloseQueryDecidesWhetherAModalResultClosesTheForm) {
+  // Validation of OK: an empty answer is refused; Cancel always closes.
+  std::vector<int> asked;
+  form_->OnCloseQuery = [&](TObject*, bool& can_close) {
+    asked.push_back(form_->ModalResult());
+    can_close = form_->ModalResult() != mrOk || !edit_->Text().empty();
+  };
+  // Refused: the form stays open and the script goes on with the next press.
+  ui_.queue_press({u"OkBtn", u"CancelBtn"});
+  EXPECT_EQ(form_->ShowModal(), mrCancel);
+  EXPECT_EQ(asked, (std::vector<int>{mrOk, mrCancel}));
+
+  // After a refusal the result is mrNone again; the user corrects the input
+  // and the press holds.
+  asked.clear();
+  ui_.queue_steps({
+      [](TCustomForm& f, xmodal_loop&) { return xpress_button(f, u"OkBtn"); },
+      [&](TCustomForm& f, xmodal_loop&) {
+        EXPECT_EQ(f.ModalResult(), mrNone);
+        EXPECT_TRUE(f.Modal());
+        edit_->SetText(u"valid");
+        return xpress_button(f, u"OkBtn");
+      },
+  });
+  EXPECT_EQ(form_->ShowModal(), mrOk);
+  EXPECT_EQ(asked, (std::vector<int>{mrOk, mrOk}));
+
+  // A script used up with the form still open ends it with mrCancel,
+  // without asking again; so does a form shown with no script left.
+  asked.clear();
+  edit_->SetText(u"");
+  ui_.queue_press({u"OkBtn"});
+  EXPECT_EQ(form_->ShowModal(), mrCancel);
+  EXPECT_EQ(form_->ShowModal(), mrCancel);
+  EXPECT_EQ(asked, (std::vector<int>{mrOk}));
+
+  // OnClose: caNone keeps the form open.
+  form_->OnCloseQuery = nullptr;
+  TCloseAction next = caNone;
+  form_->OnClose = [&](TObject*, TCloseAction& action) {
+    action = next;
+    next = caHide;
+  };
+  ui_.queue_press({u"CancelBtn", u"OkBtn"});
+  EXPECT_EQ(form_->ShowModal(), mrOk);
+
+  // The headless backend's default button is refused: the form ends.
+  xheadless_backend headless;
+  headless.set_output(nullptr);
+  xui_backend_scope use(headless);
+  form_->OnClose = nullptr;
+  form_->OnCloseQuery = [](TObject*, bool& can_close) { can_close = false; };
+  EXPECT_EQ(form_->ShowModal(), mrCancel);
+}
+
+TEST_F(ModalLoop, FreedOnCloseTheFormIsReleasedAfterShowModal) {
+  auto* owned = new TForm(Application());
+  bool gone = false;
+  struct watcher : TComponent {
+    bool* gone;
+    explicit watcher(bool* g) : TComponent(nullptr), gone(g) {}
+    void Notification(TComponent*, TOperation op) override { *gone |= op == opRemove; }
+  } probe(&gone);
+  probe.FreeNotification(owned);
+  owned->OnClose = [](TObject*, TCloseAction& action) { action = caFree; };
+  ui_.queue_form([](TCustomForm& f) {
+    f.Close();
+    return static_cast<int>(mrNone);
+  });
+  EXPECT_EQ(owned->ShowModal(), mrCancel);
+  EXPECT_FALSE(gone);  // still there for the caller to read
+  xmain_loop::instance().run_once(0);
+  EXPECT_TRUE(gone);
+}
+
+TEST_F(ModalLoop, NestedFormsRunTheirOwnLoops) {
+  TForm inner(nullptr);
+  inner.SetCaption(u"Inner");
+  auto* inner_ok = new TButton(&inner);
+  inner_ok->SetParent(&inner);
+  inner_ok->SetName(u"InnerOk");
+  inner_ok->SetModalResult(mrOk);
+  TModalResult inner_result = mrNone;
+  bool outer_open_after_inner = false;
+  ui_.queue_steps({
+      [&](TCustomForm& outer, xmodal_loop&) {
+        EXPECT_THROW(outer.ShowModal(), EInvalidOperation);  // already modal
+        inner_result = inner.ShowModal();
+        outer_open_after_inner = outer.Modal();
+        return static_cast<int>(mrNone);
+      },
+      [](TCustomForm& outer, xmodal_loop&) { return xpress_button(outer, u"CancelBtn"); },
+  });
+  // The outer form's result is set while the inner one is open: the outer
+  // form ends only when the inner one has returned, before its next step.
+  ui_.queue_steps({[&](TCustomForm& f, xmodal_loop& loop) {
+    xmain_loop::instance().post([&] { form_->SetModalResult(mrRetry); });
+    loop.turn(0);
+    EXPECT_TRUE(form_->Modal());
+    return xpress_button(f, u"InnerOk");
+  }});
+  EXPECT_EQ(form_->ShowModal(), mrRetry);
+  EXPECT_EQ(inner_result, mrOk);
+  EXPECT_TRUE(outer_open_after_inner);
+  EXPECT_EQ(ui_.forms(), (std::vector<UnicodeString>{u"", u"Inner"}));
+
+  // Terminating the application ends every open modal form with mrCancel.
+  ui_.queue_steps({[&](TCustomForm&, xmodal_loop& loop) {
+    inner_result = inner.ShowModal();
+    return loop.ended() ? mrNone : mrAbort;
+  }});
+  ui_.queue_steps({[](TCustomForm& f, xmodal_loop& loop) {
+    std::thread([] { Application()->Terminate(); }).join();
+    return loop.run(kPatience) ? mrNone : xpress_button(f, u"InnerOk");
+  }});
+  EXPECT_EQ(form_->ShowModal(), mrCancel);
+  EXPECT_EQ(inner_result, mrCancel);
+  // A form shown after the end is still asked.
+  ui_.queue_press({u"OkBtn"});
+  EXPECT_EQ(form_->ShowModal(), mrOk);
+}
+
+}  // namespace
+}  // namespace xum
