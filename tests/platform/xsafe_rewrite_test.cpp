@@ -5,14 +5,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "core/xreg_key.h"
+#include "formats/xstruct_format.h"
+#include "formats/xvirtual_file_sys.h"
 #include "platform/testing/xfault_os.h"
 #include "platform/testing/xmemory_os.h"
 #include "platform/xos.h"
+#include "streams/xmemory_stream.h"
 #include "streams/xreplace_file_stream.h"
 #include "tests/support/xfault_cases.h"
 #include "tests/support/xtest_helpers.h"
@@ -64,15 +68,16 @@ class SafeRewrite : public ::testing::TestWithParam<bool> {
     return names;
   }
 
-  // Runs `save` once without faults (which must succeed and write `saved`)
-  // and then under every fault case, each time from a file holding `old`.
-  void every_fault(const std::string& target, const std::string& old, const std::string& saved,
+  // Runs `save` once without faults (which must succeed, write `saved` and
+  // take at least `writes` write calls) and then under every fault case,
+  // each time from a file holding `old`.
+  void every_fault(const std::string& target, const std::string& old, const std::string& saved, int writes,
                    const std::function<void()>& save, const std::string& message_head) {
     const std::string folder = target.substr(0, target.rfind('/'));
     put(target, old);
     const std::vector<std::string> before = names_in(folder);
     const test::write_count count = test::count_writes(*faults_, save);
-    ASSERT_GT(count.calls, 0);
+    ASSERT_GE(count.calls, writes);
     ASSERT_EQ(bytes_of(target), saved);
     for (const test::fault_case& c : test::fault_cases(count)) {
       SCOPED_TRACE(c.name);
@@ -109,7 +114,7 @@ std::string joined(const std::vector<std::string>& lines) {
 TEST_P(SafeRewrite, ReplaceStreamWrittenByWriteBuffer) {
   const std::string target = folder_ + "/layout.txt";
   every_fault(
-      target, old_text, joined(new_lines),
+      target, old_text, joined(new_lines), 5,
       [&] {
         xreplace_file_stream out(target.c_str());
         for (const std::string& l : new_lines) out.write_buffer(l.data(), static_cast<int>(l.size()));
@@ -122,7 +127,7 @@ TEST_P(SafeRewrite, ReplaceStreamWhoseWriterIgnoresShortCounts) {
   // Close alone must notice a write that fell short.
   const std::string target = folder_ + "/layout.txt";
   every_fault(
-      target, old_text, joined(new_lines),
+      target, old_text, joined(new_lines), 5,
       [&] {
         xreplace_file_stream out(target.c_str());
         for (const std::string& l : new_lines) static_cast<void>(out.write(l.data(), static_cast<int>(l.size())));
@@ -142,7 +147,7 @@ TEST_P(SafeRewrite, SettingsStoreValue) {
   const std::string old = bytes_of(value_file);
   ASSERT_EQ(old, std::string("XRV\x01Old", 7) + '\0');
   every_fault(
-      value_file, old, std::string("XRV\x01Sales report", 16) + '\0',
+      value_file, old, std::string("XRV\x01Sales report", 16) + '\0', 1,
       [&] {
         xreg_key key("Software\\App", false);
         key.str_prop("Title", "Sales report", "");
@@ -151,6 +156,81 @@ TEST_P(SafeRewrite, SettingsStoreValue) {
   xreg_key read("Software\\App", true);
   EXPECT_EQ(read.str_prop("Title", "", "missing"), "Old");
   unsetenv("XUM_REGISTRY_ROOT");
+}
+
+// Settings that take several writes: the text form writes in blocks of
+// 1 MiB, so a dozen long values; the binary form in blocks of 256 KiB, and
+// keeps texts under 256 bytes, so many short values.
+void describe_settings(xstruct_format& f, bool binary) {
+  f.identifier("Layout");
+  for (int s = 0; s < 3; ++s) {
+    f.begin_section("Panel" + xstr(std::to_string(s).c_str()));
+    for (int k = 0; k < (binary ? 5000 : 4); ++k) {
+      std::string text = "value " + std::to_string(k * 7919);
+      if (!binary) text.resize(100000, static_cast<char>('a' + k));
+      xstr value(std::string_view{text});
+      f.str(("Key" + std::to_string(k)).c_str(), value, "", true);
+    }
+    f.end_section();
+  }
+}
+
+std::string saved_settings(bool binary) {
+  xmemory_stream m;
+  xstruct_format f;
+  f.save_to_stream(m);
+  f.set_binary(binary);  // after opening: every close clears it
+  describe_settings(f, binary);
+  f.close();
+  return test::bytes_of(m);
+}
+
+TEST_P(SafeRewrite, StructuredFormatSaveInEitherForm) {
+  const std::string target = folder_ + "/layout.tsf";
+  for (const bool binary : {false, true}) {
+    SCOPED_TRACE(binary ? "binary" : "text");
+    every_fault(
+        target, old_text, saved_settings(binary), 2,
+        [&] {
+          xstruct_format f;
+          f.open_file(target.c_str(), xfile_create);
+          f.set_binary(binary);
+          describe_settings(f, binary);
+          f.close();
+        },
+        "Data writing error !\nFile: " + target);
+  }
+}
+
+// An archive of a few members whose bytes pass the archive's 1 MiB write
+// buffer several times over, and a small one at the end.
+void pack(xvirtual_file_sys& archive) {
+  for (int m = 0; m < 4; ++m) {
+    std::string bytes(m == 3 ? 100 : 700000, '\0');
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * 31 + m);
+    xbuffer_stream data(bytes.data(), static_cast<int>(bytes.size()));
+    archive.add_stream(("member" + std::to_string(m) + ".bin").c_str(), data);
+  }
+}
+
+TEST_P(SafeRewrite, ArchiveCreateAndClose) {
+  const std::string target = folder_ + "/data.vfs";
+  xmemory_stream expected;
+  {
+    xvirtual_file_sys archive;
+    archive.create(expected);
+    pack(archive);
+    archive.close();
+  }
+  every_fault(
+      target, old_text, test::bytes_of(expected), 3,
+      [&] {
+        xvirtual_file_sys archive;
+        archive.create(target.c_str());
+        pack(archive);
+        archive.close();
+      },
+      "Data writing error !\nFile: " + target);
 }
 
 INSTANTIATE_TEST_SUITE_P(Disks, SafeRewrite, ::testing::Values(false, true),
