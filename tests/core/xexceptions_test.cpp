@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "core/xcatalogue.h"
+#include "core/xexception.h"
 #include "core/xmessage_box.h"
+#include "core/xstr.h"
 
 namespace xum {
 namespace {
@@ -108,6 +110,43 @@ TEST_F(XExceptionShow, UnknownExceptionStaysSilentOnceAfterShow) {
   ASSERT_EQ(boxes.size(), 2u);
   EXPECT_EQ(boxes[1].text, "Unknown internal error !");
   EXPECT_FALSE(XException::messageShowed);
+}
+
+// --- one root: std::exception ------------------------------------------------
+
+TEST(XExceptionRoot, ContractCodesAreStdExceptionsNamingTheirMeaning) {
+  const std::tuple<int, const char*> rows[] = {
+      {0, "Argument or index out of range (xexception 0)"},
+      {4, "Operation not supported by the stream or not allowed in its mode (xexception 4)"},
+      {7, "Resource not found (xexception 7)"},
+      {-3, "Contract violation (xexception -3)"},
+  };
+  for (const auto& [code, text] : rows) {
+    SCOPED_TRACE(code);
+    try {
+      throw xexception(code);
+    } catch (const std::exception& e) {
+      EXPECT_STREQ(e.what(), text);
+      const auto* x = dynamic_cast<const xexception*>(&e);
+      ASSERT_NE(x, nullptr);
+      EXPECT_EQ(x->code(), code);
+    }
+  }
+}
+
+TEST(XExceptionRoot, ContractCodesStillCatchByValueAndConvertToInt) {
+  // The form callers of the integer code have always written.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wcatch-value"
+  try {
+    (void)xstr("abc").sub_str(1, 3);
+    FAIL() << "no contract violation";
+  } catch (xexception e) {
+    const int code = e;
+    EXPECT_EQ(code, 0);
+    EXPECT_TRUE(e == xexception::out_of_range);
+  }
+#pragma GCC diagnostic pop
 }
 
 }  // namespace

@@ -153,7 +153,7 @@ TEST_F(XFileStream, OperationsOutsideTheModeThrowCode4) {
   try {
     writer.read(b, 1);
     FAIL() << "read on a write-only stream";
-  } catch (xexception e) {
+  } catch (const xexception& e) {
     EXPECT_EQ(e, 4);
   }
   // No access rights at all: the file opens but neither reads nor writes.
