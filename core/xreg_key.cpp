@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/xcatalogue.h"
+#include "core/xexceptions.h"
 #include "platform/xfiles.h"
 #include "platform/xstore_files.h"
 
@@ -122,7 +123,7 @@ void xreg_key::put(const xstr& name, value_type type, const void* data, std::siz
   bytes.append(static_cast<const char*>(data), size);
   const std::string file = value_file(name);
   if (!platform::replace_file(file, bytes.data(), bytes.size()))
-    xerror(msg::eWriteError.text + "\n" + msg::FileName.text + file.c_str());
+    xerror(xerror_category::io, msg::eWriteError.text + "\n" + msg::FileName.text + file.c_str());
 }
 
 void xreg_key::str(const xstr& name, xstr& value, const xstr& def) {

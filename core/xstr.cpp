@@ -473,12 +473,6 @@ void link_loc_str(xloc_str** head, xloc_str& s) {
 
 xerror_handler_fn xerror_handler = nullptr;
 
-void xerror(const xstr& message) {
-  if (xerror_handler != nullptr) {
-    xerror_handler(message);
-    return;
-  }
-  throw XException(message.w_str());
-}
+void xerror(const xstr& message) { xerror(xerror_category::general, message); }
 
 }  // namespace xum

@@ -2,6 +2,7 @@
 
 #include "core/xcatalogue.h"
 #include "core/xexception.h"
+#include "core/xexceptions.h"
 #include "core/xfile_utils.h"
 #include "core/xvirtual_fs.h"
 #include "platform/xfile_io.h"
@@ -186,15 +187,18 @@ void xfile_stream::error_handler() {
   // that an archive serves never pays for the extra look.
   if (last_error_ == platform::missing_file) last_error_ = platform::missing_file_error(name_.get_text());
   xstr cause;
+  // An invalid mode is the caller's mistake; causes without a text of their
+  // own are failures of the system.
+  xerror_category category = xerror_category::io;
   switch (last_error_) {
-    case 2: cause = msg::eNOFILE.text; break;
-    case 3: cause = msg::eNOPATH.text; break;
+    case 2: cause = msg::eNOFILE.text; category = xerror_category::not_found; break;
+    case 3: cause = msg::eNOPATH.text; category = xerror_category::not_found; break;
     case 4: cause = msg::eMFILE.text; break;
-    case 5: cause = msg::eACCES.text; break;
-    case 12: cause = msg::eINVACC.text; break;
+    case 5: cause = msg::eACCES.text; category = xerror_category::permission; break;
+    case 12: cause = msg::eINVACC.text; category = xerror_category::general; break;
     default: break;
   }
-  xerror(cause + "\n" + msg::FileName.text + name_);
+  xerror(category, cause + "\n" + msg::FileName.text + name_);
 }
 
 void xfile_stream::enable_statistics(bool on) noexcept {

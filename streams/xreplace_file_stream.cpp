@@ -4,6 +4,7 @@
 
 #include "core/xcatalogue.h"
 #include "core/xexception.h"
+#include "core/xexceptions.h"
 #include "platform/xfile_io.h"
 #include "platform/xfiles.h"
 #include "streams/xfile_stream.h"
@@ -41,10 +42,10 @@ void xreplace_file_stream::open(const xstr& target, xlink_policy links, xsync_po
     // The causes a direct write reports read exactly as its; anything
     // else keeps the system's text.
     switch (error) {
-      case 3: report(msg::eNOPATH.text, {}); break;
-      case 4: report(msg::eMFILE.text, {}); break;
-      case 5: report(msg::eACCES.text, {}); break;
-      default: report(msg::eWriteError.text, detail); break;
+      case 3: report(xerror_category::not_found, msg::eNOPATH.text, {}); break;
+      case 4: report(xerror_category::io, msg::eMFILE.text, {}); break;
+      case 5: report(xerror_category::permission, msg::eACCES.text, {}); break;
+      default: report(xerror_category::io, msg::eWriteError.text, detail); break;
     }
     return;
   }
@@ -78,7 +79,7 @@ void xreplace_file_stream::close() {
   if (!ok) platform::remove_file(temp_.get_text());
   temp_.clear();
   mode_ = 0;
-  if (!ok) report(msg::eWriteError.text, detail);
+  if (!ok) report(xerror_category::io, msg::eWriteError.text, detail);
 }
 
 int xreplace_file_stream::read(void* buffer, int count) {
@@ -110,10 +111,10 @@ void xreplace_file_stream::set_size(std::int64_t size) {
 
 xstr xreplace_file_stream::description() const { return msg::FileName.text + target_; }
 
-void xreplace_file_stream::report(const xstr& cause, const std::string& detail) {
+void xreplace_file_stream::report(xerror_category category, const xstr& cause, const std::string& detail) {
   xstr text = cause + "\n" + msg::FileName.text + target_;
   if (!detail.empty()) text += xstr("\n") + detail.c_str();
-  xerror(text);
+  xerror(category, text);
 }
 
 }  // namespace xum

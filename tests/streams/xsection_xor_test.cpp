@@ -120,14 +120,20 @@ TEST_F(XSectionStream, ReadsAndWritesStopAtTheSectionEnd) {
   EXPECT_THROW(s.open(m, -1, false), xexception);
 }
 
-TEST_F(XSectionStream, ShortReadBufferReportsTheUnderlyingDescription) {
+TEST_F(XSectionStream, ShortTransfersReportIOErrorsWithTheUnderlyingDescription) {
   xsection_stream s(m, 4, false);
   char out[10];
   try {
     s.read_buffer(out, 10);
     ADD_FAILURE() << "no error raised";
-  } catch (const XException& e) {
+  } catch (const XEIOError& e) {
     EXPECT_EQ(std::string(e.what()), "Data reading error ! \nMemory stream.");
+  }
+  try {
+    s.write_buffer("0123456789", 10);  // the section is full
+    ADD_FAILURE() << "no error raised";
+  } catch (const XEIOError& e) {
+    EXPECT_EQ(std::string(e.what()), "Data writing error !\nMemory stream.");
   }
 }
 
