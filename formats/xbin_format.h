@@ -59,6 +59,7 @@ class XUM_API xbin_format : public xformat {
 
   // Closes the current stream, then uses `s` with an empty block.
   void open_stream(xstream& s, xstream_mode m, bool owns) override;
+  using xformat::open_stream;  // and with a std::unique_ptr handed over
 
   // n raw bytes, as read_buffer / write_buffer of the stream would move
   // them. Throws xexception 4 without a stream.
