@@ -5,6 +5,7 @@
 
 #include "core/xcatalogue.h"
 #include "core/xexceptions.h"
+#include "core/xle.h"
 #include "platform/xfiles.h"
 #include "platform/xstore_files.h"
 
@@ -63,6 +64,51 @@ xstr unescape(std::string_view file) {
   return xstr(std::string_view(out));
 }
 
+// Whether two names are equal but for the case of ASCII letters.
+bool same_name(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  const auto fold = [](unsigned char c) { return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c; };
+  for (std::size_t i = 0; i < a.size(); ++i)
+    if (fold(static_cast<unsigned char>(a[i])) != fold(static_cast<unsigned char>(b[i]))) return false;
+  return true;
+}
+
+// Whether the entry `file` of `folder` is a value (true) or a child key.
+bool is_value_entry(const std::string& folder, std::string_view file) {
+  return file[0] == value_prefix && !platform::is_directory(folder + "/" + std::string(file));
+}
+
+// The file name in `folder` of the value (`values`) or child key `name`:
+// the exact spelling when it is there, else the first entry, bytewise,
+// whose name matches but for case; empty when there is none.
+std::string find_entry(const std::string& folder, std::string_view name, bool values) {
+  const std::string exact = (values ? std::string(1, value_prefix) : std::string()) + escape(name);
+  const std::string exact_path = folder + "/" + exact;
+  if (values ? platform::file_exists(exact_path.c_str()) && !platform::is_directory(exact_path)
+             : platform::is_directory(exact_path))
+    return exact;
+  std::string found;
+  platform::directory_stream* dir = platform::open_directory(folder.c_str());
+  if (dir == nullptr) return found;
+  while (const char* entry = platform::read_directory(dir)) {
+    const std::string_view file(entry);
+    if (file.empty() || file[0] == '.') continue;  // ".", ".." and temporaries
+    if (values != (file[0] == value_prefix)) continue;
+    const std::string_view stored = values ? file.substr(1) : file;
+    if (!same_name(unescape(stored).view(), name) || (!found.empty() && file >= found)) continue;
+    if (values ? is_value_entry(folder, file) : platform::is_directory(folder + "/" + std::string(file)))
+      found = file;
+  }
+  platform::close_directory(dir);
+  return found;
+}
+
+// A catalogue message and what it is about, one blank apart (some messages
+// end in a blank already).
+xstr joined(const xstr& message, const xstr& about) {
+  return message.length() > 0 && message[message.length() - 1] == ' ' ? message + about : message + " " + about;
+}
+
 }  // namespace
 
 xreg_key::xreg_key(const xstr& path, bool read) : read_(read) { open(platform::registry_root(), path); }
@@ -74,46 +120,81 @@ xreg_key::xreg_key(const xreg_key& parent, const xstr& sub_path) : read_(parent.
 void xreg_key::open(const std::string& folder, const xstr& sub_path) {
   folder_ = folder;
   const std::string_view path = sub_path.view();
+  // Each key of the path is looked up in its parent, whatever its case;
+  // below a key that is not there, none of its children is either.
+  bool there = platform::is_directory(folder_);
   std::size_t start = 0;
   while (start <= path.size()) {
     std::size_t end = path.find_first_of("\\/", start);
     if (end == std::string_view::npos) end = path.size();
-    if (end > start) folder_ += "/" + escape(path.substr(start, end - start));
+    if (end > start) {
+      const std::string_view key = path.substr(start, end - start);
+      const std::string stored = there ? find_entry(folder_, key, false) : std::string();
+      there = !stored.empty();
+      folder_ += "/" + (there ? stored : escape(key));
+    }
     start = end + 1;
   }
   // A key that cannot be created reads as empty; writing to it reports the
   // failure with the file name.
-  platform::make_directories(folder_);
+  if (!read_) platform::make_directories(folder_);
 }
 
-std::string xreg_key::value_file(const xstr& name) const {
-  return folder_ + "/" + value_prefix + escape(name.view());
+bool xreg_key::exists() const { return platform::is_directory(folder_); }
+
+xreg_key::lookup xreg_key::find(const xstr& name, value& v, std::string& file, std::string& damage) const {
+  v = value();
+  const std::string entry = find_entry(folder_, name.view(), true);
+  file = folder_ + "/" + (entry.empty() ? value_prefix + escape(name.view()) : entry);
+  if (entry.empty()) return lookup::missing;
+  std::string bytes;
+  if (!platform::read_file(file, bytes)) return lookup::unreadable;
+  if (bytes.size() < header_size || bytes.compare(0, sizeof magic, magic, sizeof magic) != 0) {
+    damage = "no value header";
+    return lookup::damaged;
+  }
+  const auto type = static_cast<unsigned char>(bytes[sizeof magic]);
+  std::string data = bytes.substr(header_size);
+  switch (static_cast<value_type>(type)) {
+    case value_type::text:
+      // Stored with its terminator, which is not part of the text.
+      if (data.empty() || data.back() != '\0') {
+        damage = "text without its terminating zero byte";
+        return lookup::damaged;
+      }
+      data.pop_back();
+      break;
+    case value_type::number:
+      if (data.size() != number_size) {
+        damage = "a number of " + std::to_string(data.size()) + " bytes instead of " + std::to_string(number_size);
+        return lookup::damaged;
+      }
+      break;
+    case value_type::binary:
+      break;
+    default:
+      damage = "unknown value type " + std::to_string(type);
+      return lookup::damaged;
+  }
+  v.type = static_cast<value_type>(type);
+  v.data = std::move(data);
+  return lookup::found;
 }
 
 xreg_key::value xreg_key::get(const xstr& name) const {
   value v;
-  std::string bytes;
-  if (!platform::read_file(value_file(name), bytes) || bytes.size() < header_size ||
-      bytes.compare(0, sizeof magic, magic, sizeof magic) != 0)
-    return v;
-  const auto type = static_cast<value_type>(bytes[sizeof magic]);
-  v.data = bytes.substr(header_size);
-  switch (type) {
-    case value_type::text:
-      // Stored with its terminator, which is not part of the text.
-      if (!v.data.empty() && v.data.back() == '\0') v.data.pop_back();
-      v.type = type;
+  std::string file, damage;
+  switch (find(name, v, file, damage)) {
+    case lookup::unreadable:
+      xerror(joined(msg::eReadError.text, "Value: " + name) + "\n" + msg::FileName.text + file.c_str());
       break;
-    case value_type::number:
-      if (v.data.size() == number_size) v.type = type;
-      break;
-    case value_type::binary:
-      v.type = type;
+    case lookup::damaged:
+      xerror(joined(msg::eInvalidFormat.text, "Value: " + name + " (" + damage.c_str() + ")") + "\n" +
+             msg::FileName.text + file.c_str());
       break;
     default:
       break;
   }
-  if (v.type == value_type::none) v.data.clear();
   return v;
 }
 
@@ -121,7 +202,9 @@ void xreg_key::put(const xstr& name, value_type type, const void* data, std::siz
   std::string bytes(magic, sizeof magic);
   bytes += static_cast<char>(type);
   bytes.append(static_cast<const char*>(data), size);
-  const std::string file = value_file(name);
+  // An existing value keeps its spelling, whatever the case of `name`.
+  const std::string entry = find_entry(folder_, name.view(), true);
+  const std::string file = folder_ + "/" + (entry.empty() ? value_prefix + escape(name.view()) : entry);
   if (!platform::replace_file(file, bytes.data(), bytes.size()))
     xerror(xerror_category::io, msg::eWriteError.text + "\n" + msg::FileName.text + file.c_str());
 }
@@ -131,7 +214,9 @@ void xreg_key::str(const xstr& name, xstr& value, const xstr& def) {
     put(name, value_type::text, value.get_text(), static_cast<std::size_t>(value.length()) + 1);
     return;
   }
-  const xreg_key::value v = get(name);
+  xreg_key::value v;
+  std::string file, damage;
+  find(name, v, file, damage);
   value = v.type == value_type::text ? xstr(std::string_view(v.data)) : def;
 }
 
@@ -146,16 +231,20 @@ void xreg_key::binary(const xstr& name, void* data, const void* def, unsigned si
     if (size > number_size) {
       put(name, value_type::binary, data, size);
     } else {
-      unsigned char number[number_size] = {};
-      if (size > 0) std::memcpy(number, data, size);
+      unsigned char number[number_size];
+      le::store<std::uint32_t>(number, number_from_bytes(static_cast<const unsigned char*>(data), size));
       put(name, value_type::number, number, number_size);
     }
     return;
   }
-  const xreg_key::value v = get(name);
-  if (size > number_size ? v.type == value_type::binary && v.data.size() == size
-                         : v.type == value_type::number) {
-    if (size > 0) std::memcpy(data, v.data.data(), size);
+  xreg_key::value v;
+  std::string file, damage;
+  find(name, v, file, damage);
+  if (size > number_size && v.type == value_type::binary && v.data.size() == size) {
+    std::memcpy(data, v.data.data(), size);
+  } else if (size <= number_size && v.type == value_type::number) {
+    const auto stored = reinterpret_cast<const unsigned char*>(v.data.data());
+    number_to_bytes(le::load<std::uint32_t>(stored), static_cast<unsigned char*>(data), size);
   } else if (def != nullptr && size > 0) {
     std::memmove(data, def, size);
   }
@@ -170,7 +259,7 @@ std::vector<xstr> list(const std::string& folder, bool values) {
   while (const char* entry = platform::read_directory(dir)) {
     const std::string_view file(entry);
     if (file.empty() || file[0] == '.') continue;  // ".", ".." and temporaries
-    if (values && file[0] == value_prefix && !platform::is_directory(folder + "/" + entry))
+    if (values && is_value_entry(folder, file))
       names.push_back(unescape(file.substr(1)));
     else if (!values && file[0] != value_prefix && platform::is_directory(folder + "/" + entry))
       names.push_back(unescape(file));

@@ -20,9 +20,13 @@ xthread::~xthread() {
 
 void xthread::stop() {
   terminate_.store(true);
-  // Each round takes one suspension away until the thread runs, so that it
-  // can see the flag and return.
-  while (running_.load() && is_suspended()) platform::resume_thread(thread_);
+  // Takes every suspension away, so that the body can see the flag and
+  // return. resume_thread gives the count before and leaves a count of 0
+  // alone, so a running thread is never stopped to find out (a suspension
+  // signal may not reach a thread that has only just started).
+  if (running_.load())
+    while (platform::resume_thread(thread_) > 1) {
+    }
   wait_for();
 }
 
@@ -38,10 +42,7 @@ void xthread::run(void* self) {
 }
 
 void xthread::resume() {
-  if (running_.load()) {
-    platform::resume_thread(thread_);
-    return;
-  }
+  if (running_.load()) return;  // started: a suspension stays as it is
   platform::release_thread(thread_);
   thread_ = nullptr;
   terminate_.store(false);
@@ -57,6 +58,11 @@ void xthread::resume() {
 void xthread::suspend() {
   if (!running_.load()) throw not_started;
   platform::suspend_thread(thread_);
+}
+
+void xthread::resume_suspended() {
+  if (!running_.load()) throw not_started;
+  platform::resume_thread(thread_);
 }
 
 bool xthread::is_suspended() {

@@ -1,28 +1,38 @@
 // xthread: a worker thread whose body is the virtual `execute` of a derived
 // class. The thread starts on the first `resume()` and stops cooperatively:
-// the destructor sets the terminate flag, which the body polls, and waits
-// until the body has returned.
+// `stop()` and the destructor set the terminate flag, which the body polls,
+// lift any suspension and wait until the body has returned.
 //
 //   class counter final : public xum::xthread {
-//     void execute() override { while (!terminate_requested()) ++ticks; }
 //    public:
+//     ~counter() override { stop(); }  // first, while the derived part is whole
 //     std::atomic<long> ticks{0};
+//
+//    private:
+//     void execute() override { while (!terminate_requested()) ++ticks; }
 //   };
 //   counter c;
-//   c.resume();          // starts the thread
-//   c.suspend();         // stops it where it is, at once
-//   c.resume();          // lets it go on
-//   c.stop();            // terminate, resume while suspended, wait
+//   c.resume();            // starts the thread
+//   c.suspend();           // stops it where it is, at once
+//   c.resume();            // does nothing: the thread has been started
+//   c.resume_suspended();  // takes the suspension away: it goes on
 //
-// Suspension counts as on Windows: each `suspend()` needs one `resume()`
-// before the thread runs again. An exception escaping `execute` ends the
-// thread and sets `failed()`.
+// Suspension counts as on Windows: each `suspend()` needs one
+// `resume_suspended()` before the thread runs again. `resume()` only ever
+// starts the thread. An exception escaping `execute` ends the thread and
+// sets `failed()`.
 //
-// Thread safety: `resume`, `suspend`, `is_suspended`, `wait_for` and the
-// destructor belong to the owning thread; `execute` runs on the worker and
-// reads the terminate flag. The xthread destructor stops the body only after
-// the derived part is destroyed, so a derived class whose body uses its own
-// members calls `stop()` in its destructor.
+// Destruction: C++ destroys the derived part first, and the worker reaches
+// `execute` through the object's virtual functions, so every derived class
+// calls `stop()` first in its destructor; the xthread destructor then finds
+// the body ended. Without that call the xthread destructor still stops the
+// body (a worker that had not yet begun lands in the empty base `execute`),
+// but a body already running may be using a part that is gone. Neither ever
+// hangs on a suspended thread: every suspension is lifted first.
+//
+// Thread safety: `resume`, `resume_suspended`, `suspend`, `is_suspended`,
+// `wait_for`, `stop` and the destructor belong to the owning thread;
+// `execute` runs on the worker and reads the terminate flag.
 #ifndef XUM_CORE_XTHREAD_H
 #define XUM_CORE_XTHREAD_H
 
@@ -50,14 +60,18 @@ class XUM_API xthread {
   virtual ~xthread();
 
   // Starts the thread when it is not running (again after its body has
-  // returned). On a running thread it undoes one `suspend()`, and does
-  // nothing when the thread is not suspended. When the system cannot create
-  // a thread, reports "Out of system resources !" through xerror.
+  // returned). On a running thread it does nothing: it does not lift a
+  // suspension. When the system cannot create a thread, reports "Out of
+  // system resources !" through xerror.
   void resume();
   // Stops the thread wherever it is and adds one to its suspend count;
   // returns when the thread is stopped. Throws `not_started` when the
   // thread is not running.
   void suspend();
+  // Undoes one `suspend()`: the thread runs again when every suspension has
+  // been undone. Does nothing on a thread that is not suspended; throws
+  // `not_started` when the thread is not running.
+  void resume_suspended();
   // True when the thread is not running or is suspended. Checks by
   // suspending it once and resuming it once.
   bool is_suspended();
@@ -65,8 +79,8 @@ class XUM_API xthread {
   // it on a thread suspended by `suspend()`: it would wait for ever.
   void wait_for();
 
-  // Sets terminate, resumes the thread while it is suspended, then waits
-  // until the body has returned. The body must poll the flag.
+  // Sets terminate, lifts every suspension, then waits until the body has
+  // returned. The body must poll the flag. Any number of calls.
   void stop();
   // Asks the body to return (it polls `terminate_requested`).
   void request_terminate() noexcept { terminate_.store(true); }

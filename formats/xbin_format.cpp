@@ -25,6 +25,14 @@ void xbin_format::open_stream(xstream& s, xstream_mode m, bool owns) {
   xformat::open_stream(s, m, owns);
   pos_ = 0;
   end_ = 0;
+  // Nobody else sees an owned stream, so the block cannot be observed; a
+  // borrowed one may be used by its lender between any two fields.
+  buffered_ = owns;
+}
+
+void xbin_format::open_exclusive(xstream& s, xstream_mode m) {
+  open_stream(s, m, false);
+  buffered_ = true;
 }
 
 void xbin_format::close() {
@@ -37,6 +45,7 @@ void xbin_format::close() {
       f.end_ = 0;
       f.plain_ = nullptr;
       f.plain_owned_ = false;
+      f.buffered_ = false;
       f.xformat::close();
     }
   } guard{*this};
@@ -59,7 +68,7 @@ void xbin_format::close() {
   }
   flush();
   if (trailer_position_ >= 0) {
-    unsigned char bytes[12] = {};
+    unsigned char bytes[trailer_bytes] = {};
     const std::int64_t pos = trailer_position_;
     trailer_position_ = -1;
     if (pos < (std::int64_t{1} << 31)) {
@@ -67,7 +76,7 @@ void xbin_format::close() {
       stream_->write_buffer(bytes, 4);
     } else {
       le::store<std::uint64_t>(bytes, static_cast<std::uint64_t>(pos));
-      stream_->write_buffer(bytes, 12);
+      stream_->write_buffer(bytes, trailer_bytes);
     }
   }
 }
@@ -110,6 +119,14 @@ void xbin_format::buffer_slow(void* p, int n) {
   if (stream_ == nullptr) throw xexception(xexception::not_supported);
   if (n <= 0) return;
   auto* bytes = static_cast<unsigned char*>(p);
+  if (!buffered_) {
+    // Every field reaches a borrowed stream at its call.
+    if (reading_)
+      stream_->read_buffer(bytes, n);
+    else
+      stream_->write_buffer(bytes, n);
+    return;
+  }
   if (!reading_) {
     if (pos_ > 0) drop_block();
     if (n >= block_size / 2) {  // large blocks go straight to the stream
@@ -145,7 +162,7 @@ void xbin_format::buffer_slow(void* p, int n) {
 
 bool xbin_format::remaining_at_least(std::int64_t n) {
   if (n <= 0 || end_ - pos_ >= n) return true;
-  if (n <= block_size) {
+  if (buffered_ && n <= block_size) {
     // A full block settles it: what does not fit now is not in the stream.
     refill();
     if (end_ - pos_ >= n) return true;
@@ -185,12 +202,12 @@ void xbin_format::short_str(xstr& s) {
       pos_ += n;
       return;
     }
-    unsigned char bytes[255] = {};
+    unsigned char bytes[short_str_max] = {};
     buffer_slow(bytes, n);
     assign(s, bytes, n);
     return;
   }
-  if (s.length() > 255) throw xexception(xexception::out_of_range);
+  if (s.length() > short_str_max) throw xexception(xexception::out_of_range);
   std::uint8_t n = static_cast<std::uint8_t>(s.length());
   number(n);
   buffer(const_cast<char*>(s.get_text()), n);
@@ -245,24 +262,35 @@ void xbin_format::operator()(bool& v) {
   v = b != 0;
 }
 
-void xbin_format::vector_size(xvector<xstr>& v) {
-  std::int32_t n = v.size();
+std::int32_t xbin_format::count(std::int32_t n, int element_bytes, int slack) {
   number(n);
-  if (!reading_) return;
-  // Every element takes at least its 4-byte length: a count the rest of
-  // the stream cannot hold is refused before the vector grows.
+  if (!reading_) return n;
+  // A count the rest of the stream cannot hold is refused before anything
+  // grows for it.
   if (n < 0) {
     read_error();
-    n = 0;
-  } else if (!remaining_at_least(std::int64_t{n} * 4)) {
-    n = 0;
+    return 0;
   }
+  const std::int64_t needed = (std::int64_t{n} - slack) * element_bytes;
+  return remaining_at_least(needed) ? n : 0;
+}
+
+void xbin_format::vector_size(xvector<xstr>& v) {
+  // The elements may follow in any form (short strings, or nothing at all),
+  // so only a count far beyond the bytes left is refused.
+  const std::int32_t n = count(v.size(), 1, vector_size_slack);
+  if (!reading_) return;
   v.resize(n);
   for (int i = 0; i < n; ++i) v[i].clear();
 }
 
 void xbin_format::vector(xvector<xstr>& v) {
-  vector_size(v);
+  // Every element takes at least its 4-byte length.
+  const std::int32_t n = count(v.size(), 4, 0);
+  if (reading_) {
+    v.resize(n);
+    for (int i = 0; i < n; ++i) v[i].clear();
+  }
   for (int i = 0; i < v.size(); ++i) (*this)(v[i]);
 }
 
@@ -317,14 +345,14 @@ std::int64_t xbin_format::trailer() {
     trailer_position_ = get_position();
     return trailer_position_;
   }
-  unsigned char bytes[12] = {};
+  unsigned char bytes[trailer_bytes] = {};
   const std::int64_t size = get_size();
-  if (size < 12) {
+  if (size < trailer_bytes) {
     read_error();
     return -1;
   }
-  seek(-12, xseek_end);
-  buffer(bytes, 12);
+  seek(-trailer_bytes, xseek_end);
+  buffer(bytes, trailer_bytes);
   const std::uint32_t last = le::load<std::uint32_t>(bytes + 8);
   // A zero last word marks the long form; the short form is sign-extended.
   const std::int64_t pos = last != 0 ? std::int64_t{static_cast<std::int32_t>(last)}

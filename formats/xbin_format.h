@@ -10,22 +10,50 @@
 //     f.vector(s.recent);           // count + strings
 //   }
 //
-// On the stream: short strings are a 1-byte length and the bytes, strings a
-// 32-bit length and the bytes, integers little-endian, no terminators, no
-// padding. `trailer` records a position that `close` appends to the file
-// (4 bytes below 2^31, else 8 bytes and 4 zero bytes), so a reader can find
-// a directory written after the data; `start_encoding` scrambles everything
-// after it through an xxor_stream.
+// Format note. A record is the bytes of its calls back to back, with no
+// framing, padding or terminators of its own:
+//   buffer(p, n)         n raw bytes
+//   bool, int8, uint8    1 byte (bool: 0 or 1; reading takes any non-zero as true)
+//   int16, uint16        2 bytes, little-endian
+//   int32, uint32        4 bytes, little-endian
+//   int64, uint64        8 bytes, little-endian
+//   float, double        4 / 8 bytes, IEEE 754, little-endian
+//   short_str(s)         len:u8 (0..255), len bytes
+//   operator()(xstr s)   len:i32 (0..2^31-1), len bytes
+//   vector_size(v)       count:i32
+//   vector(v)            count:i32, then count strings as operator()
+//   set_version(v)       version:i32
+//   identifier(id)       the bytes of id, no length
+//   trailer, at close    pos:u32 when pos < 2^31, else pos:u64 and 4 zero bytes
+//   start_encoding()     every later byte XOR-scrambled (see xxor_stream.h)
+// Limits: a short string holds at most short_str_max (255) bytes, and
+// writing a longer one throws xexception 0 before anything is written.
+// Reading checks each count before allocating for it: a string's length
+// must not exceed the bytes left, nor a `vector` count a quarter of them
+// (every element takes at least its 4-byte length); a `vector_size` count
+// may exceed the bytes left by at most vector_size_slack (65,536) elements,
+// because its elements may be stored in any form, or not at all, after it.
+// Negative lengths and counts are damage. All of these report "Data reading
+// error !" and read as empty. Readers read exactly what their calls ask for:
+// bytes after the last field are left alone, and a reader that wants the
+// trailer finds it in the last trailer_bytes (12) bytes of the stream. A
+// 4-byte trailer of 0 cannot be told from the long form (its last word is
+// zero), so it reads as the 8 bytes before it.
+// Example: identifier("REC"), set_version(2), trailer() at 7, short_str
+// of "ab" and a uint16 of 0x1234, then close:
+//   52 45 43  02 00 00 00  02 61 62  34 12  07 00 00 00
 //
-// Fields pass through a 256 KiB block, so a field costs a copy and no call
-// to the stream: writing collects bytes until the block is full, reading
-// takes them from bytes read ahead. The stream sees the same bytes and, at
-// every point where the format hands it over or asks it for a position
+// The field block. Over a stream the format owns (open_file, or
+// open_stream with `owns`) or one lent to it exclusively (open_exclusive),
+// fields pass through a block of block_size (256 KiB) bytes, so a field
+// costs a copy rather than a stream call: writing collects bytes until the
+// block is full, reading takes them from bytes read ahead. At every point
+// where the format asks the stream for a position or hands it over
 // (get_position, get_size, seek, set_position, trailer, start_encoding,
-// close), stands where an unbuffered format would leave it: pending bytes
-// are written first, and bytes read ahead are given back by seeking the
-// stream back over them (folded into the seek the operation makes anyway).
-// Code that uses stream() directly in between calls flush() first.
+// flush, close) the stream stands where an unbuffered format would leave
+// it. Over a borrowed stream (open_stream without `owns`) there is no
+// block: every field call reads or writes its bytes through the stream at
+// the call, so the lender may use the stream between field calls.
 //
 // Failures go through xerror: "Invalid data format !" for a wrong signature,
 // "Unsupported format version ! Program update needed !" for a newer
@@ -50,6 +78,19 @@ namespace xum {
 
 class XUM_API xbin_format : public xformat {
  public:
+  // The longest short string.
+  static constexpr int short_str_max = 255;
+  // How many elements a vector_size count may announce beyond the bytes
+  // left: far more than a record whose elements take no bytes holds, and
+  // little memory (8 bytes an element) for a count that lies.
+  static constexpr int vector_size_slack = 1 << 16;
+  // The bytes at the end of a file that hold the trailer in either form.
+  static constexpr int trailer_bytes = 12;
+  // Bytes collected or read ahead at a time over an owned or exclusively
+  // lent stream: writing a file in 64 KiB pieces spent a third of its time
+  // in the stream calls.
+  static constexpr int block_size = 1 << 18;
+
   xbin_format() noexcept = default;
   // open_stream(s, m, owns).
   xbin_format(xstream& s, xstream_mode m, bool owns);
@@ -57,9 +98,16 @@ class XUM_API xbin_format : public xformat {
   // close() to see them.
   ~xbin_format() override;
 
-  // Closes the current stream, then uses `s` with an empty block.
+  // Closes the current stream, then uses `s`: through the field block when
+  // `owns`, else field by field (see the note above).
   void open_stream(xstream& s, xstream_mode m, bool owns) override;
   using xformat::open_stream;  // and with a std::unique_ptr handed over
+  // Closes the current stream, then borrows `s` for the format's use alone:
+  // the caller reads, writes and seeks `s` only after flush() or close(),
+  // which leave it where the fields end. Fields pass through the block as
+  // over an owned stream. For code that hands a stream to the format for
+  // the length of one call, as the structured format's binary form does.
+  void open_exclusive(xstream& s, xstream_mode m);
 
   // n raw bytes, as read_buffer / write_buffer of the stream would move
   // them. Throws xexception 4 without a stream.
@@ -75,8 +123,8 @@ class XUM_API xbin_format : public xformat {
     buffer_slow(p, n);
   }
 
-  // 1-byte length and the bytes. Writing more than 255 bytes throws
-  // xexception 0 before anything is written.
+  // 1-byte length and the bytes. Writing more than short_str_max bytes
+  // throws xexception 0 before anything is written.
   void short_str(xstr& s);
   // 32-bit length and the bytes.
   void operator()(xstr& s);
@@ -98,8 +146,11 @@ class XUM_API xbin_format : public xformat {
   void operator()(bool& v);  // one byte, 0 or 1
 
   // A 32-bit element count; reading resizes `v` to it with empty strings.
+  // A count more than vector_size_slack above the bytes left reports "Data
+  // reading error !" and reads as 0.
   void vector_size(xvector<xstr>& v);
-  // vector_size, then every element as a string.
+  // The count, then every element as a string. Reading refuses a count
+  // whose 4-byte lengths alone would not fit in the bytes left.
   void vector(xvector<xstr>& v);
 
   // The bytes of `id`, without a length; reading compares them.
@@ -130,18 +181,16 @@ class XUM_API xbin_format : public xformat {
 
   // Writing: hands the collected bytes to the stream. Reading: gives the
   // bytes read ahead back to the stream (seeking it back over them). In
-  // both directions the stream then stands where the fields end.
+  // both directions the stream then stands where the fields end. Nothing
+  // to do over a borrowed stream.
   void flush();
 
   // Writing: writes pending bytes and appends the trailer when one was
   // recorded. Reading: gives back the bytes read ahead to a stream that
-  // outlives the format. Then closes.
+  // outlives the format. Then closes (deleting an owned stream).
   void close() override;
 
  private:
-  // Bytes collected or read ahead at a time.
-  static constexpr int block_size = 1 << 18;
-
   template <class T>
   void number(T& v) {
     constexpr int n = sizeof(T);
@@ -170,6 +219,10 @@ class XUM_API xbin_format : public xformat {
   // counting the bytes read ahead. Asks the stream for its size only when
   // the block cannot settle it.
   bool remaining_at_least(std::int64_t n);
+  // Reading: a count of elements of which at least `slack` take no bytes
+  // and the others at least `element_bytes` each; 0 (reported) when it is
+  // negative or the bytes left cannot hold it. Writing: writes `n`.
+  std::int32_t count(std::int32_t n, int element_bytes, int slack);
   void read_error();
   // Sets `s` to the n bytes at p, reusing its block when it alone holds one
   // of that length.
@@ -177,10 +230,14 @@ class XUM_API xbin_format : public xformat {
 
   int version_ = 0;
   std::int64_t trailer_position_ = -1;
+  // Whether fields pass through the block: an owned or exclusively lent
+  // stream.
+  bool buffered_ = false;
   // Reading: bytes [pos_, end_) of the block are read ahead and unconsumed.
   // Writing: bytes [0, pos_) wait to be written and end_ is the block's
-  // capacity (0 until it is allocated or without a stream), so that one
-  // test `end_ - pos_ >= n` guards the fast path in both directions.
+  // capacity (0 until it is allocated, without a stream or without the
+  // block), so that one test `end_ - pos_ >= n` guards the fast path in
+  // both directions and fails whenever the block is not in use.
   std::unique_ptr<unsigned char[]> block_;
   int pos_ = 0;
   int end_ = 0;

@@ -2,6 +2,7 @@
 // xbin_format; see the format note in xstruct_format.h.
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "core/xcatalogue.h"
@@ -153,15 +154,23 @@ void read_value(xbin_format& b, xstruct_section& section, int code, std::uint8_t
 
 }  // namespace
 
-void xstruct_format::write_binary() {
-  xbin_format b(*stream_, mode_, false);
+bool xstruct_format::write_binary() {
+  // What would stop the writer half-way is refused before the first byte.
+  if (const auto m = misfit(xstruct_form::binary, false)) {
+    refuse(*m);
+    return false;
+  }
+  xbin_format b;
+  b.open_exclusive(*stream_, mode_);
   b.identifier(xstr(binary_signature));
   xstr id = identifier_;
   b.short_str(id);
   std::int32_t count = labels_.size();
   b(count);
   for (int i = 0; i < labels_.size(); ++i) {
-    xstr label = labels_[i];
+    // A label in use fits (see above); one that no entry uses keeps its
+    // place in the table, empty when it does not fit.
+    xstr label = labels_[i].length() > binary_max_bytes ? xstr() : labels_[i];
     b.short_str(label);
   }
   // Depth first without recursion; a section's body is its values, its
@@ -196,10 +205,12 @@ void xstruct_format::write_binary() {
     frames.push_back({&child, 0});
   }
   b.close();
+  return true;
 }
 
 void xstruct_format::read_binary() {
-  xbin_format b(*stream_, mode_, false);
+  xbin_format b;
+  b.open_exclusive(*stream_, mode_);
   b.short_str(identifier_);
   std::int32_t count = 0;
   b(count);
@@ -209,12 +220,23 @@ void xstruct_format::read_binary() {
   last_label_ = -1;
   // Every label takes at least its length byte.
   if (count < 0 || !b.has_bytes(count)) return;
+  // Codes reach the first 32,768 labels (0 to 32767, and what the low 16
+  // bits of larger ones read back as is negative); the others are read
+  // past, so that a long table of nothing costs no memory.
+  const int kept = count < binary_max_count + 1 ? count : binary_max_count + 1;
+  xstr label;
   for (int i = 0; i < count; ++i) {
-    xstr label;
     b.short_str(label);
+    if (i >= kept) continue;
     labels_.push_back(label);
-    label_index_.insert(xcalculate_buffer_hash(label.get_text(), label.length(), 0), i);
     next_label_.push_back(-1);
+    // A label given twice is found at its first place, as lookups would:
+    // indexing the copies too would make one long probe chain of them.
+    const unsigned hash = xcalculate_buffer_hash(label.get_text(), label.length(), 0);
+    bool repeated = false;
+    for (int s = label_index_.item_by_code(hash); s != -1 && !repeated; s = label_index_.next_item_by_code(hash, s))
+      repeated = labels_[label_index_.value(s)] == label;
+    if (!repeated) label_index_.insert(hash, i);
   }
   const auto code_ok = [&](int code) {
     if (code < labels_.size()) return true;
@@ -243,6 +265,13 @@ void xstruct_format::read_binary() {
     }
     b(n);
     if (!b.has_bytes(std::int64_t{n} * 4)) return false;
+    // `s` lies as deep as the sections above it: its children may not pass
+    // max_depth.
+    if (n > 0 && static_cast<int>(frames.size()) >= max_depth) {
+      xerror(msg::eInvalidFormat.text + "\nSections are nested more than " + xstr(std::to_string(max_depth)) +
+             " deep.\n" + stream_description());
+      return false;
+    }
     frames.push_back({&s, n < 0 ? 0 : n});
     return true;
   };

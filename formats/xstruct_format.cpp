@@ -10,6 +10,7 @@
 #include "core/xfile_utils.h"
 #include "core/xle.h"
 #include "formats/xtext_format.h"
+#include "streams/xreplace_file_stream.h"
 
 namespace xum {
 
@@ -22,6 +23,33 @@ std::string_view trimmed(std::string_view s) {
   while (b < e && is_blank(s[b])) ++b;
   while (e > b && is_blank(s[e - 1])) --e;
   return s.substr(b, e - b);
+}
+
+// A line or key as error messages quote it: a line of a damaged file may be
+// the whole file, and a message several times its size helps nobody.
+xstr quoted(std::string_view s) {
+  constexpr std::size_t longest = 120;
+  if (s.size() <= longest) return xstr(s);
+  return xstr(s.substr(0, longest)) + "...";
+}
+
+bool is_break(char c) { return c == '\r' || c == '\n'; }
+
+// Whether the first bytes of a file without a signature look like the text
+// form: no control bytes but the white space of text files (and the SUB
+// that old editors left at the end), and a first non-blank line that is a
+// section line or holds "=".
+bool looks_like_text(std::string_view head) {
+  for (const char c : head) {
+    const auto u = static_cast<unsigned char>(c);
+    if (u < 0x20 && c != '\t' && c != '\n' && c != '\r' && c != '\v' && c != '\f' && u != 0x1A) return false;
+  }
+  std::size_t i = 0;
+  while (i < head.size() && (is_blank(head[i]) || is_break(head[i]) || head[i] == '\v' || head[i] == '\f')) ++i;
+  if (i == head.size() || head[i] == '<' || head[i] == '>') return true;
+  for (; i < head.size() && !is_break(head[i]); ++i)
+    if (head[i] == '=') return true;
+  return false;
 }
 
 // Whether the n bytes at p hold an LF. Reads whole 8-byte words, so up to 7
@@ -117,7 +145,24 @@ void xstruct_format::init() {
 
 void xstruct_format::open_file(const xstr& name, xfile_mode fm) {
   base_dir_ = xextract_file_path(name);
-  xformat::open_file(name, fm);
+  // A save replaces the whole file, so it goes to a new file that takes the
+  // old one's place only when complete. Writing an existing file
+  // (xfile_write) still needs one: without it the file stream reports.
+  const bool replace = fm == xfile_create || (fm == xfile_write && xfile_exists(name, false));
+  if (!replace) {
+    xformat::open_file(name, fm);
+    return;
+  }
+  auto out = std::make_unique<xreplace_file_stream>(name);
+  if (!out->is_open()) return;  // reported, by a handler that returns
+  xstream* raw = out.get();
+  try {
+    open_stream(*out.release(), xstream_write, true);
+  } catch (...) {
+    // Closing the previous stream failed before this one was taken over.
+    if (stream_ != raw) delete raw;
+    throw;
+  }
 }
 
 void xstruct_format::open_stream(xstream& s, xstream_mode m, bool own) {
@@ -154,7 +199,16 @@ void xstruct_format::close() {
       f.reading_ = false;
     }
   } guard{*this};
-  if (stream_ && !reading_) save_contents();
+  // An owned stream is closed here, where its failure can be reported: a
+  // replacing file stream takes the old file's place only now. A refused
+  // save leaves it to be discarded by the reset.
+  if (stream_ && !reading_ && save_contents() && owns_stream_) stream_->close();
+}
+
+void xstruct_format::discard() {
+  // The reading direction is what close() does not save; close() resets it.
+  reading_ = true;
+  close();
 }
 
 void xstruct_format::start_reading() {
@@ -326,7 +380,7 @@ T xstruct_format::prop(const xstr& key, const T& value, const T& def, bool alway
   }
   if (!k.empty() && !always && value == def) return value;
   const int code = key_code(k, true);
-  if (cursor_.section->find_value_index(code) >= 0) xerror(msg::eDupKey.text + label_by_code(code));
+  if (cursor_.section->find_value_index(code) >= 0) xerror(located(msg::eDupKey.text + quoted(label_by_code(code))));
   cursor_.section->add_value(stored<S>(code, value));
   return value;
 }
@@ -408,18 +462,44 @@ const xstruct_value* xstruct_format::value_by_key(const xstr& key) {
   return cursor_.section->find_value(code_by_label(k));
 }
 
+xstr xstruct_format::located(const xstr& text) const {
+  const xstr where = stream_description();
+  return where.empty() ? text : text + "\n" + where;
+}
+
 void xstruct_format::load_contents() {
   const std::int64_t start = stream_->get_position();
-  char head[3] = {0, 0, 0};
-  const int n = stream_->read(head, 3);
-  const std::string_view signature(head, n > 0 ? static_cast<std::size_t>(n) : 0);
+  // The first bytes decide the form. A signature is read without going
+  // back, so that a stream that cannot seek still loads; a file without one
+  // is refused unless its first bytes look like the text form, before the
+  // rest is read.
+  char head[sniff_bytes];
+  const auto fill = [&](int from, int to) {
+    while (from < to) {
+      const int got = stream_->read(head + from, to - from);
+      if (got <= 0) break;
+      from += got;
+    }
+    return from;
+  };
+  int n = fill(0, 3);
+  const std::string_view signature(head, static_cast<std::size_t>(n));
+  if (signature != binary_signature && signature != text_signature) {
+    n = fill(n, sniff_bytes);
+    if (!looks_like_text(std::string_view(head, static_cast<std::size_t>(n)))) {
+      xerror(located(msg::eInvalidFormat.text));
+      return;
+    }
+    stream_->seek(start, xseek_begin);
+  }
   if (signature == binary_signature) {
+    loaded_form_ = xstruct_form::binary;
     read_binary();
     return;
   }
+  loaded_form_ = xstruct_form::text;
   // The tokenizer reads in mode 1 whatever the format's mode: in any other
   // mode its line breaks would write to the stream instead of reading.
-  if (signature != text_signature) stream_->seek(start, xseek_begin);
   xtext_format text(*stream_, xstream_read, false);
   if (signature == text_signature) text.read_line(identifier_, true);
   parse_text(text);
@@ -439,23 +519,31 @@ void xstruct_format::parse_text(xtext_format& text) {
       continue;
     }
     if (line[0] == '<') {
+      // The open sections are the root and max_depth more; a deeper one
+      // ends the load, as the tree must stay a small multiple of the file.
+      if (open.size() > max_depth) {
+        xerror(msg::eInvalidFormat.text + "\nSections are nested more than " + xstr(std::to_string(max_depth)) +
+               " deep.\n" + stream_description() + "\n" + msg::Line.text +
+               xstr(std::to_string(text.line_number() - 1)));
+        return;
+      }
       // The name is everything after "<", as it stands.
       open.push_back(&section.find_or_add_child(label_code(line.substr(1))));
       continue;
     }
     const std::size_t eq = line.find('=');
     if (eq == std::string_view::npos) {
-      xerror(msg::eKeyWithoutValue.text + xstr(line) + "\n" + stream_description());
+      xerror(msg::eKeyWithoutValue.text + quoted(line) + "\n" + stream_description());
       continue;
     }
     if (eq == 0) {
-      xerror(msg::eValueWithoutKey.text + xstr(line.substr(1)) + "\n" + stream_description());
+      xerror(msg::eValueWithoutKey.text + quoted(line.substr(1)) + "\n" + stream_description());
       continue;
     }
     const std::string_view key = line.substr(0, eq);
     std::string_view value = line.substr(eq + 1);
     const int code = label_code(key);
-    if (section.find_value_index(code) >= 0) xerror(msg::eDupKey.text + xstr(key));
+    if (section.find_value_index(code) >= 0) xerror(located(msg::eDupKey.text + quoted(key)));
     while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
     // "@" after a blank at the end protects the trailing blanks written.
     if (value.size() >= 2 && value.ends_with(" @")) value.remove_suffix(1);
@@ -463,14 +551,13 @@ void xstruct_format::parse_text(xtext_format& text) {
   }
 }
 
-void xstruct_format::save_contents() {
-  if (binary_)
-    write_binary();
-  else
-    write_text();
-}
+bool xstruct_format::save_contents() { return binary_ ? write_binary() : write_text(); }
 
-void xstruct_format::write_text() {
+bool xstruct_format::write_text() {
+  if (const auto m = misfit(xstruct_form::text, false)) {
+    refuse(*m);
+    return false;
+  }
   block_writer out(*stream_);
   out.raw(text_signature);
   out.text(identifier_.view());
@@ -527,6 +614,181 @@ void xstruct_format::write_text() {
     }
   }
   out.flush();
+  return true;
+}
+
+}  // namespace xum
+
+namespace xum {
+
+namespace {
+
+// Path parts longer than this are cut in messages.
+constexpr std::size_t path_part_max = 64;
+
+xstr path_part(std::string_view name) {
+  if (name.empty()) return "\"\"";
+  const bool cut = name.size() > path_part_max;
+  if (cut) name = name.substr(0, path_part_max);
+  // Line breaks and other control bytes are shown as escapes, so that the
+  // message keeps its lines.
+  std::string shown;
+  for (const char c : name) {
+    if (c == '\n') {
+      shown += "\\n";
+    } else if (c == '\r') {
+      shown += "\\r";
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+      shown += escape;
+    } else {
+      shown += c;
+    }
+  }
+  if (cut) shown += "...";
+  return xstr(std::string_view(shown));
+}
+
+// Whether a label would read back as an anonymous entry ("#" and a number
+// that "%i" takes), whatever it was stored as.
+bool looks_anonymous(std::string_view label) {
+  if (label.empty() || label[0] != '#') return false;
+  const std::string number(label.substr(1));
+  int n = 0;
+  return std::sscanf(number.c_str(), "%i", &n) == 1 && n >= 0;
+}
+
+bool has_break(std::string_view s) { return s.find_first_of("\r\n") != std::string_view::npos; }
+
+xstr number_text(long long n) {
+  xstr t;
+  t.from_integer(n);
+  return t;
+}
+
+}  // namespace
+
+xstr xstruct_misfit::message() const { return path.empty() ? reason : "Key: " + path + "\n" + reason; }
+
+std::optional<xstruct_misfit> xstruct_format::first_misfit(xstruct_form form) const { return misfit(form, true); }
+
+void xstruct_format::refuse(const xstruct_misfit& m) const {
+  xerror(located(msg::eInvalidFormat.text + "\n" + m.message()));
+}
+
+std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all) const {
+  const bool binary = form == xstruct_form::binary;
+  const xstr max_bytes = number_text(binary_max_bytes);
+  if (binary && identifier_.length() > binary_max_bytes)
+    return xstruct_misfit{xstr(), "The identifier is longer than " + max_bytes + " bytes (" +
+                                      number_text(identifier_.length()) + ")."};
+  if (!binary && all && has_break(identifier_.view()))
+    return xstruct_misfit{xstr(), "The identifier holds a line break."};
+
+  // A save checks only what stops its writer: the depth and, in the binary
+  // form, over-long names, which it looks for only when a label is one.
+  bool names_matter = all;
+  for (int i = 0; !names_matter && binary && i < labels_.size(); ++i)
+    names_matter = labels_[i].length() > binary_max_bytes;
+
+  struct frame {
+    const xstruct_section* section;
+    int next;
+  };
+  std::vector<frame> frames{{&root_, 0}};
+  char number[16];
+  const auto label = [&](int code) -> std::string_view {
+    if (code >= 0) return labels_[code].view();
+    const int n = std::snprintf(number, sizeof number, "#%d", ~code);
+    return std::string_view(number, static_cast<std::size_t>(n));
+  };
+  // The path of the section on top of the stack, and of `code` in it when
+  // given.
+  const auto path = [&](const int* code) {
+    xstr p;
+    for (std::size_t i = 1; i < frames.size(); ++i) {
+      if (i > 1) p += "/";
+      p += path_part(label(frames[i].section->code()));
+    }
+    if (code != nullptr) {
+      if (!p.empty()) p += "/";
+      p += path_part(label(*code));
+    }
+    return p;
+  };
+  // Why the form cannot keep the name of an entry (a key when `key`, else
+  // a section), or "".
+  const auto name_problem = [&](int code, bool key) -> xstr {
+    if (binary) {
+      if (code >= 0 && labels_[code].length() > binary_max_bytes)
+        return "The name is longer than " + max_bytes + " bytes (" + number_text(labels_[code].length()) + ").";
+      if (!all) return xstr();
+      if (code > binary_max_count)
+        return "The name is label " + number_text(code + 1LL) + " of the file; the binary form reaches the first " +
+               number_text(binary_max_count) + ".";
+      if (code < 0 && ~code > binary_max_count)
+        return "Anonymous entries of the binary form end at #" + number_text(binary_max_count) + ".";
+      return xstr();
+    }
+    if (!all || code < 0) return xstr();
+    const std::string_view name = labels_[code].view();
+    if (has_break(name)) return "The name holds a line break.";
+    if (looks_anonymous(name)) return "The name reads back as an anonymous entry.";
+    if (!key) return !name.empty() && is_blank(name.back()) ? xstr("The section name ends in a blank.") : xstr();
+    if (name.empty()) return "The key is empty.";
+    if (is_blank(name[0])) return "The key starts with a blank.";
+    if (name[0] == '<' || name[0] == '>') return xstr("The key starts with '") + xstr(name.substr(0, 1)) + "'.";
+    if (name.find('=') != std::string_view::npos) return "The key holds '='.";
+    return xstr();
+  };
+  const auto value_problem = [&](const xstruct_value& v) -> xstr {
+    if (!all || v.kind() != xvalue_kind::text) return xstr();
+    const std::string_view t = v.text_view();
+    if (binary) {
+      if (t.size() > static_cast<std::size_t>(binary_max_bytes))
+        return "A text of " + number_text(static_cast<long long>(t.size())) +
+               " bytes; the binary form reads back texts of at most " + max_bytes + " bytes.";
+      return xstr();
+    }
+    if (has_break(t)) return "The value holds a line break.";
+    if (t.ends_with('\t')) return "The value ends in a tab.";
+    if (t.size() >= 2 && t.ends_with(" @")) return "The value ends in a blank and '@'.";
+    return xstr();
+  };
+  // Checks the section on top of the stack: its counts and its values.
+  const auto section_problem = [&]() -> std::optional<xstruct_misfit> {
+    const xstruct_section& s = *frames.back().section;
+    if (binary && all) {
+      for (const auto& [n, what] : {std::pair{s.value_count(), "values"}, {s.child_count(), "sections"}})
+        if (n > binary_max_count)
+          return xstruct_misfit{path(nullptr), "The section holds " + number_text(n) + " " + what +
+                                                   "; the binary form keeps " + number_text(binary_max_count) + "."};
+    }
+    for (int i = 0; names_matter && i < s.value_count(); ++i) {
+      const int code = s.value(i).code();
+      xstr why = name_problem(code, true);
+      if (why.empty()) why = value_problem(s.value(i));
+      if (!why.empty()) return xstruct_misfit{path(&code), why};
+    }
+    return std::nullopt;
+  };
+  if (auto m = section_problem()) return m;
+  while (!frames.empty()) {
+    frame& top = frames.back();
+    if (top.next == top.section->child_count()) {
+      frames.pop_back();
+      continue;
+    }
+    const xstruct_section& child = top.section->child(top.next++);
+    frames.push_back({&child, 0});
+    if (static_cast<int>(frames.size()) - 1 > max_depth)
+      return xstruct_misfit{path(nullptr), "Sections are nested more than " + number_text(max_depth) + " deep."};
+    if (!names_matter) continue;
+    if (xstr why = name_problem(child.code(), false); !why.empty()) return xstruct_misfit{path(nullptr), why};
+    if (auto m = section_problem()) return m;
+  }
+  return std::nullopt;
 }
 
 }  // namespace xum

@@ -35,7 +35,17 @@
 //       #0=first
 //     > (#0)
 //   > (Panel)
-// Limits: none on depth, line length or count (the loader does not recurse).
+// A text without the signature is parsed from its first byte when its
+// first sniff_bytes (4 KiB) look like this form: no control bytes but tab,
+// CR, LF, VT, FF and SUB, and a first non-blank line that opens or closes a
+// section or holds "=". Anything else is "Invalid data format !" at once,
+// without reading further.
+// What reads back: a key must not be empty, start with a blank, "<" or ">",
+// or hold "=", CR or LF; a section name must not end in a blank or hold CR
+// or LF; a value must not hold CR or LF (the writer turns LF into a line
+// break), end in a tab (trimmed away) or end in a blank and "@" (the "@" is
+// taken for the writer's mark); a name read as "#n" is always anonymous.
+// first_misfit(xstruct_form::text) finds what breaks these rules.
 //
 // Binary form (set_binary(true) before the closing save), little-endian:
 //   "BSF", identifier (1-byte length + bytes), label count (32 bits) and
@@ -51,36 +61,88 @@
 // long text does not read back, which is how files of this form have always
 // been. Unknown kinds make no value and consume nothing. A code that names
 // no label is reported as "Invalid data format !" and ends the load.
+// Example, identifier "Id", Width=100 (an integer) and an empty section S:
+//   42 53 46  02 49 64  02 00 00 00  05 57 69 64 74 68  01 53
+//   01 00  00 00 02 64  01 00  01 00 00 00 00 00
+// Limits of the binary form, which first_misfit(xstruct_form::binary)
+// checks for a whole tree: an identifier, a name and a text of at most
+// 255 bytes; at most 32,767 values and 32,767 sections in a section; names
+// among the first 32,767 labels, anonymous entries up to #32767. A save
+// refuses an identifier or a name in use that is too long ("Invalid data
+// format !" with the key), and writes an unused over-long label as empty;
+// the other limits are written as the form stands (low 16 bits, the long
+// text above) and do not read back. The reader keeps only the labels that
+// codes can reach (the first 32,768).
+//
+// Limits of both forms: sections nest at most max_depth (128) deep; a
+// deeper file is "Invalid data format !" with the place and stops loading,
+// and a deeper tree is refused by the save before anything is written.
+// Within that, a load holds at most a small multiple of the file's size:
+// every entry costs the file at least two bytes and the tree a bounded
+// amount, about 30 times the file for nothing but short distinct names,
+// about 3 times for ordinary settings.
+//
+// Saving with open_file writes the file beside its old version and renames
+// it over the old one at close (xreplace_file_stream): a failed save leaves
+// the old file as it was.
 //
 // Errors go through xerror with catalogue texts: "Key without value ! Key: "
 // and "Value without key ! Value: " (each with the line and the stream
-// description), "Key duplication ! Key: " with the key, and "Invalid data
-// format !" with the stream description.
+// description), "Key duplication ! Key: " with the key and the stream
+// description, and "Invalid data format !" with the stream description.
+// Lines and keys longer than 120 bytes are quoted by their start and "...".
 //
 // Thread safety: a format belongs to one thread at a time.
 #ifndef XUM_FORMATS_XSTRUCT_FORMAT_H
 #define XUM_FORMATS_XSTRUCT_FORMAT_H
 
+#include <optional>
 #include <string_view>
 #include <vector>
 
 #include "core/xexport.h"
+#include "core/xhash_table.h"
 #include "core/xstr.h"
 #include "core/xvector.h"
 #include "formats/xformat.h"
 #include "formats/xstruct_tree.h"
-#include "localization/xhash_table.h"
 
 namespace xum {
 
 class xbin_format;
 class xtext_format;
 
+// The two forms of the file.
+enum class xstruct_form { text, binary };
+
+// An entry that a form cannot write so that it reads back the same.
+struct XUM_API xstruct_misfit {
+  // Section names and the key joined by "/" as `xum struct get` takes them
+  // ("Panel/Columns/#2"); an empty name shows as "", control bytes as
+  // \n, \r or \xNN, and names longer than 64 bytes are cut to their start
+  // and "...". Empty for the identifier.
+  xstr path;
+  // What does not fit, as a sentence.
+  xstr reason;
+  // "Key: " + path + LF + reason, or the reason alone without a path.
+  xstr message() const;
+};
+
 class XUM_API xstruct_format : public xformat {
  public:
   // Signatures of the two forms: the first three bytes of a file.
   static constexpr std::string_view text_signature = "TSF";
   static constexpr std::string_view binary_signature = "BSF";
+  // How deep sections nest in either form.
+  static constexpr int max_depth = 128;
+  // Bytes of a file without a signature that are looked at before the rest
+  // is read.
+  static constexpr int sniff_bytes = 4096;
+  // The binary form's largest count of values or sections in a section,
+  // label code and anonymous number: what 16 signed bits hold.
+  static constexpr int binary_max_count = 32767;
+  // The binary form's longest identifier, name and (readable) text.
+  static constexpr int binary_max_bytes = 255;
 
   // An empty, closed format.
   xstruct_format();
@@ -89,7 +151,10 @@ class XUM_API xstruct_format : public xformat {
   ~xstruct_format() override;
 
   // Remembers the directory of `name` as the base directory, then opens it
-  // (see xformat::open_file); a reading mode loads the whole file.
+  // (see xformat::open_file); a reading mode loads the whole file. The
+  // modes xfile_create and xfile_write (of an existing file) write a new
+  // file beside `name`, which the closing save renames over it; a file
+  // that may not be written is refused here, as a direct write would be.
   void open_file(const xstr& name, xfile_mode fm);
   // Closes (saving when writing), then uses `s`. In a reading mode (m != 2)
   // loads the whole contents and closes `s` at once.
@@ -100,8 +165,14 @@ class XUM_API xstruct_format : public xformat {
   void save_to_stream(xstream& s);
   // Saves when open for writing, releases the stream, puts the cursor on the
   // root and, except for the first close after construction or
-  // save_to_stream, discards the contents.
+  // save_to_stream, discards the contents. A file opened with open_file
+  // replaces the old one only once the save succeeded; the stream's and the
+  // save's failures are reported through xerror.
   void close() override;
+  // Closes without saving: an owned stream is deleted (a file opened for
+  // writing with open_file stays as it was), a borrowed one is forgotten.
+  // The contents go or stay as with close(). For a writer that gives up.
+  void discard();
   // Reads the contents in memory from the root, without a stream.
   void start_reading();
 
@@ -128,9 +199,19 @@ class XUM_API xstruct_format : public xformat {
   // are gone. Puts the cursor back on the root.
   void pack();
 
-  // The whole-file reader and writer used by open_stream and close.
+  // The whole-file reader and writer used by open_stream and close. The
+  // writer returns false when it refused the tree (reported through xerror
+  // and nothing written): see first_misfit.
   void load_contents();
-  void save_contents();
+  bool save_contents();
+
+  // The first entry, in the order the writer meets them (the identifier,
+  // then each section's values and then its sections, depth first), that
+  // `form` cannot write so that it reads back the same; nothing when the
+  // whole contents fit. See the format notes above for the rules.
+  std::optional<xstruct_misfit> first_misfit(xstruct_form form) const;
+  // The form the last load read (text when nothing was loaded).
+  xstruct_form loaded_form() const noexcept { return loaded_form_; }
 
   // The code of a label: "#n" gives the complement of n, anything else its
   // label-table index (a new label is added). A "#" label whose number does
@@ -199,10 +280,16 @@ class XUM_API xstruct_format : public xformat {
   // the counter when `advance`), else code_by_label.
   int key_code(const xstr& key, bool advance);
   void parse_text(xtext_format& text);
-  void write_text();
+  bool write_text();
   // The binary form after its signature, and the whole binary form.
   void read_binary();
-  void write_binary();
+  bool write_binary();
+  // first_misfit; without `all`, only what the writer of `form` refuses.
+  std::optional<xstruct_misfit> misfit(xstruct_form form, bool all) const;
+  // Reports a misfit that the save refuses.
+  void refuse(const xstruct_misfit& m) const;
+  // `text` and the stream description on a line of its own, if any.
+  xstr located(const xstr& text) const;
 
   xvector<xstr> labels_;
   xhash_table_impl label_index_;
@@ -220,6 +307,7 @@ class XUM_API xstruct_format : public xformat {
   xvector<xstr> search_paths_;
   bool clear_on_close_ = false;
   bool binary_ = false;
+  xstruct_form loaded_form_ = xstruct_form::text;
 };
 
 }  // namespace xum

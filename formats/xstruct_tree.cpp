@@ -178,52 +178,53 @@ xstruct_section::~xstruct_section() {
 
 namespace {
 
-// Position of the first entry with `code` among `items`, using `index` for
-// long lists (extending it to cover new entries first).
 int code_of(const xstruct_value& v) { return v.code(); }
 int code_of(const std::unique_ptr<xstruct_section>& s) { return s->code(); }
 
-template <class Items>
-int find_by_code(Items& items, xhash_table_impl& index, std::size_t threshold, int code) {
-  const int n = static_cast<int>(items.size());
-  if (items.size() <= threshold) {
-    for (int i = 0; i < n; ++i)
-      if (code_of(items[static_cast<std::size_t>(i)]) == code) return i;
-    return -1;
-  }
-  for (int i = index.count(); i < n; ++i)
-    index.insert(static_cast<unsigned>(code_of(items[static_cast<std::size_t>(i)])), i);
-  // Equal codes may sit in any order along their chain: take the first.
-  int found = -1;
+// The position stored for `code` in `table`, or -1.
+int lookup(const xhash_table_impl& table, int code) {
   const auto key = static_cast<unsigned>(code);
-  for (int s = index.item_by_code(key); s != -1; s = index.next_item_by_code(key, s))
-    if (found < 0 || index.value(s) < found) found = index.value(s);
-  return found;
+  const int s = table.item_by_code(key);
+  return s < 0 ? -1 : table.value(s);
 }
 
 }  // namespace
 
-int xstruct_section::find_value_index(int code) {
-  return find_by_code(values_, value_index_, index_threshold, code);
+// Position of the first entry with `code` among `items`, using an index for
+// long lists (extending it to cover new entries first).
+template <class Items>
+int xstruct_section::find_by_code(Items& items, index indexes::*which, int code) {
+  const int n = static_cast<int>(items.size());
+  if (items.size() <= index_threshold) {
+    for (int i = 0; i < n; ++i)
+      if (code_of(items[static_cast<std::size_t>(i)]) == code) return i;
+    return -1;
+  }
+  if (!indexes_) indexes_ = std::make_unique<indexes>();
+  index& ix = indexes_.get()->*which;
+  // Every code sits in the table once, with its first position: the table
+  // maps codes to positions without chains of equal codes.
+  for (; ix.covered < n; ++ix.covered) {
+    const int c = code_of(items[static_cast<std::size_t>(ix.covered)]);
+    if (lookup(ix.table, c) < 0) ix.table.insert(static_cast<unsigned>(c), ix.covered);
+  }
+  return lookup(ix.table, code);
 }
 
+int xstruct_section::find_value_index(int code) { return find_by_code(values_, &indexes::values, code); }
+
 xstruct_section* xstruct_section::find_child(int code) {
-  const int i = find_by_code(children_, child_index_, index_threshold, code);
+  const int i = find_by_code(children_, &indexes::children, code);
   return i < 0 ? nullptr : children_[static_cast<std::size_t>(i)].get();
 }
 
-void xstruct_section::add_value(xstruct_value v) {
-  // Settings sections usually hold a handful of values or more: skip the
-  // smallest growth steps.
-  if (values_.empty()) values_.reserve(8);
-  values_.push_back(std::move(v));
-}
+void xstruct_section::add_value(xstruct_value v) { values_.push_back(std::move(v)); }
 
 void xstruct_section::replace_value(int i, xstruct_value v) {
   auto& slot = values_.at(static_cast<std::size_t>(i));
   const bool same_code = slot.code() == v.code();
   slot = std::move(v);
-  if (!same_code) value_index_.clear();
+  if (!same_code) drop_index(&indexes::values);
 }
 
 xstruct_section& xstruct_section::add_child(int code) {
@@ -238,7 +239,7 @@ xstruct_section& xstruct_section::find_or_add_child(int code) {
 
 void xstruct_section::remove_empty_children() {
   std::erase_if(children_, [](const std::unique_ptr<xstruct_section>& c) { return c->empty(); });
-  child_index_.clear();  // positions moved
+  drop_index(&indexes::children);  // positions moved
 }
 
 void xstruct_section::clear() {
@@ -246,8 +247,7 @@ void xstruct_section::clear() {
   xstruct_section doomed(0);  // destroys the children without recursion
   doomed.children_ = std::move(children_);
   children_.clear();
-  value_index_.clear();
-  child_index_.clear();
+  indexes_.reset();
 }
 
 }  // namespace xum

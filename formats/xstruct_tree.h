@@ -22,8 +22,8 @@
 #include <vector>
 
 #include "core/xexport.h"
+#include "core/xhash_table.h"
 #include "core/xstr.h"
-#include "localization/xhash_table.h"
 
 namespace xum {
 
@@ -156,12 +156,31 @@ class XUM_API xstruct_section {
   // are searched linearly, which is faster for them and needs no table.
   static constexpr std::size_t index_threshold = 32;
 
+  // Code -> position of the first entry with that code, over the first
+  // `covered` entries; a later entry with a code already there is left
+  // out, so that many equal codes make no long probe chain.
+  struct index {
+    xhash_table_impl table;
+    int covered = 0;
+  };
+  // Both indexes, made when a section first grows past the threshold: most
+  // sections never do, and a file of many small sections then costs
+  // little more than its bytes.
+  struct indexes {
+    index values, children;
+  };
+
   int code_;
   std::vector<xstruct_value> values_;
   std::vector<std::unique_ptr<xstruct_section>> children_;
-  // Code -> position, covering the first count() entries; built lazily.
-  xhash_table_impl value_index_;
-  xhash_table_impl child_index_;
+  std::unique_ptr<indexes> indexes_;
+
+  template <class Items>
+  int find_by_code(Items& items, index indexes::*which, int code);
+  // Forgets one index (positions moved).
+  void drop_index(index indexes::*which) noexcept {
+    if (indexes_) indexes_.get()->*which = index{};
+  }
 };
 
 }  // namespace xum

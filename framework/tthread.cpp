@@ -1,65 +1,155 @@
 #include "framework/tthread.h"
 
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <future>
 #include <memory>
+#include <system_error>
 
+#include "core/xutf.h"
+#include "framework/tapplication.h"
 #include "framework/xmain_loop.h"
 
 namespace xum {
 
+namespace {
+
+// Runs the calls posted to the main loop; an exception of one goes to the
+// application, as it would from the loop itself, and the rest stay queued
+// for the next round.
+void run_posted_calls(TObject* sender) noexcept {
+  try {
+    xmain_loop::instance().run_posted();
+  } catch (...) {
+    try {
+      Application()->HandleException(sender);
+    } catch (...) {
+      // A handler that fails itself has nowhere left to report to.
+    }
+  }
+}
+
+}  // namespace
+
 TThread::TThread() = default;
 
+TThread::TThread(TThreadBody Body) : FBody(std::move(Body)) {}
+
 TThread::~TThread() {
-  Terminate();
-  if (FStarted) WaitFor();
-  if (FThread.joinable()) FThread.join();
+  bool running;
+  {
+    std::lock_guard guard(FLock);
+    running = FStarted && !FFinished;
+  }
+  if (running && !FBody && !on_own_thread()) {
+    // The derived part is gone while its Execute may still use it.
+    std::fputs(
+        "TThread destroyed while its Execute runs: the destructor of the class that overrides Execute must "
+        "call Stop() first\n",
+        stderr);
+    std::abort();
+  }
+  Stop();
+  std::lock_guard guard(FLock);
+  if (FThread.joinable()) FThread.detach();  // destroyed from its own thread
 }
 
 void TThread::Start() {
   std::lock_guard guard(FLock);
   if (FStarted) return;
+  FOnTerminate = OnTerminate;
+  try {
+    FThread = std::thread([this] { run(); });
+  } catch (const std::system_error& e) {
+    throw EThread(u"Thread creation error: " + xutf8_to_utf16(e.what()));
+  }
   FStarted = true;
-  FThread = std::thread([this] { run(); });
+}
+
+void TThread::Execute() {
+  if (FBody) FBody(*this);
 }
 
 void TThread::run() {
+  std::exception_ptr fatal;
   try {
     Execute();
   } catch (...) {
-    FFatal = std::current_exception();
+    fatal = std::current_exception();
   }
-  {
-    std::lock_guard guard(FLock);
-    FFinished = true;
+  if (FOnTerminate) {
+    // On the main thread while this thread waits: the owner is still in
+    // Stop or WaitFor, so the object is whole.
+    try {
+      Synchronize([this] {
+        try {
+          FOnTerminate(this);
+        } catch (...) {
+          Application()->HandleException(this);
+        }
+      });
+    } catch (...) {
+      // The main loop has shut down: the handler does not run.
+    }
   }
+  std::lock_guard guard(FLock);
+  FFatal = fatal;
+  FFinished = true;
+  // The owner joins this thread before the object goes (Stop, WaitFor and
+  // the destructor all do), so these last uses of it are safe.
   FDone.notify_all();
-  if (OnTerminate) {
-    // The handler belongs to the main thread; a loop that has shut down
-    // simply does not run it.
-    TNotifyEvent handler = OnTerminate;
-    xmain_loop::instance().post([handler, this] { handler(this); });
-  }
 }
 
-int TThread::WaitFor() {
-  xmain_loop& loop = xmain_loop::instance();
-  const bool main = loop.in_main_thread();
+bool TThread::on_own_thread() {
+  std::lock_guard guard(FLock);
+  return FThread.get_id() == std::this_thread::get_id();
+}
+
+std::exception_ptr TThread::FatalException() const {
+  std::lock_guard guard(FLock);
+  return FFatal;
+}
+
+void TThread::wait_finished() noexcept {
+  const bool main = xmain_loop::instance().in_main_thread();
   std::unique_lock guard(FLock);
-  while (!FFinished) {
+  while (FStarted && !FFinished) {
     if (!main) {
       FDone.wait(guard);
       continue;
     }
     // The thread may be waiting in Synchronize for this very thread.
     guard.unlock();
-    loop.run_posted();
+    run_posted_calls(this);
     guard.lock();
     FDone.wait_for(guard, std::chrono::milliseconds(2));
   }
-  guard.unlock();
-  if (FThread.joinable()) FThread.join();
+}
+
+void TThread::join() noexcept {
+  std::lock_guard guard(FLock);
+  if (FThread.joinable() && FThread.get_id() != std::this_thread::get_id()) {
+    try {
+      FThread.join();
+    } catch (const std::system_error&) {
+      // Only a thread that is not joinable throws, and that was checked.
+    }
+  }
+}
+
+int TThread::WaitFor() {
+  if (on_own_thread()) throw EThread(u"A thread cannot wait for itself");
+  wait_finished();
+  join();
   return ReturnValue;
+}
+
+void TThread::Stop() noexcept {
+  Terminate();
+  if (on_own_thread()) return;
+  wait_finished();
+  join();
 }
 
 void TThread::Synchronize(const TThreadMethod& Method) { Synchronize(this, Method); }

@@ -1,6 +1,7 @@
 // Runs a fixed record description over arbitrary bytes with xbin_format:
 // identifier, version, strings of both widths, numbers, a string vector,
-// XOR scrambling and a trailer that points back into the data. Reports go
+// a vector_size count followed by short strings, XOR scrambling and a
+// trailer that points back into the data. Reports go
 // through a hook that returns, so every field is read whatever came before.
 // Lying lengths and counts must be refused without allocating for them (the
 // fuzzer's malloc limit catches that), and nothing may crash or hang. When
@@ -27,7 +28,7 @@ struct record {
   std::int64_t count = 0;
   double ratio = 0;
   std::uint16_t flags = 0;
-  xum::xvector<xum::xstr> list, hidden;
+  xum::xvector<xum::xstr> list, hidden, names;
 
   void describe(xum::xbin_format& f) {
     f.identifier("REC");
@@ -38,6 +39,8 @@ struct record {
     f(ratio);
     f(flags);
     f.vector(list);
+    f.vector_size(names);  // the count may run past the bytes left
+    for (int i = 0; i < names.size(); ++i) f.short_str(names[i]);
     f.start_encoding();
     f.vector(hidden);
     f(tail);
@@ -49,7 +52,10 @@ bool same(const record& a, const record& b) {
   if (a.name != b.name || a.title != b.title || a.tail != b.tail || a.count != b.count || a.flags != b.flags)
     return false;
   if (!(a.ratio == b.ratio) && !(a.ratio != a.ratio && b.ratio != b.ratio)) return false;  // NaN equals NaN here
-  if (a.list.size() != b.list.size() || a.hidden.size() != b.hidden.size()) return false;
+  if (a.list.size() != b.list.size() || a.hidden.size() != b.hidden.size() || a.names.size() != b.names.size())
+    return false;
+  for (int i = 0; i < a.names.size(); ++i)
+    if (a.names[i] != b.names[i]) return false;
   for (int i = 0; i < a.list.size(); ++i)
     if (a.list[i] != b.list[i]) return false;
   for (int i = 0; i < a.hidden.size(); ++i)

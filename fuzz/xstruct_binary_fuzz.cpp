@@ -3,8 +3,11 @@
 // past every report. A loaded tree is saved in the binary form, loaded and
 // saved again: both saves must be equal, unless the tree holds a text of
 // 256 bytes or more, which the form does not read back. Small trees are
-// also saved in the text form. A crash, a hang, an exception or an
-// allocation beyond the input's size is a finding.
+// also saved in the text form. A crash, a hang, an exception or memory
+// beyond a small multiple of the input is a finding: run with large inputs
+// and an RSS limit, for example
+//   build/fuzz/fuzz/xstruct_binary_fuzz -max_len=1048576 -rss_limit_mb=512 \
+//       -max_total_time=300 build/fuzz/fuzz/corpus/xstruct_binary_fuzz fuzz/corpus/xstruct_binary_fuzz
 #include <cstddef>
 #include <cstdint>
 #include <string>

@@ -62,7 +62,9 @@ int xbuffered_stream::read(void* buffer, int count) {
 }
 
 int xbuffered_stream::write(const void* buffer, int count) {
-  if (inner_ == nullptr) throw xexception(xexception::not_supported);
+  // Refused at the call, as the inner stream would refuse it: bytes taken
+  // into the block could otherwise be lost when it is passed on.
+  if (inner_ == nullptr || !(mode_ & xstream_write)) throw xexception(xexception::not_supported);
   if (count < 0) throw xexception(xexception::out_of_range);
   drop_read_ahead();
   if (pending_ + count > static_cast<int>(block_.size())) flush();

@@ -30,10 +30,10 @@
 
 #include "bench/ratio_reporter.h"
 
+#include "core/xhash_table.h"
 #include "core/xstr.h"
-#include "formats/xstruct_format.h"
-#include "localization/xhash_table.h"
 #include "streams/xmemory_stream.h"
+#include "formats/xstruct_format.h"
 
 namespace {
 

@@ -1,15 +1,19 @@
 #include "core/xreg_key.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <tuple>
+#include <utility>
+#include <vector>
 
 #include "core/xexceptions.h"
 #include "tests/support/xtest_helpers.h"
@@ -105,6 +109,116 @@ TEST_F(XregKeyTest, FailedWriteReportsTheFileAndReadsGiveDefaults) {
     EXPECT_EQ(std::string(e.what()).rfind("Data writing error !\nFile: ", 0), 0u) << e.what();
     EXPECT_NE(std::string(e.what()).find("/Key/@Name"), std::string::npos) << e.what();
   }
+}
+
+// Looking a key up must leave the store as it was: no key folder appears for
+// a key, a child key or a value that is only read.
+TEST_F(XregKeyTest, ReadingCreatesNothing) {
+  {
+    const xreg_key r("Software\\Missing/Deep", true);
+    const xreg_key child(r, "Child");
+    xreg_key reader("Other", true);
+    EXPECT_EQ(reader.str_prop("Name", "x", "def"), "def");
+    std::int32_t n = 7, def = 9;
+    reader.binary("Num", &n, &def, sizeof n);
+    EXPECT_EQ(n, 9);
+    EXPECT_EQ(r.get("Name").type, xreg_key::value_type::none);
+    EXPECT_TRUE(child.key_names().empty());
+    EXPECT_TRUE(child.value_names().empty());
+  }
+  EXPECT_TRUE(fs::is_empty(root_));
+}
+
+// A value file that is there but cannot be a value is damage, not a missing
+// value: `get` says what is wrong and where, while the reading calls, whose
+// rules give the default for anything but a matching value, still do so.
+TEST_F(XregKeyTest, DamagedValueIsReportedAsDamage) {
+  const fs::path key = root_ / "App";
+  fs::create_directories(key);
+  // File contents, what the message says is wrong.
+  const std::pair<std::string, std::string> rows[] = {
+      {"", "no value header"},
+      {"XR", "no value header"},
+      {std::string("XRW\x01" "ab\0", 7), "no value header"},
+      {std::string("XRV\x07" "ab\0", 7), "unknown value type 7"},
+      {std::string("XRV\x00", 4), "unknown value type 0"},
+      {std::string("XRV\x04\x01\x02\x03", 7), "a number of 3 bytes instead of 4"},
+      {std::string("XRV\x04\x01\x02\x03\x04\x05", 9), "a number of 5 bytes instead of 4"},
+      {"XRV\x01" "ab", "text without its terminating zero byte"}};
+  xreg_key r("App", true);
+  for (const auto& [bytes, what] : rows) {
+    SCOPED_TRACE(what + " <- " + std::to_string(bytes.size()) + " bytes");
+    std::ofstream(key / "@Bad", std::ios::binary | std::ios::trunc) << bytes;
+    EXPECT_EQ(xum::test::error_of([&] { r.get("Bad"); }),
+              "Invalid data format ! Value: Bad (" + what + ")\nFile: " + (key / "@Bad").string());
+    EXPECT_EQ(r.str_prop("Bad", "x", "def"), "def");
+    std::int32_t n = 7, def = 9;
+    r.binary("Bad", &n, &def, sizeof n);
+    EXPECT_EQ(n, 9);
+  }
+  // Something that is no file at all cannot be read.
+  fs::remove(key / "@Bad");
+  ASSERT_EQ(mkfifo((key / "@Pipe").c_str(), 0600), 0);
+  EXPECT_EQ(xum::test::error_of([&] { r.get("Pipe"); }),
+            "Data reading error ! Value: Pipe\nFile: " + (key / "@Pipe").string());
+  EXPECT_EQ(r.get("Missing").type, xreg_key::value_type::none);
+}
+
+// Names match whatever their case, as on the registry the store stands in
+// for; the spelling first written stays the stored one.
+TEST_F(XregKeyTest, NamesMatchIgnoringCaseAndKeepTheirFirstSpelling) {
+  xreg_key w("Software/App", false);
+  EXPECT_EQ(w.str_prop("Width", "1", ""), "1");
+  EXPECT_EQ(xreg_key("SOFTWARE/app", false).str_prop("WIDTH", "2", ""), "2");  // the same key and value
+  xreg_key r("software\\APP", true);
+  EXPECT_EQ(r.str_prop("width", "", "def"), "2");
+  EXPECT_EQ(r.get("wIdTh").data, "2");
+  EXPECT_EQ(r.value_names(), std::vector<xstr>{"Width"});
+  EXPECT_EQ(xreg_key("", true).key_names(), std::vector<xstr>{"Software"});
+  EXPECT_EQ(xreg_key("Software", true).key_names(), std::vector<xstr>{"App"});
+  // Only ASCII letters fold: other bytes are compared as they are.
+  xreg_key(w, "\xC3\xA4").str_prop("v", "lower", "");
+  EXPECT_EQ(xreg_key(r, "\xC3\x84").str_prop("v", "", "def"), "def");
+  // A store that holds two spellings (written before names folded) reads the
+  // exact one first.
+  std::ofstream(root_ / "Software" / "App" / "@WIDTH", std::ios::binary) << std::string("XRV\x01" "3", 6);
+  EXPECT_EQ(r.str_prop("WIDTH", "", "def"), "3");
+  EXPECT_EQ(r.str_prop("Width", "", "def"), "2");
+  EXPECT_EQ(r.str_prop("width", "", "def"), "3");  // the first of the spellings, bytewise
+}
+
+// `binary` of up to 4 bytes stores an integer of the host's byte order as a
+// number whose bytes are least significant first, so that the store reads
+// the same on every host. The host order is a parameter here, so that a
+// big-endian host is checked on any machine.
+TEST(XregKeyNumbers, AreStoredLeastSignificantByteFirstOnAnyHost) {
+  constexpr auto big = std::endian::big, little = std::endian::little;
+  // Host order, the host's bytes of the integer, the number stored.
+  const std::tuple<std::endian, std::string, std::uint32_t> rows[] = {
+      {little, "\x34\x12", 0x1234},         {big, "\x12\x34", 0x1234},
+      {little, "\x44\x33\x22\x11", 0x11223344}, {big, "\x11\x22\x33\x44", 0x11223344},
+      {little, "\x03\x02\x01", 0x010203},    {big, "\x01\x02\x03", 0x010203},
+      {big, "\xfe", 0xfe},                   {big, "", 0}};
+  for (const auto& [order, host, number] : rows) {
+    SCOPED_TRACE((order == big ? "big " : "little ") + std::to_string(host.size()));
+    const auto* in = reinterpret_cast<const unsigned char*>(host.data());
+    const auto size = static_cast<unsigned>(host.size());
+    const std::uint32_t n = order == big ? xreg_key::number_from_bytes<big>(in, size)
+                                         : xreg_key::number_from_bytes<little>(in, size);
+    EXPECT_EQ(n, number);
+    std::string back(host.size(), '\0');
+    auto* out = reinterpret_cast<unsigned char*>(back.data());
+    if (order == big)
+      xreg_key::number_to_bytes<big>(n, out, size);
+    else
+      xreg_key::number_to_bytes<little>(n, out, size);
+    EXPECT_EQ(back, host);
+  }
+  // Reading fewer bytes than stored keeps the low-order ones.
+  unsigned char two[2];
+  xreg_key::number_to_bytes<big>(0x11223344, two, 2);
+  EXPECT_EQ(two[0], 0x33);
+  EXPECT_EQ(two[1], 0x44);
 }
 
 // Four processes write their own values and, at the same time, one shared

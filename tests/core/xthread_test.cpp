@@ -50,12 +50,15 @@ class counter_thread final : public xum::xthread {
   probe& p_;
 };
 
-// A body that uses nothing of its derived part, so that the xthread
-// destructor alone may stop it.
+// A body that keeps its counts outside the object.
 std::atomic<long> bare_ticks{0};
 std::atomic<int> bare_ended{0};
 
 class bare_thread final : public xum::xthread {
+ public:
+  ~bare_thread() override { stop(); }  // as every derived class does: see xthread.h
+
+ private:
   void execute() override {
     while (!terminate_requested()) bare_ticks.fetch_add(1, std::memory_order_relaxed);
     bare_ended.fetch_add(1);
@@ -94,11 +97,13 @@ TEST(XthreadTest, StartsLazilyOnceAndStopsOnDestruction) {
     // Never started: suspended, and suspending it is an error (1).
     EXPECT_TRUE(t.is_suspended());
     EXPECT_FALSE(t.running());
-    try {
-      t.suspend();
-      ADD_FAILURE() << "suspend of a thread never started must throw";
-    } catch (xum::xthread::exceptions e) {
-      EXPECT_EQ(e, 1);
+    for (auto call : {&xum::xthread::suspend, &xum::xthread::resume_suspended}) {
+      try {
+        (t.*call)();
+        ADD_FAILURE() << "suspending or resuming a thread never started must throw";
+      } catch (xum::xthread::exceptions e) {
+        EXPECT_EQ(e, 1);
+      }
     }
     t.wait_for();
     EXPECT_EQ(p.starts, 0);
@@ -120,15 +125,37 @@ TEST(XthreadTest, SuspensionStopsTheBodyUntilEverySuspendIsResumed) {
     ASSERT_TRUE(advances(p));
     t.suspend();
     t.suspend();
-    t.resume();  // count 1: still stopped
+    t.resume_suspended();  // count 1: still stopped
     const long frozen = p.ticks.load();
     std::this_thread::sleep_for(50ms);
     EXPECT_EQ(p.ticks.load(), frozen);
     EXPECT_TRUE(t.is_suspended());
-    t.resume();
+    t.resume_suspended();
     EXPECT_TRUE(advances(p));
     EXPECT_FALSE(t.is_suspended());
+    t.resume_suspended();  // not suspended: nothing to undo
+    EXPECT_TRUE(advances(p));
   });
+}
+
+// resume() starts a thread and does nothing else: on a started thread it
+// neither lifts a suspension nor starts it again.
+TEST(XthreadTest, ResumeOfAStartedThreadLeavesItsSuspensionAlone) {
+  probe p;
+  within_ten_seconds("resume of a suspended thread", [&] {
+    counter_thread t(p);
+    t.resume();
+    ASSERT_TRUE(advances(p));
+    t.suspend();
+    t.resume();
+    t.resume();
+    const long frozen = p.ticks.load();
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(p.ticks.load(), frozen);
+    EXPECT_TRUE(t.is_suspended());
+  });  // the destructor lifts the suspension itself
+  EXPECT_EQ(p.starts, 1);
+  EXPECT_TRUE(p.saw_terminate);
 }
 
 TEST(XthreadTest, DestructorResumesASuspendedThreadAndWaits) {
@@ -143,12 +170,14 @@ TEST(XthreadTest, DestructorResumesASuspendedThreadAndWaits) {
     t.reset();
   });
   EXPECT_EQ(bare_ended, 1);
-  // Destroyed before the worker has even started: no pure virtual call, no hang.
+  // Destroyed before the worker has even started: the body still runs, sees
+  // the flag and ends; nothing hangs.
   for (int i = 0; i < 10; ++i)
     within_ten_seconds("destroying a fresh thread", [&] {
       bare_thread t;
       t.resume();
     });
+  EXPECT_EQ(bare_ended, 11);
 }
 
 TEST(XthreadTest, EscapingExceptionSetsFailedAndEndsTheThread) {
@@ -172,19 +201,19 @@ TEST(XthreadTest, EscapingExceptionSetsFailedAndEndsTheThread) {
 }
 
 TEST(XthreadTest, SuspendCountStopsAtItsLimit) {
-  std::atomic<bool> stop{false};
-  std::atomic<long> ticks{0};
-  struct args {
-    std::atomic<bool>* stop;
-    std::atomic<long>* ticks;
-  } a{&stop, &ticks};
+  // Static: the thread may outlive the test when an assertion ends it early.
+  static std::atomic<bool> stop, ended;
+  static std::atomic<long> ticks;
+  stop = false;
+  ended = false;
   xum::platform::thread* t = xum::platform::start_thread(
-      [](void* v) {
-        auto* x = static_cast<args*>(v);
-        while (!x->stop->load()) x->ticks->fetch_add(1);
+      [](void*) {
+        while (!stop.load()) ticks.fetch_add(1);
+        ended = true;
       },
-      &a, 0);
+      nullptr, 0);
   ASSERT_NE(t, nullptr);
+  ASSERT_TRUE(eventually([&] { return ticks.load() > 0; }));  // running, not just created
   for (int i = 0; i < xum::platform::max_suspend_count; ++i) ASSERT_EQ(xum::platform::suspend_thread(t), i);
   EXPECT_EQ(xum::platform::suspend_thread(t), -1);
   for (int i = xum::platform::max_suspend_count; i > 0; --i) ASSERT_EQ(xum::platform::resume_thread(t), i);
@@ -192,8 +221,8 @@ TEST(XthreadTest, SuspendCountStopsAtItsLimit) {
   const long before = ticks.load();
   EXPECT_TRUE(eventually([&] { return ticks.load() > before; }));
   stop = true;
+  EXPECT_TRUE(eventually([&] { return ended.load(); }));
   xum::platform::release_thread(t);
-  std::this_thread::sleep_for(20ms);  // let the thread leave before `a` goes
 }
 
 }  // namespace

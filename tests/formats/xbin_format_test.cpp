@@ -89,6 +89,21 @@ TEST(XBinFormat, FieldEncodingsByteForByte) {
   EXPECT_EQ(longest.length(), 255);
 }
 
+TEST(XBinFormat, TheFormatNoteExampleIsWhatTheWriterWrites) {
+  xmemory_stream m;
+  {
+    xbin_format f(m, xstream_write, false);
+    f.identifier("REC");
+    f.set_version(2);
+    EXPECT_EQ(f.trailer(), 7);
+    xstr ab = "ab";
+    std::uint16_t v = 0x1234;
+    f.short_str(ab);
+    f(v);
+  }
+  EXPECT_EQ(contents(m), (bytes{0x52, 0x45, 0x43, 2, 0, 0, 0, 2, 0x61, 0x62, 0x34, 0x12, 7, 0, 0, 0}));
+}
+
 TEST(XBinFormat, SignatureAndVersionChecks) {
   xmemory_stream m;
   put(m, {'V', 'F', 'X', 3, 0, 0, 0});
@@ -214,6 +229,96 @@ TEST(XBinFormat, LyingLengthsAndCountsAreRefusedWithoutAllocating) {
   EXPECT_EQ(error_of([&] { tr.trailer(); }), "Data reading error ! \nbuffer stream");
 }
 
+TEST(XBinFormat, ABorrowedStreamHoldsEveryFieldAtItsCall) {
+  // The lender writes and reads the stream between field calls, and sees
+  // each field's bytes where an unbuffered format puts them.
+  xmemory_stream m;
+  xstr longest(std::string(255, 'x'));
+  std::int32_t v = 7;
+  {
+    xbin_format w(m, xstream_write, false);
+    w.short_str(longest);
+    EXPECT_EQ(m.size(), 256);
+    m.write_buffer("|", 1);
+    w(v);
+    EXPECT_EQ(m.size(), 261);
+    w.start_encoding();
+    w(v);
+    EXPECT_EQ(m.size(), 265);
+  }
+  bytes want = {255};
+  want.insert(want.end(), 255, 'x');
+  want.insert(want.end(), {'|', 7, 0, 0, 0, 7 ^ 0x5c, 0x13, 0xa7, 0xe2});
+  EXPECT_EQ(contents(m), want);
+
+  m.seek(0, xseek_begin);
+  xbin_format r(m, xstream_read, false);
+  xstr s;
+  r.short_str(s);
+  EXPECT_EQ(m.get_position(), 256);
+  char bar = 0;
+  m.read_buffer(&bar, 1);
+  EXPECT_EQ(bar, '|');
+  v = 0;
+  r(v);
+  EXPECT_EQ(v, 7);
+  EXPECT_EQ(m.get_position(), 261);
+}
+
+TEST(XBinFormat, VectorSizeAloneReadsItsCountWithoutTheElementsBehindIt) {
+  const auto count_bytes = [](std::uint32_t n) {
+    return bytes{static_cast<unsigned char>(n), static_cast<unsigned char>(n >> 8),
+                 static_cast<unsigned char>(n >> 16), static_cast<unsigned char>(n >> 24)};
+  };
+  constexpr int slack = xbin_format::vector_size_slack;
+  struct row {
+    bytes input;
+    bool whole_vector;  // vector rather than vector_size
+    int size;           // read back; -1: refused
+  };
+  bytes slack_and_one = count_bytes(slack + 1);
+  slack_and_one.push_back(0);
+  const row rows[] = {
+      {count_bytes(4), false, 4},                 // nothing after the count
+      {count_bytes(slack), false, slack},
+      {slack_and_one, false, slack + 1},          // one byte for the one beyond the slack
+      {count_bytes(slack + 1), false, -1},
+      {count_bytes(0x7FFFFFFF), false, -1},
+      {count_bytes(4), true, -1},                 // vector needs 4 bytes per element
+      {{1, 0, 0, 0, 0, 0, 0, 0}, true, 1},
+  };
+  xmemory_stream m;
+  for (const row& r : rows) {
+    SCOPED_TRACE(testing::Message() << r.size << (r.whole_vector ? " vector" : " vector_size"));
+    put(m, r.input);
+    xbin_format f(m, xstream_read, false);
+    xvector<xstr> v;
+    v.push_back("old");
+    const std::string error = error_of([&] { r.whole_vector ? f.vector(v) : f.vector_size(v); });
+    EXPECT_EQ(error, r.size < 0 ? "Data reading error ! \nMemory stream." : "(no error)");
+    if (r.size > 0) {
+      ASSERT_EQ(v.size(), r.size);
+      EXPECT_TRUE(v[0].empty());
+    }
+  }
+  // A record of short strings behind vector_size reads back.
+  xvector<xstr> names;
+  for (const char* n : {"a", "", "ccc"}) names.push_back(n);
+  m.set_size(0);
+  {
+    xbin_format w(m, xstream_write, false);
+    w.vector_size(names);
+    for (int i = 0; i < names.size(); ++i) w.short_str(names[i]);
+  }
+  m.seek(0, xseek_begin);
+  xbin_format r(m, xstream_read, false);
+  xvector<xstr> back;
+  r.vector_size(back);
+  for (int i = 0; i < back.size(); ++i) r.short_str(back[i]);
+  ASSERT_EQ(back.size(), 3);
+  EXPECT_EQ(back[2], "ccc");
+}
+
 TEST(XBinFormat, ReadingIntoASharedStringLeavesTheOtherCopy) {
   xmemory_stream m;
   {
@@ -270,7 +375,8 @@ TEST(XBinFormatBlock, RecordsAcrossManyBlocksRoundTripThroughAFile) {
 
 TEST(XBinFormatBlock, TheStreamStandsAfterTheLastFieldAtEveryPositionCallAndAtClose) {
   xmemory_stream m;
-  xbin_format w(m, xstream_write, false);
+  xbin_format w;
+  w.open_exclusive(m, xstream_write);
   std::int32_t v = 7;
   w(v);
   EXPECT_EQ(m.size(), 0);  // still in the block
@@ -284,7 +390,8 @@ TEST(XBinFormatBlock, TheStreamStandsAfterTheLastFieldAtEveryPositionCallAndAtCl
   EXPECT_EQ(m.size(), 12);
 
   m.seek(0, xseek_begin);
-  xbin_format r(m, xstream_read, false);
+  xbin_format r;
+  r.open_exclusive(m, xstream_read);
   r(v);
   EXPECT_EQ(r.get_position(), 4);
   EXPECT_EQ(m.get_position(), 4);
@@ -292,10 +399,10 @@ TEST(XBinFormatBlock, TheStreamStandsAfterTheLastFieldAtEveryPositionCallAndAtCl
   EXPECT_EQ(r.seek(2, xseek_current), 10);  // relative to the last field, not the read-ahead
   r.close();
   EXPECT_EQ(m.get_position(), 10);
-  // After start_encoding over a borrowed stream, the plain stream is given
-  // the bytes back too.
+  // After start_encoding over a lent stream, the plain stream is given the
+  // bytes back too.
   m.seek(0, xseek_begin);
-  r.open_stream(m, xstream_read, false);
+  r.open_exclusive(m, xstream_read);
   r.start_encoding();
   r(v);
   r.close();

@@ -35,9 +35,7 @@ TEST(XfontInfo, DefaultsAreNotWrittenAndAreWhatAnEmptySectionReads) {
   read.style = 3;
   read.read_write(f);
   EXPECT_EQ(read, xfont_info());
-  EXPECT_EQ(read.name, "Areal");
-  EXPECT_EQ(read.charset, 1);
-  EXPECT_EQ(read.size, 8);
+  EXPECT_EQ(read.name, "Areal");  // the name files rely on when they omit it
 }
 
 TEST(XfontInfo, ChangedFieldsRoundTripThroughTheFile) {

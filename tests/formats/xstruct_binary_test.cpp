@@ -5,6 +5,7 @@
 #include "tests/support/xtest_helpers.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "core/xexceptions.h"
@@ -132,6 +133,127 @@ TEST(XstructBinary, LyingCountsAndCodesAreReportedWithoutGrowing) {
   xstruct_format f;
   f.open_stream(in, xstream_read, false);
   EXPECT_EQ(f.root().value_count(), 0);
+}
+
+TEST(XstructBinary, TheFormatNoteExampleIsWhatTheWriterWrites) {
+  EXPECT_EQ(binary_of([](xstruct_format& f) {
+              f.identifier("Id");
+              f.prop_int64("Width", 100, 0, false);
+              f.begin_section("S");
+              f.end_section();
+            }),
+            "BSF\2Id\2\0\0\0\5Width\1S\1\0\0\0\2\x64\1\0\1\0\0\0\0\0"s);
+}
+
+TEST(XstructBinary, AnOverlongNameOrIdentifierOnASaveIsBadDataNamingTheKey) {
+  const std::string long_name(300, 'n');
+  const std::string cut = std::string(64, 'n') + "...";
+  struct row {
+    std::function<void(xstruct_format&)> describe;
+    std::string error;
+  };
+  const row rows[] = {
+      {[&](xstruct_format& f) { f.str_prop(long_name.c_str(), "v", "", false); },
+       "Key: " + cut + "\nThe name is longer than 255 bytes (300)."},
+      {[&](xstruct_format& f) {
+         f.begin_section("Panel");
+         f.begin_section(long_name.c_str());
+         f.prop_int64("k", 1, 0, false);
+       },
+       "Key: Panel/" + cut + "\nThe name is longer than 255 bytes (300)."},
+      {[&](xstruct_format& f) { f.identifier(long_name.c_str()); }, "The identifier is longer than 255 bytes (300)."},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.error);
+    xmemory_stream m;
+    xstruct_format f;
+    f.open_stream(m, xstream_write, false);
+    f.set_binary(true);
+    r.describe(f);
+    EXPECT_EQ(error_of([&] { f.close(); }), "Invalid data format !\n" + r.error + "\nMemory stream.");
+    EXPECT_EQ(m.size(), 0);  // refused before the first byte
+  }
+  // A label that no entry uses is kept in the table, empty.
+  EXPECT_EQ(binary_of([&](xstruct_format& f) { f.code_by_label(long_name.c_str()); }), "BSF\0\1\0\0\0\0\0\0\0\0"s);
+}
+
+// Every section and value of the tree as "path/" and "path=text" lines, in
+// file order.
+std::string tree_of(xstruct_format& f) {
+  std::string out;
+  std::function<void(const xstruct_section&, const std::string&)> walk = [&](const xstruct_section& s,
+                                                                            const std::string& path) {
+    for (int i = 0; i < s.value_count(); ++i)
+      out += path + std::string(f.label_by_code(s.value(i).code()).view()) + "=" + std::string(s.value(i).text().view()) + "\n";
+    for (int i = 0; i < s.child_count(); ++i) {
+      const std::string child = path + std::string(f.label_by_code(s.child(i).code()).view()) + "/";
+      out += child + "\n";
+      walk(s.child(i), child);
+    }
+  };
+  walk(f.root(), "");
+  return out;
+}
+
+TEST(XstructBinary, ExactlyTheTreesThatFitReadBack) {
+  struct row {
+    const char* what;
+    std::function<void(xstruct_format&)> describe;
+    std::string path, reason;  // reason "": fits
+  };
+  const auto many = [](int n, bool sections) {
+    return [=](xstruct_format& f) {
+      f.begin_section("S");
+      for (int i = 0; i < n; ++i) {
+        const std::string name = "k" + std::to_string(i);
+        if (sections) {
+          f.begin_section(name.c_str());
+          f.end_section();
+        } else {
+          f.prop_int64(name.c_str(), i, -1, false);
+        }
+      }
+    };
+  };
+  const row rows[] = {
+      {"255-byte text", [](xstruct_format& f) { f.str_prop("T", std::string(255, 't').c_str(), "", false); }, "", ""},
+      {"256-byte text", [](xstruct_format& f) { f.str_prop("T", std::string(256, 't').c_str(), "", false); }, "T",
+       "A text of 256 bytes; the binary form reads back texts of at most 255 bytes."},
+      {"255-byte name", [](xstruct_format& f) { f.str_prop(std::string(255, 'k').c_str(), "v", "", false); }, std::string(64, 'k') + "...", ""},
+      {"32767 values", many(32767, false), "", ""},
+      {"32768 values", many(32768, false), "S", "The section holds 32768 values; the binary form keeps 32767."},
+      {"32768 sections", many(32768, true), "S", "The section holds 32768 sections; the binary form keeps 32767."},
+      {"#32767", [](xstruct_format& f) { f.str_prop("#32767", "v", "", false); }, "", ""},
+      {"#32768", [](xstruct_format& f) { f.str_prop("#32768", "v", "", false); }, "#32768",
+       "Anonymous entries of the binary form end at #32767."},
+      {"label 32769", [](xstruct_format& f) {
+         for (int i = 0; i < 32768; ++i) f.code_by_label(("l" + std::to_string(i)).c_str());
+         f.str_prop("last", "v", "", false);
+       },
+       "last", "The name is label 32769 of the file; the binary form reaches the first 32767."},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.what);
+    xmemory_stream m;
+    xstruct_format f;
+    f.open_stream(m, xstream_write, false);
+    f.set_binary(true);
+    r.describe(f);
+    const auto misfit = f.first_misfit(xstruct_form::binary);
+    EXPECT_EQ(misfit ? std::string(misfit->reason.view()) : "", r.reason);
+    if (misfit) {
+      EXPECT_EQ(misfit->path, r.path.c_str());
+    }
+    f.start_reading();
+    const std::string before = tree_of(f);
+    f.save_to_stream(m);
+    f.set_binary(true);
+    f.close();
+    m.seek(0, xseek_begin);
+    xstruct_format g;
+    const bool loads = error_of([&] { g.open_stream(m, xstream_read, false); }) == "(no error)";
+    EXPECT_EQ(loads && tree_of(g) == before, r.reason.empty());
+  }
 }
 
 }  // namespace

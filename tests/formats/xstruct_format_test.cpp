@@ -1,9 +1,19 @@
 #include "formats/xstruct_format.h"
 
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "tests/support/xtest_helpers.h"
 
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,6 +26,8 @@ namespace xum {
 namespace {
 
 using test::error_of;
+
+using namespace std::string_literals;
 
 const char* const layout =
     "TSFMainLayout\r\n"
@@ -162,7 +174,7 @@ TEST_F(XstructFormat, PackRemovesSectionsHoldingNothing) {
 TEST_F(XstructFormat, ErrorTexts) {
   EXPECT_EQ(error_of([&] { load("ok=1\njunk line\n"); }), "Key without value ! Key: junk line\nbuffer stream");
   EXPECT_EQ(error_of([&] { load("=5 \n"); }), "Value without key ! Value: 5\nbuffer stream");
-  EXPECT_EQ(error_of([&] { load("<S\n k=1\n k=2\n"); }), "Key duplication ! Key: k");
+  EXPECT_EQ(error_of([&] { load("<S\n k=1\n k=2\n"); }), "Key duplication ! Key: k\nbuffer stream");
   // A binary form that ends after its signature.
   EXPECT_EQ(error_of([&] { load("BSF"); }), "Data reading error ! \nbuffer stream");
   // With a hook that returns, loading goes on: a duplicate is kept behind the
@@ -199,20 +211,110 @@ TEST_F(XstructFormat, ContentsSurviveOnlyTheCloseOfSaveToStream) {
   EXPECT_EQ(get("k"), "v");
 }
 
-TEST_F(XstructFormat, DeepNestingAndLongLinesNeedNoRecursion) {
-  const int depth = 100000;
-  std::string text;
-  for (int i = 0; i < depth; ++i) text += "<s\n";
-  text += "leaf=1\n";
-  load(text);
+TEST_F(XstructFormat, NestingDeeperThanTheLimitIsRefusedWhereItStarts) {
+  const auto nested = [](int depth) {
+    std::string text = "TSF\n";
+    for (int i = 0; i < depth; ++i) text += "<s\n";
+    return text + "leaf=1\n";
+  };
+  load(nested(xstruct_format::max_depth));
   f_.pack();
   const xstruct_section* s = &f_.root();
-  for (int i = 0; i < depth; ++i) {
+  for (int i = 0; i < xstruct_format::max_depth; ++i) {
     ASSERT_EQ(s->child_count(), 1);
     s = &s->child(0);
   }
   EXPECT_EQ(s->value(0).text(), "1");
-  f_.close();  // destroys the chain
+  // The 129th open is refused on its line (the signature is line 1), and
+  // nothing after it is read: 100,000 levels cost no more than 129.
+  for (const int depth : {xstruct_format::max_depth + 1, 100000}) {
+    SCOPED_TRACE(depth);
+    EXPECT_EQ(error_of([&] { load(nested(depth)); }),
+              "Invalid data format !\nSections are nested more than 128 deep.\nbuffer stream\nLine: 130");
+  }
+  // A tree built deeper than a file may be is refused by either save
+  // before it writes anything.
+  for (const bool binary : {false, true}) {
+    xmemory_stream m;
+    f_.open_stream(m, xstream_write, false);
+    f_.set_binary(binary);
+    std::string path = "s";
+    for (int i = 0; i <= xstruct_format::max_depth; ++i) f_.begin_section("s");
+    for (int i = 0; i < xstruct_format::max_depth; ++i) path += "/s";
+    EXPECT_EQ(error_of([&] { f_.close(); }),
+              "Invalid data format !\nKey: " + path + "\nSections are nested more than 128 deep.\nMemory stream.");
+    EXPECT_EQ(m.size(), 0);
+  }
+}
+
+TEST_F(XstructFormat, AFileWithoutASignatureIsRefusedByItsFirstBytes) {
+  // A stream of 2 GiB of zeros that counts what it hands out.
+  class zeros final : public xstream {
+   public:
+    std::int64_t handed = 0;
+    zeros() { mode_ = xstream_read; }
+    xstr description() const override { return "zeros"; }
+    int read(void* buffer, int count) override {
+      const int n = static_cast<int>(std::min<std::int64_t>(count, size_ - position_));
+      std::memset(buffer, 0, static_cast<std::size_t>(n));
+      position_ += n;
+      handed += n;
+      return n;
+    }
+    std::int64_t seek(std::int64_t offset, xseek_origin origin) override {
+      position_ = (origin == xseek_begin ? 0 : origin == xseek_current ? position_ : size_) + offset;
+      return position_;
+    }
+
+   private:
+    std::int64_t size_ = std::int64_t{2} << 30, position_ = 0;
+  } big;
+  EXPECT_EQ(error_of([&] { f_.open_stream(big, xstream_read, false); }), "Invalid data format !\nzeros");
+  EXPECT_LE(big.handed, xstruct_format::sniff_bytes);
+
+  struct row {
+    std::string text;
+    bool loads;
+  };
+  const row rows[] = {
+      {"k=v\n", true},
+      {"\r\n \t\n<S\n a=1\n", true},
+      {">", true},
+      {"", true},
+      {std::string(5000, '\n') + "junk", true},  // nothing but blank lines up front
+      {"junk line\nk=v\n", false},
+      {"key" + std::string(5000, 'y') + "=v", false},  // no "=" in the first bytes
+      {std::string("k=v\0", 4), false},
+      {"k=\x01", false},
+      {"BS", false},
+      {"TS\n", false},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.text.substr(0, 20));
+    const std::string error = error_of([&] { load(r.text); });
+    if (r.loads)
+      EXPECT_NE(error, "Invalid data format !\nbuffer stream");
+    else
+      EXPECT_EQ(error, "Invalid data format !\nbuffer stream");
+  }
+}
+
+TEST_F(XstructFormat, ErrorsQuoteOnlyTheStartOfALongLine) {
+  const std::string start(120, 'a');
+  EXPECT_EQ(error_of([&] { load("TSF\n" + start + std::string(10 << 20, 'b') + "\n"); }),
+            "Key without value ! Key: " + start + "...\nbuffer stream");
+  EXPECT_EQ(error_of([&] { load("TSF\n=" + start + "c\n"); }), "Value without key ! Value: " + start + "...\nbuffer stream");
+}
+
+TEST_F(XstructFormat, DuplicateKeysNameTheFile) {
+  test::temp_dir dir;
+  const std::string path = (dir.path / "dup.txt").string();
+  std::ofstream(path, std::ios::binary) << "TSFx\r\n<S\r\n k=1\r\n k=2\r\n";
+  EXPECT_EQ(error_of([&] { f_.open_file(path.c_str(), xfile_read); }),
+            "Key duplication ! Key: k\nFile: " + path);
+}
+
+TEST_F(XstructFormat, LongLinesNeedNoRecursion) {
   load("k=" + std::string(50 << 20, 'v') + "\n");
   EXPECT_EQ(f_.value_by_key("k")->text().length(), 50 << 20);
   // A long text with line feeds is written in pieces, each LF as CR LF.
@@ -225,6 +327,130 @@ TEST_F(XstructFormat, DeepNestingAndLongLinesNeedNoRecursion) {
   f_.str_prop("big", xstr(std::string_view(big)), "", false);
   f_.close();
   EXPECT_TRUE(std::string(reinterpret_cast<const char*>(m.data()), m.size()) == expected + "\r\n");
+}
+
+// Saves 2,000 keys (about 50 KB) to `path` in a child process whose writes
+// fail past `limit` bytes, as on a full disk. Exit code 0: the save failed
+// with the write error; 1: it succeeded.
+int save_with_limit(const std::string& path, rlim_t limit) {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit r{limit, limit};
+    setrlimit(RLIMIT_FSIZE, &r);
+    int code = 1;
+    try {
+      xstruct_format f;
+      f.open_file(path.c_str(), xfile_create);
+      for (int i = 0; i < 2000; ++i) f.str_prop(("key" + std::to_string(i)).c_str(), "a value of some length", "", false);
+      f.close();
+    } catch (const Exception& e) {
+      code = std::string(e.what()).rfind("Data writing error !", 0) == 0 ? 0 : 2;
+    } catch (...) {
+      code = 3;
+    }
+    _exit(code);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(XstructFormatSave, AFailedSaveLeavesTheOldFileAndNoNewOne) {
+  test::temp_dir dir;
+  const std::string path = (dir.path / "settings.txt").string();
+  const std::string old_text = "TSFold\r\nkeep=1\r\n";
+  const auto files = [&] { return std::distance(std::filesystem::directory_iterator(dir.path), {}); };
+  std::ofstream(path, std::ios::binary) << old_text;
+  for (const rlim_t limit : {0, 1, 4096, 30000, 50000}) {
+    SCOPED_TRACE(limit);
+    EXPECT_EQ(save_with_limit(path, limit), 0);
+    EXPECT_EQ(test::file_bytes(path), old_text);
+    EXPECT_EQ(files(), 1);
+  }
+  // A save the format refuses keeps the old file too.
+  xstruct_format f;
+  f.open_file(path.c_str(), xfile_create);
+  for (int i = 0; i <= xstruct_format::max_depth; ++i) f.begin_section("s");
+  EXPECT_NE(error_of([&] { f.close(); }), "(no error)");
+  EXPECT_EQ(test::file_bytes(path), old_text);
+  EXPECT_EQ(files(), 1);
+  // Without a limit the new file takes the old one's place.
+  EXPECT_EQ(save_with_limit(path, RLIM_INFINITY), 1);
+  EXPECT_EQ(test::file_bytes(path).substr(0, 20), "TSF\r\nkey0=a value of");
+  EXPECT_EQ(files(), 1);
+}
+
+TEST(XstructTextMisfit, ExactlyTheKeysAndValuesThatFitReadBack) {
+  struct row {
+    std::string key, value;
+    const char* reason;  // "": fits
+    std::string shown = "";  // the key in the message, when not as given
+  };
+  const row rows[] = {
+      {"Title", "Sales report", ""},
+      {"Title=x", "v", "The key holds '='."},
+      {"Key=With=Eq", "v", "The key holds '='."},
+      {">", "v", "The key starts with '>'."},
+      {"<Sec", "v", "The key starts with '<'."},
+      {"a<b>", "v", ""},
+      {"#0", "v", ""},  // the first anonymous value
+      {"k\nx", "v", "The name holds a line break.", "k\\nx"},  // shown escaped
+      {"k\rx", "v", "The name holds a line break.", "k\\rx"},
+      {"k", "a\nb", "The value holds a line break."},
+      {"k", "a\r", "The value holds a line break."},
+      {"k", "a\t", "The value ends in a tab."},
+      {"k", "a\t ", ""},
+      {"k", "a @", "The value ends in a blank and '@'."},
+      {"k", " @", "The value ends in a blank and '@'."},
+      {"k", "a@", ""},
+      {"k", "@", ""},
+      {"k", "  both ends  ", ""},
+      {"k", "", ""},
+      {"k", "x=y <z>", ""},
+      {"k", "\x01\x7f\xff", ""},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.key + " = " + r.value);
+    xmemory_stream m;
+    xstruct_format f;
+    f.open_stream(m, xstream_write, false);
+    f.assign_str(xstr(r.key), xstr(r.value));
+    const auto misfit = f.first_misfit(xstruct_form::text);
+    EXPECT_EQ(misfit ? std::string(misfit->reason.view()) : "", r.reason);
+    if (misfit) {
+      EXPECT_EQ(std::string(misfit->message().view()), "Key: " + (r.shown.empty() ? r.key : r.shown) + "\n" + r.reason);
+    }
+    f.close();
+    m.seek(0, xseek_begin);
+    xstruct_format g;
+    const bool loads = error_of([&] { g.open_stream(m, xstream_read, false); }) == "(no error)";
+    const bool same = loads && g.root().value_count() == 1 && g.root().child_count() == 0 &&
+                      g.label_by_code(g.root().value(0).code()) == xstr(r.key) &&
+                      g.root().value(0).text() == xstr(r.value);
+    EXPECT_EQ(same, *r.reason == '\0');
+  }
+}
+
+TEST(XstructTextMisfit, NamesThatOnlyTheBinaryFormHolds) {
+  // Labels: "S " (a section name ending in a blank), "#1" (stored as a
+  // name, read from text as anonymous), " k" and "" (keys).
+  const auto load = [](const std::string& labels, const std::string& body) {
+    auto f = std::make_unique<xstruct_format>();
+    const std::string file = "BSF\0\1\0\0\0"s + labels + body;
+    xbuffer_stream in(file.data(), static_cast<int>(file.size()));
+    f->open_stream(in, xstream_read, false);
+    return f;
+  };
+  const std::string empty_section = "\0\0\1\0\0\0\0\0\0\0"s;  // no values, one child 0 holding nothing
+  const std::string one_value = "\1\0\0\0\6\0\0"s;              // value 0, empty text
+  EXPECT_EQ(load("\2S "s, empty_section)->first_misfit(xstruct_form::text)->message(),
+            "Key: S \nThe section name ends in a blank.");
+  EXPECT_EQ(load("\2#1"s, empty_section)->first_misfit(xstruct_form::text)->message(),
+            "Key: #1\nThe name reads back as an anonymous entry.");
+  EXPECT_EQ(load("\2 k"s, one_value)->first_misfit(xstruct_form::text)->message(), "Key:  k\nThe key starts with a blank.");
+  EXPECT_EQ(load("\0"s, one_value)->first_misfit(xstruct_form::text)->message(), "Key: \"\"\nThe key is empty.");
+  EXPECT_FALSE(load("\2 S"s, empty_section)->first_misfit(xstruct_form::text));  // "< S" keeps its blank
 }
 
 }  // namespace

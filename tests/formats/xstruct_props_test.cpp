@@ -121,8 +121,8 @@ TEST(XstructProps, WritingAKeyTwiceIsReportedForEveryKind) {
   xstruct_format f;
   f.open_stream(m, xstream_write, false);
   f.prop_int64("K", 1, 0, false);
-  EXPECT_EQ(error_of([&] { f.real_prop("K", 2.0, 0.0, false); }), "Key duplication ! Key: K");
-  EXPECT_EQ(error_of([&] { f.str_prop("K", "2", "", false); }), "Key duplication ! Key: K");
+  EXPECT_EQ(error_of([&] { f.real_prop("K", 2.0, 0.0, false); }), "Key duplication ! Key: K\nMemory stream.");
+  EXPECT_EQ(error_of([&] { f.str_prop("K", "2", "", false); }), "Key duplication ! Key: K\nMemory stream.");
   // Equal to its default, the second write stores nothing and so reports nothing.
   EXPECT_EQ(error_of([&] { f.real_prop("K", 0.0, 0.0, false); }), "(no error)");
 }

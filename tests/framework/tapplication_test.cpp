@@ -118,7 +118,7 @@ TEST(Dialogs, ExecuteFillsFileNameAndFiles) {
 class counting_thread : public TThread {
  public:
   counting_thread(std::atomic<int>& in_main, int calls) : in_main_(in_main), calls_(calls) {}
-  ~counting_thread() override { WaitFor(); }
+  ~counting_thread() override { Stop(); }
 
  protected:
   void Execute() override {
@@ -181,8 +181,146 @@ TEST(Synchronize, ShutdownReleasesWaitingThreadsWithAnError) {
   bool late = false;
   std::thread([&] { late = refused(); }).join();
   EXPECT_TRUE(late);
-  EXPECT_NO_THROW(TThread::Synchronize(nullptr, [] {}));
+  bool ran = false;
+  TThread::Synchronize(nullptr, [&] { ran = true; });
+  EXPECT_TRUE(ran);
   loop.open();
+}
+
+// The example of framework/tthread.h as written there, with a count of the
+// calls that reached the main thread.
+class header_example_worker : public TThread {
+ public:
+  header_example_worker(TLabel* label, long& shown) : label_(label), shown_(shown) {}
+  ~header_example_worker() override {
+    Stop();
+    EXPECT_EQ(ticks_, shown_);  // the call of every tick ran, the last one too
+  }
+
+ protected:
+  void Execute() override {
+    while (!Terminated()) {
+      ++ticks_;
+      Synchronize([&] {
+        label_->SetCaption(ticks_ % 2 ? u"tick" : u"tock");
+        ++shown_;
+      });
+    }
+  }
+
+ private:
+  TLabel* label_;
+  long& shown_;
+  long ticks_ = 0;
+};
+
+// Destroyed at once after Start, a thread must stop before its body's data
+// goes: the derived class's members for an overridden Execute, the callable
+// itself for a body given to the constructor. Under the sanitizers any use of
+// freed memory or unordered access fails the test.
+TEST(TThread, DestroyedRightAfterStartStopsBeforeTheBodyIsGone) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  TLabel label(nullptr);
+  for (int i = 0; i < 100; ++i) {
+    long shown = 0;
+    header_example_worker w(&label, shown);
+    w.Start();
+  }
+  std::atomic<int> ran{0};
+  for (int i = 0; i < 100; ++i) {
+    TThread t([&ran, steps = std::vector<int>(64, 1)](TThread& self) {
+      long sum = 0;
+      while (!self.Terminated())
+        for (int step : steps) sum += step;
+      ran += sum >= 0;
+    });
+    t.Start();
+  }
+  EXPECT_EQ(ran.load(), 100);  // each body ran to its end before its thread went
+  EXPECT_EQ(loop.run_posted(), 0);
+}
+
+// A thread that only ends when told and then reports to the main thread once
+// more, so that whoever waits for it must keep the main loop's calls running.
+class reporting_thread : public TThread {
+ public:
+  ~reporting_thread() override {
+    Terminate();
+    WaitFor();
+    alive_ = false;
+  }
+  bool alive_ = true;
+
+ protected:
+  void Execute() override {
+    while (!Terminated()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    Synchronize([] {});
+  }
+};
+
+TEST(TThread, OnTerminateRunsOnTheMainThreadWhileTheObjectIsWhole) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  int calls = 0;
+  bool whole = false;
+  {
+    reporting_thread t;
+    t.OnTerminate = [&](TObject* sender) {
+      ++calls;
+      whole = sender == &t && t.alive_ && loop.in_main_thread();
+    };
+    t.Start();
+  }
+  EXPECT_EQ(calls, 1);  // before the destructor returned
+  EXPECT_TRUE(whole);
+  EXPECT_EQ(loop.run_posted(), 0);  // nothing left to run on a freed object
+}
+
+TEST(TThread, DestructorHandsExceptionsOfPostedCallsToTheApplication) {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  std::exception_ptr caught;
+  Application()->OnException = [&](TObject*, std::exception_ptr e) { caught = e; };
+  bool later = false;
+  {
+    reporting_thread t;
+    t.Start();
+    loop.post([] { throw Exception(u"posted"); });
+    loop.post([&] { later = true; });
+  }  // waits, running the posted calls: the first throws
+  Application()->OnException = nullptr;
+  ASSERT_NE(caught, nullptr);
+  EXPECT_THROW(std::rethrow_exception(caught), Exception);
+  EXPECT_TRUE(later);  // the calls after it ran too
+}
+
+// An overridden Execute still running when ~TThread is reached has lost the
+// members it may use: that is reported and ends the process, every time,
+// rather than going on with freed memory.
+class forgetful_thread : public TThread {
+ public:
+  std::atomic<bool> entered{false};
+
+ protected:
+  void Execute() override {
+    entered = true;
+    while (!Terminated()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+};
+
+TEST(TThreadDeathTest, DestroyingARunningExecuteWithoutStopAborts) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        forgetful_thread t;
+        t.Start();
+        while (!t.entered) std::this_thread::yield();
+      },
+      "must call Stop\\(\\) first");
 }
 
 TEST(MainLoop, WatchesDescriptorsAndRoutesExceptionsToTheApplication) {

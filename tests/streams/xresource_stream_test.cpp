@@ -26,16 +26,13 @@ std::string read_all(xstream& s) {
   return out;
 }
 
+// "#6" RCDATA (large.bin) runs the stream contract suite.
 TEST(XResourceStream, ReadsTheEmbeddedBytesByIdAndType) {
   xresource_stream five(nullptr, 5, xrt_rcdata);
-  EXPECT_EQ(five.description(), "Resource stream.");
-  EXPECT_EQ(five.mode(), xstream_read);
   EXPECT_EQ(read_all(five), file_bytes("five.bin"));  // zero bytes included
 
-  // The same id under two types; types are compared without case.
-  xresource_stream large(nullptr, 6, xrt_rcdata);
+  // The same id under another type; types are compared without case.
   xresource_stream sample(xexecutable_module(), 6, "sample");
-  EXPECT_EQ(read_all(large), file_bytes("large.bin"));
   EXPECT_EQ(read_all(sample), file_bytes("large.bin"));
 
   xresource_stream empty(nullptr, 7, xrt_rcdata);

@@ -3,11 +3,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <algorithm>
+#include <iterator>
 #include <map>
 #include <string>
 #include <tuple>
@@ -55,7 +56,7 @@ TEST(XumTool, HelpOnEveryLevelAndVersion) {
     EXPECT_TRUE(r.err.empty());
   }
   EXPECT_NE(xum("--help").out.find("catalogue"), std::string::npos);
-  EXPECT_EQ(xum("struct set --help").out.rfind("Usage: xum struct set FILE PATH VALUE", 0), 0u);
+  EXPECT_EQ(xum("struct set --help").out.rfind("Usage: xum struct set [--no-create] FILE PATH VALUE", 0), 0u);
   const auto v = xum("--version");
   EXPECT_EQ(v.code, 0);
   EXPECT_EQ(v.out.rfind("xum ", 0), 0u);
@@ -155,6 +156,34 @@ TEST(XumTool, RegistryValuesPersistAcrossProcesses) {
   std::filesystem::remove_all(root);
 }
 
+TEST(XumTool, RegistryReadsCreateNothingAndReportDamage) {
+  const std::string root = ::testing::TempDir() + "xum_reg_read_" + std::to_string(::getpid());
+  const std::string env = "XUM_REGISTRY_ROOT=" + root + " ";
+  std::filesystem::create_directories(root);
+  const auto get = xum("reg get Soft/App Title", env);
+  EXPECT_EQ(get.code, 1);
+  EXPECT_EQ(get.err, "Value not found !\nKey: Soft/App\nValue: Title\n");
+  const auto list = xum("reg list Soft/App", env);
+  EXPECT_EQ(list.code, 1);
+  EXPECT_EQ(list.err, "Key not found !\nKey: Soft/App\n");
+  EXPECT_TRUE(std::filesystem::is_empty(root));
+
+  ASSERT_EQ(xum("reg set Soft/App Good v", env).code, 0);
+  const std::string bad = root + "/Soft/App/@Bad";
+  std::ofstream(bad, std::ios::binary) << std::string("XRV\x04\x01\x02\x03", 7);
+  const std::string damage = "Invalid data format ! Value: bad (a number of 3 bytes instead of 4)\nFile: " + bad + "\n";
+  const auto damaged = xum("reg get soft/app bad", env);
+  EXPECT_EQ(damaged.code, 1);
+  EXPECT_TRUE(damaged.out.empty());
+  EXPECT_EQ(damaged.err, damage);
+  // list shows what it can read and reports the rest.
+  const auto listed = xum("reg list Soft/App", env);
+  EXPECT_EQ(listed.code, 1);
+  EXPECT_EQ(listed.out, "Good\ttext\tv\n");
+  EXPECT_EQ(listed.err, "Invalid data format ! Value: Bad (a number of 3 bytes instead of 4)\nFile: " + bad + "\n");
+  std::filesystem::remove_all(root);
+}
+
 TEST(XumTool, StructDumpGetSetAndPack) {
   const std::string file = ::testing::TempDir() + "layout_set.txt";
   std::ofstream(file, std::ios::binary) << file_bytes(XUM_SAMPLES_DIR "/settings/layout.txt");
@@ -205,6 +234,114 @@ TEST(XumTool, StructConvertRoundTripsThroughTheBinaryForm) {
   std::ofstream(rec, std::ios::binary) << std::string("ABCDEFGHIJKL\x05\0\0\0", 16);
   EXPECT_NE(xum("bin dump " + rec).out.find("trailer 5 (4-byte form at offset 12)\n"), std::string::npos);
   for (const std::string& f : {bin, back, rec}) std::remove(f.c_str());
+}
+
+// ---- struct: rewrites that keep what they cannot write ----
+
+// A folder with a copy of the sample layout in the text form.
+struct struct_files {
+  xum::test::temp_dir dir;
+  std::string text = (dir.path / "layout.txt").string();
+  struct_files() { std::ofstream(text, std::ios::binary) << file_bytes(XUM_SAMPLES_DIR "/settings/layout.txt"); }
+  int count() const { return static_cast<int>(std::distance(std::filesystem::directory_iterator(dir.path), {})); }
+};
+
+TEST(XumStructTool, SetRefusesWhatTheTextFormCannotReadBack) {
+  struct_files f;
+  const std::string before = file_bytes(f.text);
+  // The library's table covers every rule; these are the reported cases.
+  const std::pair<std::string, std::string> rows[] = {
+      {"'>' v", "Key: >\nThe key starts with '>'."},
+      {"'<Sec' v", "Key: <Sec\nThe key starts with '<'."},
+      {"Key=With=Eq v", "Key: Key=With=Eq\nThe key holds '='."},
+      {"K \"$(printf 'a\\nb')\"", "Key: K\nThe value holds a line break."},
+      {"\"Panel/$(printf 'x\\ry')/K\" v", "Key: Panel/x\\ry\nThe name holds a line break."},
+  };
+  for (const auto& [args, why] : rows) {
+    SCOPED_TRACE(args);
+    const auto r = xum("struct set " + f.text + " " + args);
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.err, "Cannot be written in the text form !\n" + why + "\nFile: " + f.text + "\n");
+    EXPECT_EQ(file_bytes(f.text), before);
+    EXPECT_EQ(f.count(), 1);
+  }
+  EXPECT_EQ(xum("struct set " + f.text + " ' /K' v").code, 2);  // a blank part names no section
+  // What fits is stored and reads back as given.
+  ASSERT_EQ(xum("struct set " + f.text + " 'Panel/a<b>' ' x=y @z '").code, 0);
+  EXPECT_EQ(xum("struct get " + f.text + " 'Panel/a<b>'").out, " x=y @z \n");
+}
+
+TEST(XumStructTool, SetKeepsTheFormAndCreatesAMissingFile) {
+  struct_files f;
+  const std::string bin = (f.dir.path / "layout.bsf").string();
+  ASSERT_EQ(xum("struct convert " + f.text + " --to binary -o " + bin).code, 0);
+  // The binary form holds line breaks; set and pack keep it binary.
+  ASSERT_EQ(xum("struct set " + bin + " Panel/Note \"$(printf 'two\\nlines')\"").code, 0);
+  ASSERT_EQ(xum("struct pack " + bin).code, 0);
+  EXPECT_EQ(file_bytes(bin).substr(0, 14), "BSF\x0AMainLayout");
+  EXPECT_EQ(xum("struct get " + bin + " Panel/Note").out, "two\nlines\n");
+  // ... and refuses what it cannot read back.
+  const std::string before = file_bytes(bin);
+  const auto r = xum("struct set " + bin + " Long " + std::string(256, 'x'));
+  EXPECT_EQ(r.code, 1);
+  EXPECT_EQ(r.err, "Cannot be written in the binary form !\nKey: Long\nA text of 256 bytes; the binary form reads "
+                   "back texts of at most 255 bytes.\nFile: " + bin + "\n");
+  EXPECT_EQ(file_bytes(bin), before);
+
+  const std::string fresh = (f.dir.path / "fresh.txt").string();
+  const auto refused = xum("struct set --no-create " + fresh + " A/B 1");
+  EXPECT_EQ(refused.code, 1);
+  EXPECT_EQ(refused.err, "File not found !\nFile: " + fresh + "\n");
+  EXPECT_FALSE(std::filesystem::exists(fresh));
+  ASSERT_EQ(xum("struct set " + fresh + " A/B 1").code, 0);
+  EXPECT_EQ(file_bytes(fresh), "TSF\r\n<A\r\n  B=1\r\n> (A)\r\n");
+}
+
+TEST(XumStructTool, ConvertRefusesATreeTheBinaryFormCannotHoldAndWritesNothing) {
+  struct_files f;
+  const std::string out = (f.dir.path / "out.bsf").string();
+  std::string many = "TSF\r\n<Big\r\n";
+  for (int i = 0; i < 32768; ++i) many += "k" + std::to_string(i) + "=1\r\n";
+  const std::pair<std::string, std::string> rows[] = {
+      {"TSF\r\nok=1\r\n<P\r\nT=" + std::string(256, 't') + "\r\nU=" + std::string(300, 'u') + "\r\n",
+       "Key: P/T\nA text of 256 bytes; the binary form reads back texts of at most 255 bytes."},
+      {"TSF\r\n" + std::string(256, 'n') + "=1\r\n",
+       "Key: " + std::string(64, 'n') + "...\nThe name is longer than 255 bytes (256)."},
+      {many, "Key: Big\nThe section holds 32768 values; the binary form keeps 32767."},
+  };
+  for (const auto& [text, why] : rows) {
+    SCOPED_TRACE(why);
+    std::ofstream(f.text, std::ios::binary) << text;
+    const auto r = xum("struct convert " + f.text + " --to binary -o " + out);
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.err, "Cannot be written in the binary form !\n" + why + "\nFile: " + f.text + "\n");
+    EXPECT_EQ(f.count(), 1);  // neither OUT nor a temporary file
+    EXPECT_EQ(xum("struct convert " + f.text + " --to binary").code, 1);
+    EXPECT_EQ(file_bytes(f.text), text);
+  }
+}
+
+TEST(XumStructTool, ARewriteCutShortLeavesTheOldFile) {
+  struct_files f;
+  std::string big = "TSFBig\r\n";
+  for (int i = 0; i < 500; ++i) big += "key" + std::to_string(i) + "=some value\r\n";
+  std::ofstream(f.text, std::ios::binary) << big;
+  const std::string out = (f.dir.path / "out.txt").string();
+  std::ofstream(out, std::ios::binary) << "old output";
+  // Writes past the limit (in 512-byte blocks) fail as on a full disk.
+  for (const int blocks : {1, 4, 8}) {  // the limit applies to the message file too
+    const std::string limit = "trap '' XFSZ; ulimit -f " + std::to_string(blocks) + "; ";
+    for (const std::string& args : {"struct set " + f.text + " New v", "struct pack " + f.text,
+                                    "struct convert " + f.text + " --to text -o " + out}) {
+      SCOPED_TRACE(limit + args);
+      const auto r = xum(args, limit);
+      EXPECT_EQ(r.code, 1);
+      EXPECT_EQ(r.err.rfind("Data writing error !", 0), 0u) << r.err;
+      EXPECT_EQ(file_bytes(f.text), big);
+      EXPECT_EQ(file_bytes(out), "old output");
+      EXPECT_EQ(f.count(), 2);
+    }
+  }
 }
 
 // Every regular file below `root` with its bytes, keyed by file name.

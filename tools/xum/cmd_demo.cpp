@@ -25,11 +25,18 @@ namespace xum::tool {
 
 std::string samples_dir() {
   if (const char* env = std::getenv("XUM_SAMPLES"); env && *env) return env;
+  // An installed xum finds the samples installed beside it, wherever it is
+  // run from; /proc/self/exe names the real file, so a symbolic link to the
+  // program does not matter.
+  const fs::path exe = platform::executable_path();
+  const fs::path installed =
+      exe.empty() ? fs::path() : (exe.parent_path() / ".." / "share" / "xum" / "samples").lexically_normal();
+  if (!installed.empty() && fs::is_directory(installed)) return installed.string();
 #ifdef XUM_SOURCE_SAMPLES
+  // A program in the build tree has no share/ folder beside it.
   if (fs::is_directory(XUM_SOURCE_SAMPLES)) return XUM_SOURCE_SAMPLES;
 #endif
-  const fs::path exe = platform::executable_path();
-  return (exe.parent_path().parent_path() / "share" / "xum" / "samples").string();
+  return installed.string();
 }
 
 namespace {

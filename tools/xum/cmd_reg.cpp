@@ -3,6 +3,7 @@
 #include <iostream>
 #include <string>
 
+#include "core/xexceptions.h"
 #include "core/xle.h"
 #include "core/xreg_key.h"
 #include "core/xstr.h"
@@ -47,11 +48,14 @@ cli::command get_command() {
   c.name = "get";
   c.summary = "Print one value: text as it is, a number in decimal, binary data in hex";
   c.usage = "KEY NAME";
-  c.help = std::string("Exits with 1 when KEY has no value NAME.\n\n") + store_note;
+  c.help = std::string(
+               "Exits with 1 when KEY has no value NAME or the value is damaged. Reading\n"
+               "creates nothing; names match whatever their case.\n\n") +
+           store_note;
   c.run = [](cli::arguments& a) {
     const auto p = a.positionals(2, 2);
     const xreg_key key(xstr(p[0].c_str()), true);
-    const xreg_key::value v = key.get(xstr(p[1].c_str()));
+    const xreg_key::value v = key.get(xstr(p[1].c_str()));  // damage is reported
     if (v.type == xreg_key::value_type::none) {
       std::cerr << "Value not found !\nKey: " << p[0] << "\nValue: " << p[1] << '\n';
       return cli::exit_failure;
@@ -131,17 +135,33 @@ cli::command list_command() {
   c.usage = "KEY";
   c.help = std::string(
                "Prints each child key followed by \\, then each value as NAME, its type\n"
-               "(text, number, binary) and its value, separated by tabs.\n\n") +
+               "(text, number, binary) and its value, separated by tabs. A damaged value\n"
+               "is reported on standard error and the others are listed; the exit status\n"
+               "is then 1, as it is for a KEY that does not exist.\n\n") +
            store_note;
   c.run = [](cli::arguments& a) {
     const auto p = a.positionals(1, 1);
     const xreg_key key(xstr(p[0].c_str()), true);
+    if (!key.exists()) {
+      std::cerr << "Key not found !\nKey: " << p[0] << '\n';
+      return cli::exit_failure;
+    }
+    int result = cli::exit_ok;
     for (const xstr& child : key.key_names()) std::cout << child.view() << "\\\n";
     for (const xstr& name : key.value_names()) {
-      const xreg_key::value v = key.get(name);
+      xreg_key::value v;
+      try {
+        v = key.get(name);
+      } catch (const Exception& e) {
+        std::cout.flush();  // the lines before it come first
+        std::cerr << e.what() << '\n';
+        result = cli::exit_failure;
+        continue;
+      }
+      if (v.type == xreg_key::value_type::none) continue;  // removed meanwhile
       std::cout << name.view() << '\t' << type_name(v.type) << '\t' << shown(v) << '\n';
     }
-    return cli::exit_ok;
+    return result;
   };
   return c;
 }

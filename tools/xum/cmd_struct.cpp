@@ -1,29 +1,35 @@
 // xum struct: structured property files on disk, in either form. `dump`
 // prints the tree, `get` one value, `set` changes or adds one value and
-// `pack` removes empty sections; the last two rewrite the file in the text
-// form. `convert` writes a file in the text or the binary form.
+// `pack` removes empty sections; the last two rewrite the file in its own
+// form. `convert` writes a file in the text or the binary form. Every
+// rewrite checks first that the whole tree reads back from the form it is
+// written in, and replaces a file only with a complete new one.
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "core/xcatalogue.h"
+#include "core/xfile_utils.h"
 #include "core/xstr.h"
 #include "formats/xstruct_format.h"
-#include "streams/xfile_stream.h"
-#include "streams/xmemory_stream.h"
+#include "streams/xreplace_file_stream.h"
 #include "tools/xum/commands.h"
 
 namespace xum::tool {
 
 namespace {
 
-// "Panel/#0/Left" -> {"Panel", "#0", "Left"}; empty parts are refused.
+// "Panel/#0/Left" -> {"Panel", "#0", "Left"}; parts that are empty or
+// blank are refused (the format would take them for the next anonymous
+// entry).
 std::vector<std::string> split_path(const std::string& path) {
   std::vector<std::string> parts;
   std::size_t start = 0;
   for (;;) {
     const std::size_t slash = path.find('/', start);
     parts.push_back(path.substr(start, slash - start));
-    if (parts.back().empty()) throw cli::usage_error("empty part in path '" + path + "'");
+    if (xstr(parts.back().c_str()).trim().empty()) throw cli::usage_error("empty part in path '" + path + "'");
     if (slash == std::string::npos) return parts;
     start = slash + 1;
   }
@@ -31,17 +37,30 @@ std::vector<std::string> split_path(const std::string& path) {
 
 void load(xstruct_format& f, const std::string& file) { f.open_file(xstr(file.c_str()), xfile_read); }
 
-// Writes the contents of `f` (loaded for reading) back to `file`, after
-// `edit` has run in the writing direction. The text is built in memory
-// first, so a failure leaves the file as it was.
+const char* form_name(xstruct_form form) { return form == xstruct_form::binary ? "binary" : "text"; }
+
+// Writes the contents of `f` (loaded for reading) to `target` in `form`,
+// after `edit` has run in the writing direction. Nothing is written when
+// the edited tree does not read back from `form`: the failure names the
+// first entry that does not fit, and `source`, the file it came from. The
+// new file replaces `target` only once it is complete, so any failure
+// leaves `target` as it was.
 template <class Edit>
-void rewrite(xstruct_format& f, const std::string& file, Edit edit) {
-  xmemory_stream text;
-  f.save_to_stream(text);
-  edit();
-  f.close();
-  xfile_stream out(xstr(file.c_str()), xfile_create);
-  out.write_buffer(text.data(), text.size());
+void rewrite(xstruct_format& f, const std::string& source, const std::string& target, xstruct_form form, Edit edit) {
+  xreplace_file_stream out(xstr(target.c_str()));
+  f.save_to_stream(out);
+  try {
+    edit();
+    if (const auto m = f.first_misfit(form)) {
+      xerror(xstr("Cannot be written in the ") + form_name(form) + " form !\n" + m->message() + "\n" +
+             msg::FileName.text + source.c_str());
+    }
+    f.set_binary(form == xstruct_form::binary);
+    f.close();
+  } catch (...) {
+    f.discard();  // `out` goes first, and with it the new file
+    throw;
+  }
   out.close();
 }
 
@@ -131,16 +150,27 @@ cli::command set_command() {
   cli::command c;
   c.name = "set";
   c.summary = "Change or add one value and rewrite the file";
-  c.usage = "FILE PATH VALUE";
+  c.usage = "[--no-create] FILE PATH VALUE";
   c.help =
       "Stores VALUE under PATH (see 'get'), creating missing sections, and\n"
-      "writes the file back in the text form with CR LF line breaks.";
+      "writes the file back in its form: the text form with CR LF line breaks,\n"
+      "or the binary form. A missing FILE is created in the text form, unless\n"
+      "--no-create is given.\n"
+      "What the file's form cannot read back is refused and the file left as\n"
+      "it was: in the text form a key that starts with '<' or '>' or holds\n"
+      "'=', a name with a line break, a value with a line break, a value that\n"
+      "ends in a tab or in a blank and '@'; in the binary form a name or value\n"
+      "of more than 255 bytes, or more than 32,767 entries in a section.\n"
+      "The new file is written beside the old one and replaces it when complete.";
   c.run = [](cli::arguments& a) {
+    const bool no_create = a.flag("--no-create");
     const auto pos = a.positionals(3, 3);
     const auto parts = split_path(pos[1]);
     xstruct_format f;
-    load(f, pos[0]);
-    rewrite(f, pos[0], [&] {
+    // A missing file starts empty, in the text form; --no-create lets the
+    // load report it.
+    if (no_create || xfile_exists(xstr(pos[0].c_str()), false)) load(f, pos[0]);
+    rewrite(f, pos[0], pos[0], f.loaded_form(), [&] {
       for (std::size_t i = 0; i + 1 < parts.size(); ++i) f.begin_section(xstr(parts[i].c_str()));
       f.assign_str(xstr(parts.back().c_str()), xstr(pos[2].c_str()));
     });
@@ -154,14 +184,17 @@ cli::command pack_command() {
   c.name = "pack";
   c.summary = "Remove sections that hold nothing and rewrite the file";
   c.usage = "FILE";
-  c.help = "Prints how many sections were removed.";
+  c.help =
+      "Prints how many sections were removed. The file keeps its form; it is\n"
+      "written beside the old one and replaces it when complete, and left as it\n"
+      "was when its form cannot read the tree back (see 'set').";
   c.run = [](cli::arguments& a) {
     const auto pos = a.positionals(1, 1);
     xstruct_format f;
     load(f, pos[0]);
     const int before = count_sections(f.root());
     int after = 0;
-    rewrite(f, pos[0], [&] {
+    rewrite(f, pos[0], pos[0], f.loaded_form(), [&] {
       f.pack();
       after = count_sections(f.root());
     });
@@ -178,9 +211,13 @@ cli::command convert_command() {
   c.usage = "FILE --to text|binary [-o|--output OUT]";
   c.help =
       "Loads FILE (either form) and writes it to OUT, or back to FILE, in the\n"
-      "form asked for. The binary form keeps at most 32,767 values and sections\n"
-      "per section and labels of at most 255 bytes; texts of 256 bytes or more\n"
-      "do not read back from it.";
+      "form asked for. The binary form keeps names, the identifier and texts of\n"
+      "at most 255 bytes, at most 32,767 values and 32,767 sections in a\n"
+      "section, and names among the first 32,767 of the file; the text form\n"
+      "cannot keep line breaks in names and values, and the keys and values\n"
+      "listed under 'set'. The whole tree is checked first: when something does\n"
+      "not fit, the first such key is named and no file is written. OUT is\n"
+      "written beside its old version and replaces it when complete.";
   c.run = [](cli::arguments& a) {
     const auto to = a.option("--to");
     const auto out = a.option("--output", "-o");
@@ -188,7 +225,7 @@ cli::command convert_command() {
     if (!to || (*to != "text" && *to != "binary")) throw cli::usage_error("--to must be 'text' or 'binary'");
     xstruct_format f;
     load(f, pos[0]);
-    rewrite(f, out ? *out : pos[0], [&] { f.set_binary(*to == "binary"); });
+    rewrite(f, pos[0], out ? *out : pos[0], *to == "binary" ? xstruct_form::binary : xstruct_form::text, [] {});
     return cli::exit_ok;
   };
   return c;

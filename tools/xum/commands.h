@@ -16,8 +16,9 @@ cli::command reg_command();
 cli::command struct_command();
 cli::command vfs_command();
 
-// The folder of bundled sample data: $XUM_SAMPLES, else the source tree's
-// samples/ when run from a build, else share/xum/samples of the install.
+// The folder of bundled sample data: $XUM_SAMPLES, else share/xum/samples
+// beside the installed program (<exe dir>/../share/xum/samples), else the
+// source tree's samples/ when the program runs from a build tree.
 std::string samples_dir();
 
 }  // namespace xum::tool

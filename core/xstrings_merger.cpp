@@ -1,4 +1,4 @@
-#include "localization/xstrings_merger.h"
+#include "core/xstrings_merger.h"
 
 #include <cstring>
 #include <utility>

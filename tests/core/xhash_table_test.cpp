@@ -1,10 +1,10 @@
-#include "localization/xhash_table.h"
+#include "core/xhash_table.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "localization/xstrings_merger.h"
+#include "core/xstrings_merger.h"
 
 namespace xum {
 namespace {

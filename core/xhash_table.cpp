@@ -1,4 +1,4 @@
-#include "localization/xhash_table.h"
+#include "core/xhash_table.h"
 
 #include <cstring>
 

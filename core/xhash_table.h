@@ -14,8 +14,8 @@
 // finds it one quarter full, so probe chains stay short.
 //
 // Thread safety: none; a table belongs to one thread at a time.
-#ifndef XUM_LOCALIZATION_XHASH_TABLE_H
-#define XUM_LOCALIZATION_XHASH_TABLE_H
+#ifndef XUM_CORE_XHASH_TABLE_H
+#define XUM_CORE_XHASH_TABLE_H
 
 #include <cstdint>
 
@@ -79,4 +79,4 @@ class XUM_API xhash_table_impl {
 
 }  // namespace xum
 
-#endif  // XUM_LOCALIZATION_XHASH_TABLE_H
+#endif  // XUM_CORE_XHASH_TABLE_H

@@ -12,13 +12,13 @@
 //
 // Thread safety: none; a merger and the strings it hands out belong to one
 // thread at a time.
-#ifndef XUM_LOCALIZATION_XSTRINGS_MERGER_H
-#define XUM_LOCALIZATION_XSTRINGS_MERGER_H
+#ifndef XUM_CORE_XSTRINGS_MERGER_H
+#define XUM_CORE_XSTRINGS_MERGER_H
 
 #include "core/xexport.h"
+#include "core/xhash_table.h"
 #include "core/xstr.h"
 #include "core/xvector.h"
-#include "localization/xhash_table.h"
 
 namespace xum {
 
@@ -54,4 +54,4 @@ class XUM_API xstrings_merger {
 
 }  // namespace xum
 
-#endif  // XUM_LOCALIZATION_XSTRINGS_MERGER_H
+#endif  // XUM_CORE_XSTRINGS_MERGER_H
