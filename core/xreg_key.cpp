@@ -186,11 +186,13 @@ xreg_key::value xreg_key::get(const xstr& name) const {
   std::string file, damage;
   switch (find(name, v, file, damage)) {
     case lookup::unreadable:
-      xerror(joined(msg::eReadError.text, "Value: " + name) + "\n" + msg::FileName.text + file.c_str());
+      xerror(xerror_category::io,
+             joined(msg::eReadError.text, "Value: " + name) + "\n" + msg::FileName.text + file.c_str());
       break;
     case lookup::damaged:
-      xerror(joined(msg::eInvalidFormat.text, "Value: " + name + " (" + damage.c_str() + ")") + "\n" +
-             msg::FileName.text + file.c_str());
+      xerror(xerror_category::bad_data,
+             joined(msg::eInvalidFormat.text, "Value: " + name + " (" + damage.c_str() + ")") + "\n" +
+                 msg::FileName.text + file.c_str());
       break;
     default:
       break;
