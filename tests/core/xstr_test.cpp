@@ -14,7 +14,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/xexceptions.h"
+#include <xum/core/xexceptions.h>  // the installed spelling works in the tree too
 
 namespace xum {
 namespace {
