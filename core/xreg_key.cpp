@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/xcatalogue.h"
+#include "core/xexceptions.h"
 #include "core/xle.h"
 #include "platform/xos.h"
 
@@ -183,11 +184,13 @@ xreg_key::value xreg_key::get(const xstr& name) const {
   std::string file, damage;
   switch (find(name, v, file, damage)) {
     case lookup::unreadable:
-      xerror(joined(msg::eReadError.text, "Value: " + name) + "\n" + msg::FileName.text + file.c_str());
+      xerror(xerror_category::io,
+             joined(msg::eReadError.text, "Value: " + name) + "\n" + msg::FileName.text + file.c_str());
       break;
     case lookup::damaged:
-      xerror(joined(msg::eInvalidFormat.text, "Value: " + name + " (" + damage.c_str() + ")") + "\n" +
-             msg::FileName.text + file.c_str());
+      xerror(xerror_category::bad_data,
+             joined(msg::eInvalidFormat.text, "Value: " + name + " (" + damage.c_str() + ")") + "\n" +
+                 msg::FileName.text + file.c_str());
       break;
     default:
       break;
@@ -204,7 +207,8 @@ void xreg_key::put(const xstr& name, value_type type, const void* data, std::siz
   const std::string file = folder_ + "/" + (entry.empty() ? value_prefix + escape(name.view()) : entry);
   platform::os_error error;
   if (!platform::os().replace_file(file.c_str(), bytes.data(), bytes.size(), error))
-    xerror(msg::eWriteError.text + "\n" + msg::FileName.text + file.c_str() + "\n" + error.text.c_str());
+    xerror(xerror_category::io,
+           msg::eWriteError.text + "\n" + msg::FileName.text + file.c_str() + "\n" + error.text.c_str());
 }
 
 void xreg_key::str(const xstr& name, xstr& value, const xstr& def) {

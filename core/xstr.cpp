@@ -1,11 +1,13 @@
 #include "core/xstr.h"
 
 #include <array>
+#include <climits>
 #include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <cwctype>
 #include <new>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -174,6 +176,13 @@ void xstr_base::from_bytes(const char* data, int n) {
   clear();
   text_ = block;
 }
+
+void xstr::from_view(std::string_view bytes) {
+  if (bytes.size() > static_cast<std::size_t>(INT_MAX)) out_of_range();
+  from_bytes(bytes.data(), static_cast<int>(bytes.size()));
+}
+
+std::ostream& operator<<(std::ostream& out, const xstr& s) { return out << s.view(); }
 
 xstr_base::buffer xstr_base::get(int n) {
   if (n < 0) out_of_range();
@@ -473,12 +482,6 @@ void link_loc_str(xloc_str** head, xloc_str& s) {
 
 xerror_handler_fn xerror_handler = nullptr;
 
-void xerror(const xstr& message) {
-  if (xerror_handler != nullptr) {
-    xerror_handler(message);
-    return;
-  }
-  throw XException(message.w_str());
-}
+void xerror(const xstr& message) { xerror(xerror_category::general, message); }
 
 }  // namespace xum

@@ -12,6 +12,12 @@
 //   b.insert("x", 1);         // b becomes "axbc" in a new block; a is "abc"
 //   b.printf("%Li items", 3LL);
 //
+// With the standard library: constructed from std::string (implicitly) or
+// std::string_view (explicitly), any bytes including zero bytes; viewed as a
+// std::string_view without copying, copied out by str(); compared with
+// both and with C strings byte by byte; written to a std::ostream; hashed by
+// std::hash (the same value as the std::string_view of its bytes).
+//
 // Thread safety: reference counts are plain integers, so a string and all its
 // copies belong to one thread at a time. `w_str` uses one ring of five buffers
 // shared by the process; `tmp_buf` uses a per-thread scratch area.
@@ -23,7 +29,11 @@
 
 #include <compare>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <string>
 #include <string_view>
 
 #include "core/xexception.h"
@@ -191,9 +201,10 @@ class XUM_API xstr : public xstr_base {
   xstr() noexcept = default;
   xstr(const char* text) { from_c(text); }
   xstr(const char16_t* text) { from_c(text); }
-  explicit xstr(std::string_view bytes) {
-    from_bytes(bytes.data(), static_cast<int>(bytes.size()));
-  }
+  // Any bytes, zero bytes included. More than 2^31 - 1 bytes throws
+  // xexception 0.
+  explicit xstr(std::string_view bytes) { from_view(bytes); }
+  xstr(const std::string& bytes) { from_view(bytes); }
   xstr(const xstr& other) noexcept : xstr_base() { share(other); }
   xstr(xstr&& other) noexcept : xstr_base() { steal(other); }
 
@@ -214,6 +225,9 @@ class XUM_API xstr : public xstr_base {
   }
 
   operator std::string_view() const noexcept { return view(); }
+  // A std::string copy of the bytes.
+  std::string str() const { return std::string(view()); }
+  explicit operator std::string() const { return str(); }
 
   // Unchecked read; i == length() gives the terminator.
   char operator[](int i) const noexcept { return get_text()[i]; }
@@ -236,12 +250,29 @@ class XUM_API xstr : public xstr_base {
   // string when there is none.
   static xstr load(unsigned id);
 
+  // Byte-wise comparisons with strings, views and C strings (a null C
+  // string reads as empty), in either order.
   friend bool operator==(const xstr& a, const xstr& b) noexcept { return a.view() == b.view(); }
-  friend bool operator==(const xstr& a, const char* b) noexcept { return a.view() == std::string_view(b ? b : ""); }
+  friend bool operator==(const xstr& a, const char* b) noexcept { return a.view() == c_view(b); }
+  friend bool operator==(const xstr& a, std::string_view b) noexcept { return a.view() == b; }
+  friend bool operator==(const xstr& a, const std::string& b) noexcept { return a.view() == std::string_view(b); }
   friend std::strong_ordering operator<=>(const xstr& a, const xstr& b) noexcept {
     return a.view() <=> b.view();
   }
+  friend std::strong_ordering operator<=>(const xstr& a, const char* b) noexcept { return a.view() <=> c_view(b); }
+  friend std::strong_ordering operator<=>(const xstr& a, std::string_view b) noexcept { return a.view() <=> b; }
+  friend std::strong_ordering operator<=>(const xstr& a, const std::string& b) noexcept {
+    return a.view() <=> std::string_view(b);
+  }
+
+ private:
+  static std::string_view c_view(const char* s) noexcept { return std::string_view(s ? s : ""); }
+  void from_view(std::string_view bytes);
 };
+
+// Writes the bytes (zero bytes included), honouring the stream's width and
+// fill as a std::string_view does.
+XUM_API std::ostream& operator<<(std::ostream& out, const xstr& s);
 
 // A localizable text: the shown text, the link of its list and the stable
 // key a localizer looks it up by. Records are meant to be long-lived globals.
@@ -269,5 +300,17 @@ XUM_API extern xerror_handler_fn xerror_handler;
 XUM_API void xerror(const xstr& message);
 
 }  // namespace xum
+
+// Hashes the bytes as std::hash<std::string_view> does, and is transparent:
+// an unordered container keyed by xstr with std::equal_to<> finds entries by
+// a std::string_view, std::string or C string without building an xstr.
+template <>
+struct std::hash<xum::xstr> {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view s) const noexcept { return std::hash<std::string_view>{}(s); }
+  std::size_t operator()(const xum::xstr& s) const noexcept { return (*this)(s.view()); }
+  std::size_t operator()(const std::string& s) const noexcept { return (*this)(std::string_view(s)); }
+  std::size_t operator()(const char* s) const noexcept { return (*this)(std::string_view(s ? s : "")); }
+};
 
 #endif  // XUM_CORE_XSTR_H

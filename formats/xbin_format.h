@@ -101,6 +101,7 @@ class XUM_API xbin_format : public xformat {
   // Closes the current stream, then uses `s`: through the field block when
   // `owns`, else field by field (see the note above).
   void open_stream(xstream& s, xstream_mode m, bool owns) override;
+  using xformat::open_stream;  // and with a std::unique_ptr handed over
   // Closes the current stream, then borrows `s` for the format's use alone:
   // the caller reads, writes and seeks `s` only after flush() or close(),
   // which leave it where the fields end. Fields pass through the block as

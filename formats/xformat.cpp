@@ -22,6 +22,18 @@ void xformat::open_stream(xstream& s, xstream_mode m, bool own) {
   reading_ = m != xstream_write;
 }
 
+void xformat::open_stream(std::unique_ptr<xstream> s, xstream_mode m) {
+  if (s == nullptr) throw xexception(xexception::out_of_range);
+  xstream* raw = s.get();
+  try {
+    open_stream(*s.release(), m, true);
+  } catch (...) {
+    // As in open_file: once the format holds the stream, close deletes it.
+    if (stream_ != raw) delete raw;
+    throw;
+  }
+}
+
 void xformat::open_file(const xstr& name, xfile_mode fm) {
   auto file = std::make_unique<xfile_stream>(name, fm);
   xstream* raw = file.get();

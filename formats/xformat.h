@@ -10,6 +10,8 @@
 #ifndef XUM_FORMATS_XFORMAT_H
 #define XUM_FORMATS_XFORMAT_H
 
+#include <memory>
+
 #include "core/xexport.h"
 #include "core/xstr.h"
 #include "streams/xfile_stream.h"
@@ -33,6 +35,11 @@ class XUM_API xformat {
   // 2 write); with `own` the format deletes `s` when it is closed. The
   // reading flag becomes m != 2. `s` must outlive the format unless owned.
   virtual void open_stream(xstream& s, xstream_mode m, bool own);
+  // The same with the stream handed over: the format owns it from here and
+  // deletes it on close; when the open fails before the format holds it,
+  // it is deleted before the exception leaves. A null `s` throws
+  // xexception 0.
+  void open_stream(std::unique_ptr<xstream> s, xstream_mode m);
 
   // Opens `name` as an owned file stream in mode `fm`, used in the stream
   // mode fm & 3. A file that cannot be opened reports through xerror (see

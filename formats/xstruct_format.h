@@ -159,6 +159,7 @@ class XUM_API xstruct_format : public xformat {
   // Closes (saving when writing), then uses `s`. In a reading mode (m != 2)
   // loads the whole contents and closes `s` at once.
   void open_stream(xstream& s, xstream_mode m, bool own) override;
+  using xformat::open_stream;  // and with a std::unique_ptr handed over
   // Keeps the contents built so far and opens `s` (not owned) for writing:
   // they are written to `s` at the next close.
   void save_to_stream(xstream& s);

@@ -418,6 +418,16 @@ xstream* xvirtual_file_sys::get_base_stream() {
   return file.release();
 }
 
+std::unique_ptr<xstream> xvirtual_file_sys::open_file_stream(const xstr& name) {
+  return std::unique_ptr<xstream>(get_file_stream(name));
+}
+
+std::unique_ptr<xstream> xvirtual_file_sys::open_member_stream(int index) {
+  return std::unique_ptr<xstream>(get_member_stream(index));
+}
+
+std::unique_ptr<xstream> xvirtual_file_sys::open_base_stream() { return std::unique_ptr<xstream>(get_base_stream()); }
+
 xresource_file_sys::xresource_file_sys(xmodule module, int id, const char* type)
     : module_(module), id_(id), type_(type) {}
 

@@ -7,7 +7,7 @@
 //   a.close();                            // ... and renamed over it here
 //
 //   a.open("data.vfs");                   // loads the table, closes the file
-//   std::unique_ptr<xum::xstream> s(a.get_file_stream("LOGO.BMP"));
+//   std::unique_ptr<xum::xstream> s = a.open_file_stream("LOGO.BMP");
 //   xum::xvirtual_fs_interface::set(&a);  // file streams fall back to it
 //
 // Format note. All integers are little-endian (core/xle.h through the binary
@@ -143,12 +143,18 @@ class XUM_API xvirtual_file_sys : public xvirtual_fs_interface {
   // The first member whose extension is `ext` (ignoring case); its name as
   // added goes to `name`.
   bool file_by_ext(const xstr& ext, xstr& name) const;
-  // A new stream over the member's bytes, owned by the caller; null when
-  // there is no such member.
+  // A new stream over the member's bytes; null when there is no such
+  // member. The caller owns the stream and deletes it; it reads the archive
+  // on its own and may outlive this object.
   xstream* get_file_stream(const xstr& name) override;
-  // A new stream over member `index` of files() (repeated names included);
-  // out of range throws xexception 0.
+  // The same, owned by the returned pointer.
+  std::unique_ptr<xstream> open_file_stream(const xstr& name);
+  // A new stream over member `index` of files() (repeated names included),
+  // owned by the caller as get_file_stream's; out of range throws
+  // xexception 0.
   xstream* get_member_stream(int index);
+  // The same, owned by the returned pointer.
+  std::unique_ptr<xstream> open_member_stream(int index);
   // Whether member `index` of an opened archive lies wholly inside the data
   // area, between the header and the table. A damaged table can claim
   // members anywhere; their streams are cut at the end of the file. Always
@@ -160,8 +166,11 @@ class XUM_API xvirtual_file_sys : public xvirtual_fs_interface {
   std::int64_t data_end() const noexcept { return data_end_; }
 
   // A new stream reading the archive from its start, owned by the caller:
-  // the file at path(). Override to keep the archive elsewhere.
+  // the file at path(). Override to keep the archive elsewhere (the
+  // override returns a new stream that the caller deletes).
   virtual xstream* get_base_stream();
+  // get_base_stream(), owned by the returned pointer.
+  std::unique_ptr<xstream> open_base_stream();
 
   int header_value() const noexcept { return header_value_; }
   // Application-defined; set it before `create`. Version 1 archives read
@@ -216,6 +225,7 @@ class XUM_API xvirtual_file_sys : public xvirtual_fs_interface {
 class XUM_API xresource_file_sys : public xvirtual_file_sys {
  public:
   xresource_file_sys(xmodule module, int id, const char* type);
+  // A new stream over the resource, owned by the caller.
   xstream* get_base_stream() override;
 
  private:

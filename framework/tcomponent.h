@@ -64,7 +64,8 @@ enum : unsigned {
   csFixups = 0x80,
 };
 
-// Raised for a duplicate or malformed component name.
+// Raised for a duplicate or malformed component name. Like every exception
+// of the library a std::exception: what() gives the message as UTF-8.
 class XUM_API EComponentError : public Exception {
  public:
   using Exception::Exception;

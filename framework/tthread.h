@@ -68,6 +68,8 @@
 
 namespace xum {
 
+// A thread could not be started or waited for, or the main loop shut down
+// under a waiting Synchronize. A std::exception: what() gives the message.
 class XUM_API EThread : public Exception {
  public:
   using Exception::Exception;

@@ -14,8 +14,6 @@ bool attached = false;
 
 void out_of_memory() { throw XException(msg::eOutOfMemory.text.w_str()); }
 
-void throw_error(const xstr& message) { throw XException(message.w_str()); }
-
 // Runs the attach steps when the shared library is loaded.
 struct load_time_attach {
   load_time_attach() { xpackage_attach(); }
@@ -28,7 +26,7 @@ void xpackage_attach() {
   if (attached) return;
   attached = true;
   std::set_new_handler(&out_of_memory);
-  xerror_handler = &throw_error;
+  xerror_handler = &xthrow_error;  // typed errors stay typed
   xinstall_ui_backend_hook();
 }
 

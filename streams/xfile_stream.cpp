@@ -2,6 +2,7 @@
 
 #include "core/xcatalogue.h"
 #include "core/xexception.h"
+#include "core/xexceptions.h"
 #include "core/xfile_utils.h"
 #include "core/xvirtual_fs.h"
 #include "platform/xos.h"
@@ -190,15 +191,30 @@ void xfile_stream::error_handler() {
   auto code = static_cast<platform::os_errc>(last_error_);
   if (code == platform::os_errc::not_found) code = platform::os().which_missing(name_.get_text());
   xstr cause;
+  // An invalid mode is the caller's mistake; causes without a text of their
+  // own are failures of the system.
+  xerror_category category = xerror_category::io;
   switch (code) {
-    case platform::os_errc::file_not_found: cause = msg::eNOFILE.text; break;
-    case platform::os_errc::path_not_found: cause = msg::eNOPATH.text; break;
+    case platform::os_errc::file_not_found:
+      cause = msg::eNOFILE.text;
+      category = xerror_category::not_found;
+      break;
+    case platform::os_errc::path_not_found:
+      cause = msg::eNOPATH.text;
+      category = xerror_category::not_found;
+      break;
     case platform::os_errc::too_many_open_files: cause = msg::eMFILE.text; break;
-    case platform::os_errc::access_denied: cause = msg::eACCES.text; break;
-    case platform::os_errc::invalid_access: cause = msg::eINVACC.text; break;
+    case platform::os_errc::access_denied:
+      cause = msg::eACCES.text;
+      category = xerror_category::permission;
+      break;
+    case platform::os_errc::invalid_access:
+      cause = msg::eINVACC.text;
+      category = xerror_category::general;
+      break;
     default: break;
   }
-  xerror(cause + "\n" + msg::FileName.text + name_);
+  xerror(category, cause + "\n" + msg::FileName.text + name_);
 }
 
 void xfile_stream::enable_statistics(bool on) noexcept {

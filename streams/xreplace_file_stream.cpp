@@ -4,6 +4,7 @@
 
 #include "core/xcatalogue.h"
 #include "core/xexception.h"
+#include "core/xexceptions.h"
 #include "platform/xos.h"
 #include "streams/xfile_stream.h"
 
@@ -41,10 +42,10 @@ void xreplace_file_stream::open(const xstr& target, xlink_policy links, xsync_po
     // The causes a direct write reports read exactly as its; anything
     // else keeps the system's text.
     switch (error.code) {
-      case platform::os_errc::path_not_found: report(msg::eNOPATH.text, {}); break;
-      case platform::os_errc::too_many_open_files: report(msg::eMFILE.text, {}); break;
-      case platform::os_errc::access_denied: report(msg::eACCES.text, {}); break;
-      default: report(msg::eWriteError.text, error.text); break;
+      case platform::os_errc::path_not_found: report(xerror_category::not_found, msg::eNOPATH.text, {}); break;
+      case platform::os_errc::too_many_open_files: report(xerror_category::io, msg::eMFILE.text, {}); break;
+      case platform::os_errc::access_denied: report(xerror_category::permission, msg::eACCES.text, {}); break;
+      default: report(xerror_category::io, msg::eWriteError.text, error.text); break;
     }
     return;
   }
@@ -78,7 +79,7 @@ void xreplace_file_stream::close() {
   if (!ok) os.remove_file(temp_.get_text());
   temp_.clear();
   mode_ = 0;
-  if (!ok) report(msg::eWriteError.text, error.text);
+  if (!ok) report(xerror_category::io, msg::eWriteError.text, error.text);
 }
 
 int xreplace_file_stream::read(void* buffer, int count) {
@@ -117,10 +118,10 @@ xstr xreplace_file_stream::description() const {
   return text;
 }
 
-void xreplace_file_stream::report(const xstr& cause, const std::string& detail) {
+void xreplace_file_stream::report(xerror_category category, const xstr& cause, const std::string& detail) {
   xstr text = cause + "\n" + msg::FileName.text + target_;
   if (!detail.empty()) text += xstr("\n") + detail.c_str();
-  xerror(text);
+  xerror(category, text);
 }
 
 }  // namespace xum

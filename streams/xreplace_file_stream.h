@@ -37,6 +37,8 @@
 
 namespace xum {
 
+enum class xerror_category : int;  // core/xexceptions.h
+
 // What a symbolic link at the target's place means.
 enum class xlink_policy { follow, replace };
 
@@ -88,7 +90,7 @@ class XUM_API xreplace_file_stream final : public xstream {
   bool failed_ = false;  // a write fell short: never replace
   std::string failure_;  // the system's text of that write
 
-  void report(const xstr& cause, const std::string& detail);
+  void report(xerror_category category, const xstr& cause, const std::string& detail);
 };
 
 }  // namespace xum

@@ -5,6 +5,7 @@
 
 #include "core/xcatalogue.h"
 #include "core/xexception.h"
+#include "core/xexceptions.h"
 
 namespace xum {
 
@@ -31,11 +32,11 @@ std::int64_t xstream::get_size() {
 }
 
 void xstream::write_buffer(const void* buffer, int count) {
-  if (write(buffer, count) < count) xerror(msg::eWriteError.text + "\n" + description());
+  if (write(buffer, count) < count) xerror(xerror_category::io, msg::eWriteError.text + "\n" + description());
 }
 
 void xstream::read_buffer(void* buffer, int count) {
-  if (read(buffer, count) < count) xerror(msg::eReadError.text + "\n" + description());
+  if (read(buffer, count) < count) xerror(xerror_category::io, msg::eReadError.text + "\n" + description());
 }
 
 void xstream::copy_to(xstream& target) {

@@ -31,6 +31,12 @@ enum xseek_origin : int { xseek_begin = 0, xseek_current = 1, xseek_end = 2 };
 // Access bits of a stream: 1 read, 2 write, 3 both.
 enum xstream_mode : int { xstream_read = 1, xstream_write = 2 };
 
+// How the std::iostream adapter of a stream passes bytes on.
+enum class xstd_buffering {
+  none,      // every read and write goes to the wrapped stream at the call
+  buffered,  // reads and writes gather in blocks (see std_stream)
+};
+
 class XUM_API xstream {
  public:
   xstream(const xstream&) = delete;
@@ -65,10 +71,29 @@ class XUM_API xstream {
   // Copies exactly `count` bytes (read_buffer/write_buffer, 8192 at a time).
   void copy_to(xstream& target, int count);
 
-  // A std::iostream over this stream, which it does not own; reads, writes
-  // and seeks go straight through, exceptions of this stream pass through.
-  // The adapter must not outlive this stream.
+  // A std::iostream over this stream, which it does not own and must not
+  // outlive. Reads, writes and seeks go straight to this stream at the call,
+  // and this stream's exceptions (xexception, XException) reach the caller
+  // there. A write this stream takes only in part raises XEIOError
+  // ("Data writing error !" and the description). Formatted input may look
+  // one byte ahead to see where a word or number ends; a seek, a write,
+  // sync() and the adapter's end give that byte back.
   std::unique_ptr<std::iostream> std_stream();
+  // The same adapter; `xstd_buffering::buffered` gives it a read block and
+  // a write block of `block_size` bytes each (< 1 throws xexception 0), for
+  // many small transfers:
+  //  - writes reach this stream when the block is full, on flush()
+  //    (std::flush, std::endl), on a seek or tell, and before a read. A
+  //    failure there raises at that call, and the bytes not written stay
+  //    in the block, so a later flush can still write them. A stream that
+  //    may not be written refuses (xexception 4) at the first write.
+  //  - reads take up to `block_size` bytes ahead, so this stream stands
+  //    ahead of the adapter until a seek, a write or sync() gives the
+  //    unread bytes back.
+  //  - the adapter's destructor writes what is left but can only swallow a
+  //    failure there: call flush() before letting it go.
+  // `xstd_buffering::none` gives std_stream().
+  std::unique_ptr<std::iostream> std_stream(xstd_buffering buffering, int block_size = 65536);
 
   // The access bits (xstream_mode).
   int mode() const noexcept { return mode_; }

@@ -3,10 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <typeindex>
+#include <typeinfo>
 #include <vector>
 
 #include "core/xcatalogue.h"
+#include "core/xexception.h"
 #include "core/xmessage_box.h"
+#include "core/xstr.h"
 
 namespace xum {
 namespace {
@@ -83,6 +88,130 @@ TEST_F(XExceptionShow, UnknownExceptionStaysSilentOnceAfterShow) {
   ASSERT_EQ(boxes.size(), 2u);
   EXPECT_EQ(boxes[1].text, "Unknown internal error !");
   EXPECT_FALSE(XException::messageShowed);
+}
+
+// --- one root: std::exception ------------------------------------------------
+
+TEST(XExceptionRoot, ContractCodesAreStdExceptionsNamingTheirMeaning) {
+  const std::tuple<int, const char*> rows[] = {
+      {0, "Argument or index out of range (xexception 0)"},
+      {4, "Operation not supported by the stream or not allowed in its mode (xexception 4)"},
+      {7, "Resource not found (xexception 7)"},
+      {-3, "Contract violation (xexception -3)"},
+  };
+  for (const auto& [code, text] : rows) {
+    SCOPED_TRACE(code);
+    try {
+      throw xexception(code);
+    } catch (const std::exception& e) {
+      EXPECT_STREQ(e.what(), text);
+      const auto* x = dynamic_cast<const xexception*>(&e);
+      ASSERT_NE(x, nullptr);
+      EXPECT_EQ(x->code(), code);
+    }
+  }
+}
+
+TEST(XExceptionRoot, ContractCodesStillCatchByValueAndConvertToInt) {
+  // The form callers of the integer code have always written.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wcatch-value"
+  try {
+    (void)xstr("abc").sub_str(1, 3);
+    FAIL() << "no contract violation";
+  } catch (xexception e) {
+    const int code = e;
+    EXPECT_EQ(code, 0);
+    EXPECT_TRUE(e == xexception::out_of_range);
+  }
+#pragma GCC diagnostic pop
+}
+
+// --- categories ----------------------------------------------------------------
+
+// Saves the error hook and clears it (no hook: xerror throws) or installs
+// another; restores it afterwards.
+class XErrorCategory : public ::testing::Test {
+ protected:
+  void SetUp() override { saved_ = xerror_handler; }
+  void TearDown() override { xerror_handler = saved_; }
+
+ private:
+  xerror_handler_fn saved_ = nullptr;
+};
+
+struct category_row {
+  xerror_category category;
+  std::type_index thrown;
+};
+const category_row category_rows[] = {
+    {xerror_category::general, typeid(XException)},
+    {xerror_category::not_found, typeid(XENotFound)},
+    {xerror_category::permission, typeid(XEPermission)},
+    {xerror_category::bad_data, typeid(XEBadData)},
+    {xerror_category::newer_version, typeid(XENewerVersion)},
+    {xerror_category::io, typeid(XEIOError)},
+};
+
+// Raises through xerror and checks class, category, text and place, with
+// the hook `hook` installed (null: none).
+void expect_typed(xerror_handler_fn hook) {
+  xerror_handler = hook;
+  for (const auto& r : category_rows) {
+    SCOPED_TRACE(static_cast<int>(r.category));
+    try {
+      xerror(r.category, "Data reading error ! \nFile: a.bin", {.line = 12, .offset = 345});
+      FAIL() << "nothing thrown";
+    } catch (const XException& e) {
+      EXPECT_EQ(std::type_index(typeid(e)), r.thrown);
+      EXPECT_EQ(e.category(), r.category);
+      EXPECT_STREQ(e.what(), "Data reading error ! \nFile: a.bin");  // the text stays as raised
+      EXPECT_EQ(e.line(), 12);
+      EXPECT_EQ(e.offset(), 345);
+    }
+  }
+}
+
+TEST_F(XErrorCategory, WithoutAHookXerrorThrowsTheCategorysClass) { expect_typed(nullptr); }
+
+TEST_F(XErrorCategory, TheThrowingHookKeepsTheCategory) {
+  // The package installs xthrow_error at load; a typed failure must stay
+  // typed through it.
+  expect_typed(&xthrow_error);
+}
+
+TEST_F(XErrorCategory, ThePlainXerrorIsGeneralAndAReturningHookSeesTheCategory) {
+  xerror_handler = nullptr;
+  try {
+    xerror("Some error !");
+  } catch (const XException& e) {
+    EXPECT_EQ(std::type_index(typeid(e)), std::type_index(typeid(XException)));
+    EXPECT_EQ(e.category(), xerror_category::general);
+    EXPECT_EQ(e.line(), -1);
+  }
+
+  static std::vector<std::tuple<std::string, xerror_category, std::int64_t>> seen;
+  seen.clear();
+  xerror_handler = [](const xstr& m) {
+    seen.emplace_back(std::string(m.view()), xerror_current_category(), xerror_current_where().line);
+  };
+  xerror(xerror_category::bad_data, "Bad !", {.line = 7});
+  xerror("Plain !");
+  ASSERT_EQ(seen.size(), 2u);
+  EXPECT_EQ(seen[0], std::make_tuple(std::string("Bad !"), xerror_category::bad_data, std::int64_t{7}));
+  EXPECT_EQ(seen[1], std::make_tuple(std::string("Plain !"), xerror_category::general, std::int64_t{-1}));
+  EXPECT_EQ(xerror_current_category(), xerror_category::general);  // nothing raised now
+}
+
+TEST(XErrorCategoryCopy, CopiesKeepCategoryAndPlace) {
+  XEBadData original(u"Key duplication ! Key: a", {.line = 3, .offset = -1});
+  try {
+    throw original;
+  } catch (const XException& e) {
+    EXPECT_EQ(e.category(), xerror_category::bad_data);
+    EXPECT_EQ(e.line(), 3);
+    EXPECT_EQ(e.Message, u"Key duplication ! Key: a");
+  }
 }
 
 }  // namespace

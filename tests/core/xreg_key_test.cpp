@@ -156,11 +156,13 @@ TEST_F(XregKeyTest, DamagedValueIsReportedAsDamage) {
     r.binary("Bad", &n, &def, sizeof n);
     EXPECT_EQ(n, 9);
   }
+  EXPECT_THROW((void)r.get("Bad"), xum::XEBadData);  // told apart by type, not text
   // Something that is no file at all cannot be read.
   fs::remove(key / "@Bad");
   ASSERT_EQ(mkfifo((key / "@Pipe").c_str(), 0600), 0);
   EXPECT_EQ(xum::test::error_of([&] { r.get("Pipe"); }),
             "Data reading error ! Value: Pipe\nFile: " + (key / "@Pipe").string());
+  EXPECT_THROW((void)r.get("Pipe"), xum::XEIOError);
   EXPECT_EQ(r.get("Missing").type, xreg_key::value_type::none);
 }
 

@@ -4,14 +4,17 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <iomanip>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <unordered_map>
 #include <utility>
 
 #include <gtest/gtest.h>
 
-#include "core/xexceptions.h"
+#include <xum/core/xexceptions.h>  // the installed spelling works in the tree too
 
 namespace xum {
 namespace {
@@ -299,6 +302,82 @@ TEST(XStrOperators, ConcatenateCompareAndView) {
   const std::string_view v = s;
   EXPECT_EQ(v.data(), s.get_text());
   EXPECT_EQ(v.size(), 6u);
+}
+
+// --- with the standard library ------------------------------------------------
+
+TEST(XStrStd, BuildsFromAndCopiesOutToStringsKeepingZeroBytes) {
+  const std::string with_zero("a\0b", 3);
+  const std::string_view rows[] = {"", "x", "a\0b"sv, "\0"sv, "\0\0tail"sv};
+  for (const std::string_view bytes : rows) {
+    SCOPED_TRACE(testing::PrintToString(std::string(bytes)));
+    const std::string str(bytes);
+    const xstr from_string = str;  // implicit, as from a C string
+    const xstr from_view(bytes);
+    expect_text(from_string, bytes);
+    expect_text(from_view, bytes);
+    EXPECT_EQ(from_string.empty(), bytes.empty());  // the empty string owns no block
+    EXPECT_EQ(from_string.str(), str);
+    EXPECT_EQ(static_cast<std::string>(from_view), str);
+  }
+  // A library call taking an xstr accepts a std::string as it is.
+  const auto length = [](const xstr& s) { return s.length(); };
+  EXPECT_EQ(length(with_zero), 3);
+}
+
+TEST(XStrStd, ComparesWithStringsViewsAndCStringsBothWays) {
+  const xstr s("ab\0c"sv);
+  const std::string same("ab\0c", 4);
+  const std::string_view shorter = "ab";  // differs only after the zero byte
+  EXPECT_TRUE(s == same);
+  EXPECT_TRUE(same == s);
+  EXPECT_TRUE(s == std::string_view(same));
+  EXPECT_TRUE(std::string_view(same) == s);
+  EXPECT_FALSE(s == shorter);
+  EXPECT_FALSE(s == "ab");  // a C string ends at its zero byte
+  EXPECT_TRUE(s != "ab");
+  EXPECT_TRUE("ab" != s);
+
+  struct row {
+    const char* right;
+    std::strong_ordering want;  // of xstr("b") <=> right
+  };
+  const row rows[] = {{"a", std::strong_ordering::greater},
+                      {"b", std::strong_ordering::equal},
+                      {"ba", std::strong_ordering::less},
+                      {"\xE4", std::strong_ordering::less},  // bytes compare unsigned
+                      {"", std::strong_ordering::greater}};
+  const xstr b = "b";
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.right);
+    EXPECT_EQ(b <=> r.right, r.want);
+    EXPECT_EQ(b <=> std::string(r.right), r.want);
+    EXPECT_EQ(b <=> std::string_view(r.right), r.want);
+    EXPECT_EQ(0 <=> (std::string_view(r.right) <=> b), r.want);  // reversed
+  }
+  EXPECT_TRUE(xstr() == static_cast<const char*>(nullptr));
+  EXPECT_TRUE(xstr() == std::string());
+}
+
+TEST(XStrStd, WritesToStreamsWithWidthAndZeroBytes) {
+  std::ostringstream out;
+  out << xstr("a\0b"sv) << '|' << std::setw(4) << std::left << std::setfill('.') << xstr("xy") << '|' << xstr();
+  EXPECT_EQ(out.str(), std::string("a\0b|xy..|", 9));
+}
+
+TEST(XStrStd, HashesAsItsBytesAndFindsByView) {
+  const std::hash<xstr> h;
+  EXPECT_EQ(h(xstr("key")), std::hash<std::string_view>{}("key"));
+  EXPECT_NE(h(xstr("a\0b"sv)), h(xstr("a\0c"sv)));  // the bytes after a zero count
+  EXPECT_EQ(h(xstr()), h(std::string_view()));
+
+  std::unordered_map<xstr, int, std::hash<xstr>, std::equal_to<>> m;
+  m[xstr("one")] = 1;
+  m[std::string("t\0o", 3)] = 2;
+  EXPECT_EQ(m.find("one")->second, 1);
+  EXPECT_EQ(m.find(std::string_view("t\0o", 3))->second, 2);
+  EXPECT_EQ(m.find(std::string("one"))->second, 1);
+  EXPECT_EQ(m.find("t"), m.end());
 }
 
 TEST(XStrLocStr, ListsRunNewestFirst) {

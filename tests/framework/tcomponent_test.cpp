@@ -1,5 +1,6 @@
 #include "framework/tcomponent.h"
 
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -56,7 +57,13 @@ TEST(TComponent, NamesAreUniqueIdentifiersPerOwner) {
   auto* a = new TComponent(&owner);
   a->SetName(u"Edit1");
   auto* b = new TComponent(&owner);
-  EXPECT_THROW(b->SetName(u"EDIT1"), EComponentError);
+  try {
+    b->SetName(u"EDIT1");
+    ADD_FAILURE() << "a clash of names accepted";
+  } catch (const std::exception& e) {  // EComponentError, with a message a handler can show
+    EXPECT_NE(dynamic_cast<const EComponentError*>(&e), nullptr);
+    EXPECT_STREQ(e.what(), "A component named EDIT1 already exists");
+  }
   EXPECT_THROW(b->SetName(u"1st"), EComponentError);
   b->SetName(u"Edit2");
   b->SetName(u"");  // unnamed components never clash

@@ -31,6 +31,15 @@ class XFileStream : public ::testing::Test {
   static std::string open_error(const xstr& name, int mode) {
     return test::error_of([&] { xfile_stream f(name, mode); });
   }
+  // The category of that failure; general when it opened.
+  static xerror_category open_category(const xstr& name, int mode) {
+    try {
+      xfile_stream f(name, mode);
+    } catch (const XException& e) {
+      return e.category();
+    }
+    return xerror_category::general;
+  }
 
   test::temp_dir dir_;
 };
@@ -134,21 +143,26 @@ TEST_F(XFileStream, OpenFailuresReportTheirCauseAndTheName) {
     const char* name;
     int mode;
     const char* cause;
+    xerror_category category;  // what a program branches on
   };
+  constexpr auto not_found = xerror_category::not_found, permission = xerror_category::permission;
   const row rows[] = {
-      {"missing.txt", xfile_read, "File not found !"},
-      {"missing.txt", xfile_write, "File not found !"},
-      {"nodir/a.txt", xfile_read, "Path not found !"},
-      {"nodir/a.txt", xfile_create, "Path not found !"},
-      {"file/a.txt", xfile_read, "Path not found !"},  // a file used as a directory
-      {"sub", xfile_read, "Permission denied !"},      // a directory is not a file
-      {"sub", xfile_create, "Permission denied !"},
+      {"missing.txt", xfile_read, "File not found !", not_found},
+      {"missing.txt", xfile_write, "File not found !", not_found},
+      {"nodir/a.txt", xfile_read, "Path not found !", not_found},
+      {"nodir/a.txt", xfile_create, "Path not found !", not_found},
+      {"file/a.txt", xfile_read, "Path not found !", not_found},  // a file used as a directory
+      {"sub", xfile_read, "Permission denied !", permission},     // a directory is not a file
+      {"sub", xfile_create, "Permission denied !", permission},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(r.name);
     const xstr name = path(r.name);
     EXPECT_EQ(open_error(name, r.mode), std::string(r.cause) + "\nFile: " + name.get_text());
+    EXPECT_EQ(open_category(name, r.mode), r.category);
   }
+  EXPECT_THROW(xfile_stream(path("missing.txt"), xfile_read), XENotFound);
+  EXPECT_THROW(xfile_stream(path("sub"), xfile_read), XEPermission);
   EXPECT_EQ(open_error("", xfile_read), "Path not found !\nFile: ");
 }
 
@@ -176,6 +190,7 @@ TEST_F(XFileStream, TooManyOpenFilesIsReported) {
         setrlimit(RLIMIT_NOFILE, &limit);
         for (int i = 0; i < 8; ++i) ::dup(0);  // use up the descriptors
         const std::string message = open_error(name, xfile_read);
+        if (open_category(name, xfile_read) != xerror_category::io) std::exit(4);
         std::exit(message == std::string("Too many open files !\nFile: ") + name.get_text() ? 0 : 3);
       },
       ::testing::ExitedWithCode(0), "");

@@ -74,6 +74,8 @@ TEST(XReplaceFileStream, CreatesAMissingFileAndRefusesWhatADirectWriteWould) {
             "Path not found !\nFile: " + (dir.path / "no/such.txt").string());
   EXPECT_EQ(error_of([&] { xreplace_file_stream(dir.path.c_str()); }),
             "Permission denied !\nFile: " + dir.path.string());
+  EXPECT_THROW(xreplace_file_stream((dir.path / "no/such.txt").c_str()), XENotFound);
+  EXPECT_THROW(xreplace_file_stream(dir.path.c_str()), XEPermission);
   if (geteuid() == 0) GTEST_SKIP() << "permissions do not bind root";
   fs::permissions(fresh, fs::perms::owner_read);
   EXPECT_EQ(error_of([&] { xreplace_file_stream(fresh.c_str()); }),

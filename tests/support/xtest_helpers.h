@@ -29,7 +29,7 @@ inline std::string error_of(const auto& f) {
 inline int code_of(const auto& f) {
   try {
     f();
-  } catch (xexception e) {
+  } catch (const xexception& e) {
     return e.code();
   }
   return -1;
