@@ -44,6 +44,14 @@ struct dialog {
   ~dialog() { delete form; }
 };
 
+// The main loop, bound to this thread and open.
+xmain_loop& open_loop() {
+  xmain_loop& loop = xmain_loop::instance();
+  loop.bind_to_current_thread();
+  loop.open();
+  return loop;
+}
+
 TEST(ModalForms, ScriptedBackendPressesButtonsByName) {
   xscripted_backend ui;
   xui_backend_scope use(ui);
@@ -134,9 +142,7 @@ class counting_thread : public TThread {
 };
 
 TEST(Synchronize, RunsEveryCallOnceOnTheMainThreadUnderContention) {
-  xmain_loop& loop = xmain_loop::instance();
-  loop.bind_to_current_thread();
-  loop.open();
+  open_loop();
   std::atomic<int> in_main{0};
   {
     std::vector<std::unique_ptr<counting_thread>> threads;
@@ -155,9 +161,7 @@ TEST(Synchronize, RunsEveryCallOnceOnTheMainThreadUnderContention) {
 }
 
 TEST(Synchronize, ShutdownReleasesWaitingThreadsWithAnError) {
-  xmain_loop& loop = xmain_loop::instance();
-  loop.bind_to_current_thread();
-  loop.open();
+  xmain_loop& loop = open_loop();
   const auto refused = [] {
     try {
       TThread::Synchronize(nullptr, [] {});
@@ -219,9 +223,7 @@ class header_example_worker : public TThread {
 // itself for a body given to the constructor. Under the sanitizers any use of
 // freed memory or unordered access fails the test.
 TEST(TThread, DestroyedRightAfterStartStopsBeforeTheBodyIsGone) {
-  xmain_loop& loop = xmain_loop::instance();
-  loop.bind_to_current_thread();
-  loop.open();
+  xmain_loop& loop = open_loop();
   TLabel label(nullptr);
   for (int i = 0; i < 100; ++i) {
     long shown = 0;
@@ -261,9 +263,7 @@ class reporting_thread : public TThread {
 };
 
 TEST(TThread, OnTerminateRunsOnTheMainThreadWhileTheObjectIsWhole) {
-  xmain_loop& loop = xmain_loop::instance();
-  loop.bind_to_current_thread();
-  loop.open();
+  xmain_loop& loop = open_loop();
   int calls = 0;
   bool whole = false;
   {
@@ -280,9 +280,7 @@ TEST(TThread, OnTerminateRunsOnTheMainThreadWhileTheObjectIsWhole) {
 }
 
 TEST(TThread, DestructorHandsExceptionsOfPostedCallsToTheApplication) {
-  xmain_loop& loop = xmain_loop::instance();
-  loop.bind_to_current_thread();
-  loop.open();
+  xmain_loop& loop = open_loop();
   std::exception_ptr caught;
   Application()->OnException = [&](TObject*, std::exception_ptr e) { caught = e; };
   bool later = false;
@@ -324,9 +322,7 @@ TEST(TThreadDeathTest, DestroyingARunningExecuteWithoutStopAborts) {
 }
 
 TEST(MainLoop, WatchesDescriptorsAndRoutesExceptionsToTheApplication) {
-  xmain_loop& loop = xmain_loop::instance();
-  loop.bind_to_current_thread();
-  loop.open();
+  xmain_loop& loop = open_loop();
   int fds[2];
   ASSERT_TRUE(platform::os().make_wake_pipe(fds));
   int seen = 0;
@@ -359,9 +355,7 @@ TEST(MainLoop, WatchesDescriptorsAndRoutesExceptionsToTheApplication) {
 }
 
 TEST(MainLoop, TimersRunOnTheirIntervalUntilRemoved) {
-  xmain_loop& loop = xmain_loop::instance();
-  loop.bind_to_current_thread();
-  loop.open();
+  xmain_loop& loop = open_loop();
   EXPECT_EQ(loop.next_wait_ms(), -1);
   int fast = 0, slow = 0;
   const int fast_id = loop.add_timer(1, [&] { ++fast; });
@@ -380,9 +374,7 @@ TEST(MainLoop, TimersRunOnTheirIntervalUntilRemoved) {
 }
 
 TEST(MainLoop, NestedTurnsKeepPostOrderAndDoNotReenterACallback) {
-  xmain_loop& loop = xmain_loop::instance();
-  loop.bind_to_current_thread();
-  loop.open();
+  xmain_loop& loop = open_loop();
   // A call that turns the loop itself (as a modal form does) runs the calls
   // queued behind it there, in order, and they do not run twice.
   std::vector<std::string> order;

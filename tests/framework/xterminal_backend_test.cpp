@@ -51,6 +51,22 @@ class XTerminalBackend : public ::testing::Test {
     return out;
   }
 
+  // A child of `form`, with a hint (edits) or a caption (buttons) when given.
+  static TEdit* edit(TForm& form, const char16_t* hint = nullptr) {
+    auto* e = new TEdit(&form);
+    e->SetParent(&form);
+    if (hint) e->SetHint(hint);
+    return e;
+  }
+  static TButton* button(TForm& form, const char16_t* caption, TModalResult result, bool is_default = false) {
+    auto* b = new TButton(&form);
+    b->SetParent(&form);
+    if (caption) b->SetCaption(caption);
+    b->SetModalResult(result);
+    b->SetDefault(is_default);
+    return b;
+  }
+
   int master_ = -1;
   std::string slave_name_;
 };
@@ -75,25 +91,16 @@ TEST_F(XTerminalBackend, FormsAskForEditsThenForTheClosingButton) {
   xui_backend_scope use(ui);
   TForm form(nullptr);
   form.SetCaption(u"Query");
-  auto* edit = new TEdit(&form);
-  edit->SetParent(&form);
-  edit->SetHint(u"Name");
-  edit->SetText(u"old");
-  auto* ok = new TButton(&form);
-  ok->SetParent(&form);
-  ok->SetCaption(u"&OK");
-  ok->SetModalResult(mrOk);
-  ok->SetDefault(true);
-  auto* cancel = new TButton(&form);
-  cancel->SetParent(&form);
-  cancel->SetCaption(u"Cancel");
-  cancel->SetModalResult(mrCancel);
+  TEdit* name = edit(form, u"Name");
+  name->SetText(u"old");
+  button(form, u"&OK", mrOk, true);
+  button(form, u"Cancel", mrCancel);
   type("new text\n\n");  // the edit, then the default button
   EXPECT_EQ(form.ShowModal(), mrOk);
-  EXPECT_EQ(edit->Text(), u"new text");
+  EXPECT_EQ(name->Text(), u"new text");
   type("\nc\n");  // keep the text, choose Cancel
   EXPECT_EQ(form.ShowModal(), mrCancel);
-  EXPECT_EQ(edit->Text(), u"new text");
+  EXPECT_EQ(name->Text(), u"new text");
   EXPECT_NE(printed().find("== Query ==\nName [old]: [1] OK  [2] Cancel (default 1): "), std::string::npos);
 
   TSaveDialog save(nullptr);
@@ -118,11 +125,7 @@ TEST_F(XTerminalBackend, ComboBoxesOfferTheirItems) {
   size->SetName(u"Size");
   size->SetStyle(csDropDownList);
   for (const char16_t* item : {u"small", u"large"}) size->Items().Add(item);
-  auto* ok = new TButton(&form);
-  ok->SetParent(&form);
-  ok->SetCaption(u"OK");
-  ok->SetModalResult(mrOk);
-  ok->SetDefault(true);
+  button(form, u"OK", mrOk, true);
   int changes = 0;
   colour->OnChange = [&](TObject*) { ++changes; };
   const struct {
@@ -156,15 +159,9 @@ TEST_F(XTerminalBackend, EndOfInputCancels) {
   xterminal_backend ui(slave_name_.c_str());
   xui_backend_scope use(ui);
   TForm form(nullptr);
-  auto* edit = new TEdit(&form);
-  edit->SetParent(&form);
-  auto* ok = new TButton(&form);
-  ok->SetParent(&form);
-  ok->SetModalResult(mrOk);
-  ok->SetDefault(true);
-  auto* cancel = new TButton(&form);
-  cancel->SetParent(&form);
-  cancel->SetModalResult(mrCancel);
+  edit(form);
+  TButton* ok = button(form, nullptr, mrOk, true);
+  button(form, nullptr, mrCancel);
   bool ok_clicked = false;
   ok->OnClick = [&](TObject*) { ok_clicked = true; };
   close(master_);  // the user has gone
@@ -191,17 +188,12 @@ TEST_F(XTerminalBackend, RefusedCloseAsksAgain) {
   xui_backend_scope use(ui);
   TForm form(nullptr);
   form.SetCaption(u"Rename");
-  auto* edit = new TEdit(&form);
-  edit->SetParent(&form);
-  edit->SetHint(u"Name");
-  auto* ok = new TButton(&form);
-  ok->SetParent(&form);
-  ok->SetCaption(u"OK");
-  ok->SetModalResult(mrOk);
-  form.OnCloseQuery = [&](TObject*, bool& can_close) { can_close = !edit->Text().empty(); };
+  TEdit* name = edit(form, u"Name");
+  button(form, u"OK", mrOk);
+  form.OnCloseQuery = [&](TObject*, bool& can_close) { can_close = !name->Text().empty(); };
   type("\n1\nnew\n1\n");  // no name: refused; then a name
   EXPECT_EQ(form.ShowModal(), mrOk);
-  EXPECT_EQ(edit->Text(), u"new");
+  EXPECT_EQ(name->Text(), u"new");
   EXPECT_NE(printed().find("The form stays open.\nName []: "), std::string::npos);
 }
 
@@ -229,12 +221,8 @@ TEST_F(XTerminalBackend, WaitingForALineKeepsTheMainLoopRunning) {
 
   // The synchronized call closes the form while its edit is asked for.
   TForm form(nullptr);
-  auto* edit = new TEdit(&form);
-  edit->SetParent(&form);
-  auto* ok = new TButton(&form);
-  ok->SetParent(&form);
-  ok->SetModalResult(mrOk);
-  ok->SetDefault(true);
+  edit(form);
+  button(form, nullptr, mrOk, true);
   worker = std::thread([&] { TThread::Synchronize(nullptr, [&] { form.SetModalResult(mrRetry); }); });
   EXPECT_EQ(form.ShowModal(), mrRetry);
   xmain_loop::instance().run_posted();
