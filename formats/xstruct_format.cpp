@@ -189,9 +189,8 @@ void xstruct_format::close() {
       f.missing_ = 0;
       f.binary_ = false;
       if (f.clear_on_close_) {
-        f.labels_.reset();
-        f.label_index_.clear();
-        f.next_label_.clear();
+        f.labels_.clear();
+        f.next_label_ = std::vector<int>();
         f.last_label_ = -1;
         f.root_.clear();
       }
@@ -296,33 +295,23 @@ int xstruct_format::label_code(std::string_view label) {
     int n = 0;
     if (std::sscanf(number.c_str(), "%i", &n) == 1 && n >= 0) return ~n;
   }
-  if (last_label_ >= 0) {
+  // next_label_ may lag behind the labels (when growing it failed): that
+  // only costs the guesses of the labels it lacks.
+  const auto known = [&](int code) { return code >= 0 && static_cast<std::size_t>(code) < next_label_.size(); };
+  if (known(last_label_)) {
     const int guess = next_label_[static_cast<std::size_t>(last_label_)];
-    if (guess >= 0 && labels_[guess].view() == label) return last_label_ = guess;
+    if (guess >= 0 && labels_[guess] == label) return last_label_ = guess;
   }
-  const unsigned hash = xcalculate_buffer_hash(label.data(), static_cast<int>(label.size()), 0);
-  int code = -1;
-  for (int s = label_index_.item_by_code(hash); s != -1; s = label_index_.next_item_by_code(hash, s)) {
-    const int i = label_index_.value(s);
-    if (labels_[i].view() == label) {
-      code = i;
-      break;
-    }
-  }
-  if (code < 0) {
-    code = labels_.size();
-    labels_.push_back(xstr(label));
-    label_index_.insert(hash, code);
-    next_label_.push_back(-1);
-  }
-  if (last_label_ >= 0) next_label_[static_cast<std::size_t>(last_label_)] = code;
+  const int code = labels_.find_or_add(label);
+  if (static_cast<std::size_t>(code) >= next_label_.size()) next_label_.resize(static_cast<std::size_t>(code) + 1, -1);
+  if (known(last_label_)) next_label_[static_cast<std::size_t>(last_label_)] = code;
   return last_label_ = code;
 }
 
 xstr xstruct_format::label_by_code(int code) const {
   if (code >= 0) {
     if (code >= labels_.size()) throw xexception(xexception::out_of_range);
-    return labels_[code];
+    return xstr(labels_[code]);
   }
   xstr n;
   n.from_integer(~static_cast<long long>(code));
@@ -567,7 +556,7 @@ bool xstruct_format::write_text() {
   char number[16];
   // Labels are written from the table without copies; anonymous ones as #n.
   const auto label = [&](int code) -> std::string_view {
-    if (code >= 0) return labels_[code].view();
+    if (code >= 0) return labels_[code];
     const int n = std::snprintf(number, sizeof number, "#%d", ~code);
     return std::string_view(number, static_cast<std::size_t>(n));
   };
@@ -690,7 +679,7 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
   // form, over-long names, which it looks for only when a label is one.
   bool names_matter = all;
   for (int i = 0; !names_matter && binary && i < labels_.size(); ++i)
-    names_matter = labels_[i].length() > binary_max_bytes;
+    names_matter = labels_[i].size() > static_cast<std::size_t>(binary_max_bytes);
 
   struct frame {
     const xstruct_section* section;
@@ -699,7 +688,7 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
   std::vector<frame> frames{{&root_, 0}};
   char number[16];
   const auto label = [&](int code) -> std::string_view {
-    if (code >= 0) return labels_[code].view();
+    if (code >= 0) return labels_[code];
     const int n = std::snprintf(number, sizeof number, "#%d", ~code);
     return std::string_view(number, static_cast<std::size_t>(n));
   };
@@ -721,8 +710,9 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
   // a section), or "".
   const auto name_problem = [&](int code, bool key) -> xstr {
     if (binary) {
-      if (code >= 0 && labels_[code].length() > binary_max_bytes)
-        return "The name is longer than " + max_bytes + " bytes (" + number_text(labels_[code].length()) + ").";
+      if (code >= 0 && labels_[code].size() > static_cast<std::size_t>(binary_max_bytes))
+        return "The name is longer than " + max_bytes + " bytes (" +
+               number_text(static_cast<long long>(labels_[code].size())) + ").";
       if (!all) return xstr();
       if (code > binary_max_count)
         return "The name is label " + number_text(code + 1LL) + " of the file; the binary form reaches the first " +
@@ -732,7 +722,7 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
       return xstr();
     }
     if (!all || code < 0) return xstr();
-    const std::string_view name = labels_[code].view();
+    const std::string_view name = labels_[code];
     if (has_break(name)) return "The name holds a line break.";
     if (looks_anonymous(name)) return "The name reads back as an anonymous entry.";
     if (!key) return !name.empty() && is_blank(name.back()) ? xstr("The section name ends in a blank.") : xstr();

@@ -101,7 +101,7 @@
 #include <vector>
 
 #include "core/xexport.h"
-#include "core/xhash_table.h"
+#include "core/xlabel_table.h"
 #include "core/xstr.h"
 #include "core/xvector.h"
 #include "formats/xformat.h"
@@ -290,8 +290,8 @@ class XUM_API xstruct_format : public xformat {
   // `text` and the stream description on a line of its own, if any.
   xstr located(const xstr& text) const;
 
-  xvector<xstr> labels_;
-  xhash_table_impl label_index_;
+  // The label table and its index: a label's code is its place.
+  xlabel_table labels_;
   // Files and describe-once code name their labels in a repeating order, so
   // each label remembers the label asked for after it last time; a match is
   // confirmed by comparing the texts and saves hashing and probing.
