@@ -82,14 +82,21 @@ void write_value(xbin_format& b, const xstruct_value& v) {
     case xvalue_kind::text:
       break;
   }
-  xstr text = v.text();
+  // The bytes of short_str and of a 32-bit length string, written from the
+  // value's text in place (a loaded text is no xstr of its own).
+  const std::string_view text = v.text_view();
+  char* bytes = const_cast<char*>(text.data());  // only read when writing
   if (text.empty()) {
     write_kind(b, kind_empty_text);
-  } else if (text.length() < 256) {
+  } else if (text.size() < 256) {
     write_kind(b, kind_short_text);
-    b.short_str(text);
+    std::uint8_t n = static_cast<std::uint8_t>(text.size());
+    b(n);
+    b.buffer(bytes, n);
   } else {
-    b(text);  // no kind byte: see the format note
+    std::int32_t n = static_cast<std::int32_t>(text.size());
+    b(n);  // no kind byte: see the format note
+    b.buffer(bytes, n);
   }
 }
 

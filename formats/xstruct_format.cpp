@@ -193,6 +193,7 @@ void xstruct_format::close() {
         f.next_label_ = std::vector<int>();
         f.last_label_ = -1;
         f.root_.clear();
+        f.value_texts_.clear();  // after the values that view it
       }
       f.clear_on_close_ = true;
       f.reading_ = false;
@@ -536,7 +537,9 @@ void xstruct_format::parse_text(xtext_format& text) {
     while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
     // "@" after a blank at the end protects the trailing blanks written.
     if (value.size() >= 2 && value.ends_with(" @")) value.remove_suffix(1);
-    section.add_value(xstruct_value(code, xstr(value)));
+    // The text goes to the tree's arena: one copy, no allocation of its own.
+    section.add_value(value.empty() ? xstruct_value(code, xstr())
+                                    : xstruct_value::arena_text(code, value_texts_.add(value)));
   }
 }
 

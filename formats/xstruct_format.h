@@ -297,6 +297,9 @@ class XUM_API xstruct_format : public xformat {
   // confirmed by comparing the texts and saves hashing and probing.
   std::vector<int> next_label_;
   int last_label_ = -1;
+  // The texts of loaded values (see xstruct_value::arena_text); declared
+  // before the tree, so that it outlives every value.
+  xtext_arena value_texts_;
   xstruct_section root_{0};
   cursor cursor_{&root_, 0, 0};
   std::vector<cursor> stack_;

@@ -56,31 +56,35 @@ void xstruct_value::extended_bytes(unsigned char* out) const noexcept {
   le::store<std::uint16_t>(out + 8, extended_top_);
 }
 
-void xstruct_value::copy_payload(const xstruct_value& other) noexcept {
-  code_ = other.code_;
-  kind_ = other.kind_;
-  extended_top_ = other.extended_top_;
-  if (kind_ == xvalue_kind::text)
-    new (&text_) xstr(other.text_);
-  else
-    int_ = other.int_;  // the 8 bytes of any numeric kind
+xstruct_value xstruct_value::arena_text(int code, const char* text) noexcept {
+  xstruct_value r(code, xvalue_kind::text);
+  r.in_arena_ = true;
+  r.arena_ = text;
+  return r;
 }
 
-xstruct_value::xstruct_value(const xstruct_value& other) noexcept { copy_payload(other); }
+xstruct_value::xstruct_value(const xstruct_value& other)
+    : code_(other.code_), kind_(other.kind_), extended_top_(other.extended_top_) {
+  if (kind_ != xvalue_kind::text)
+    int_ = other.int_;  // the 8 bytes of any numeric kind
+  else if (other.in_arena_)
+    new (&text_) xstr(other.text_view());  // a copy owns its text
+  else
+    new (&text_) xstr(other.text_);
+}
 
 xstruct_value::xstruct_value(xstruct_value&& other) noexcept
-    : code_(other.code_), kind_(other.kind_), extended_top_(other.extended_top_) {
-  if (kind_ == xvalue_kind::text)
-    new (&text_) xstr(std::move(other.text_));
+    : code_(other.code_), kind_(other.kind_), in_arena_(other.in_arena_), extended_top_(other.extended_top_) {
+  if (kind_ != xvalue_kind::text)
+    int_ = other.int_;  // the 8 bytes of any numeric kind
+  else if (in_arena_)
+    arena_ = other.arena_;
   else
-    int_ = other.int_;
+    new (&text_) xstr(std::move(other.text_));
 }
 
-xstruct_value& xstruct_value::operator=(const xstruct_value& other) noexcept {
-  if (this != &other) {
-    this->~xstruct_value();
-    copy_payload(other);
-  }
+xstruct_value& xstruct_value::operator=(const xstruct_value& other) {
+  if (this != &other) *this = xstruct_value(other);
   return *this;
 }
 
@@ -112,7 +116,7 @@ xstr xstruct_value::text() const {
   xstr r;
   switch (kind_) {
     case xvalue_kind::text:
-      return text_;
+      return in_arena_ ? xstr(text_view()) : text_;
     case xvalue_kind::int64:
       r.printf("%Li", static_cast<long long>(int_));
       break;
@@ -143,7 +147,7 @@ std::int64_t xstruct_value::as_int64() const {
       break;
   }
   long long v = 0;
-  if (std::sscanf(text_.get_text(), "%Li", &v) != 1) throw xvalue_conversion_error{&msg::eNonInteger};
+  if (std::sscanf(c_text(), "%Li", &v) != 1) throw xvalue_conversion_error{&msg::eNonInteger};
   return v;
 }
 
@@ -161,7 +165,7 @@ double xstruct_value::as_double() const {
       break;
   }
   double v = 0;
-  if (std::sscanf(text_.get_text(), "%lf", &v) != 1) throw xvalue_conversion_error{&msg::eNonNumber};
+  if (std::sscanf(c_text(), "%lf", &v) != 1) throw xvalue_conversion_error{&msg::eNonNumber};
   return v;
 }
 
