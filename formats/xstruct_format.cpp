@@ -1,5 +1,6 @@
 #include "formats/xstruct_format.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -498,12 +499,18 @@ void xstruct_format::load_contents() {
 void xstruct_format::parse_text(xtext_format& text) {
   // Open sections, innermost last: the text's nesting without recursion.
   std::vector<xstruct_section*> open{cursor_.section};
+  // Sections of a file tend to repeat their shape: the first value of a
+  // section makes room for as many as the section closed last held (at
+  // most values_reserved), which saves the steps of growing one by one.
+  constexpr int values_reserved = 32;
+  int last_count = 0;
   std::string_view line;
   while (text.read_line_view(line, true)) {
     line = trimmed(line);
     if (line.empty()) continue;
     xstruct_section& section = *open.back();
     if (line[0] == '>') {
+      last_count = section.value_count();
       open.pop_back();
       if (open.empty()) return;  // a closer at the top level ends the file
       continue;
@@ -537,6 +544,7 @@ void xstruct_format::parse_text(xtext_format& text) {
     while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
     // "@" after a blank at the end protects the trailing blanks written.
     if (value.size() >= 2 && value.ends_with(" @")) value.remove_suffix(1);
+    if (section.value_count() == 0 && last_count > 1) section.reserve_values(std::min(last_count, values_reserved));
     // The text goes to the tree's arena: one copy, no allocation of its own.
     section.add_value(value.empty() ? xstruct_value(code, xstr())
                                     : xstruct_value::arena_text(code, value_texts_.add(value)));

@@ -156,6 +156,8 @@ class XUM_API xstruct_section {
 
   // Appends a value (equal codes are allowed; lookups find the first).
   void add_value(xstruct_value v);
+  // Makes room for n values in all, so that adding up to n grows nothing.
+  void reserve_values(int n) { values_.reserve(static_cast<std::size_t>(n)); }
   // Replaces the value at position i.
   void replace_value(int i, xstruct_value v);
   // Appends a new empty child with `code` and returns it.
