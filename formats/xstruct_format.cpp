@@ -546,8 +546,10 @@ void xstruct_format::parse_text(xtext_format& text) {
     if (value.size() >= 2 && value.ends_with(" @")) value.remove_suffix(1);
     if (section.value_count() == 0 && last_count > 1) section.reserve_values(std::min(last_count, values_reserved));
     // The text goes to the tree's arena: one copy, no allocation of its own.
-    section.add_value(value.empty() ? xstruct_value(code, xstr())
-                                    : xstruct_value::arena_text(code, value_texts_.add(value)));
+    if (value.empty())
+      section.add_value(xstruct_value(code, xstr()));
+    else
+      section.add_value(code, xstruct_value::arena_ref{value_texts_.add(value)});
   }
 }
 

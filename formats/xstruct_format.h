@@ -297,7 +297,7 @@ class XUM_API xstruct_format : public xformat {
   // confirmed by comparing the texts and saves hashing and probing.
   std::vector<int> next_label_;
   int last_label_ = -1;
-  // The texts of loaded values (see xstruct_value::arena_text); declared
+  // The texts of loaded values (see xstruct_value::arena_ref); declared
   // before the tree, so that it outlives every value.
   xtext_arena value_texts_;
   xstruct_section root_{0};

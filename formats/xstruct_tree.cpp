@@ -56,13 +56,6 @@ void xstruct_value::extended_bytes(unsigned char* out) const noexcept {
   le::store<std::uint16_t>(out + 8, extended_top_);
 }
 
-xstruct_value xstruct_value::arena_text(int code, const char* text) noexcept {
-  xstruct_value r(code, xvalue_kind::text);
-  r.in_arena_ = true;
-  r.arena_ = text;
-  return r;
-}
-
 xstruct_value::xstruct_value(const xstruct_value& other)
     : code_(other.code_), kind_(other.kind_), extended_top_(other.extended_top_) {
   if (kind_ != xvalue_kind::text)
@@ -71,16 +64,6 @@ xstruct_value::xstruct_value(const xstruct_value& other)
     new (&text_) xstr(other.text_view());  // a copy owns its text
   else
     new (&text_) xstr(other.text_);
-}
-
-xstruct_value::xstruct_value(xstruct_value&& other) noexcept
-    : code_(other.code_), kind_(other.kind_), in_arena_(other.in_arena_), extended_top_(other.extended_top_) {
-  if (kind_ != xvalue_kind::text)
-    int_ = other.int_;  // the 8 bytes of any numeric kind
-  else if (in_arena_)
-    arena_ = other.arena_;
-  else
-    new (&text_) xstr(std::move(other.text_));
 }
 
 xstruct_value& xstruct_value::operator=(const xstruct_value& other) {
@@ -221,8 +204,6 @@ xstruct_section* xstruct_section::find_child(int code) {
   const int i = find_by_code(children_, &indexes::children, code);
   return i < 0 ? nullptr : children_[static_cast<std::size_t>(i)].get();
 }
-
-void xstruct_section::add_value(xstruct_value v) { values_.push_back(std::move(v)); }
 
 void xstruct_section::replace_value(int i, xstruct_value v) {
   auto& slot = values_.at(static_cast<std::size_t>(i));

@@ -50,7 +50,7 @@ enum class xvalue_kind : std::uint8_t { text, int64, float32, real64, extended }
 // bytes.
 //
 // A text is held either as an xstr or, for the texts a load reads, as a
-// view of a text in the tree's xtext_arena (arena_text): a load then
+// view of a text in the tree's xtext_arena (arena_ref): a load then
 // copies each text once into large blocks instead of allocating one string
 // per value, and freeing the tree frees a few blocks. text() hands out an
 // xstr of its own for such a text, and a copy of the value owns a copy of
@@ -61,10 +61,14 @@ class XUM_API xstruct_value {
   xstruct_value(int code, xstr text) noexcept : code_(code), kind_(xvalue_kind::text) {
     new (&text_) xstr(std::move(text));
   }
-  // A text value viewing `text`, a text that xtext_arena::add returned: the
-  // arena must outlive this value and every value moved from it (copies own
-  // their text).
-  static xstruct_value arena_text(int code, const char* text) noexcept;
+  // A text of an xtext_arena, as xtext_arena::add returned it.
+  struct arena_ref {
+    const char* text;
+  };
+  // A text value viewing a text of an arena: the arena must outlive this
+  // value and every value moved from it (copies own their text).
+  xstruct_value(int code, arena_ref text) noexcept
+      : code_(code), kind_(xvalue_kind::text), in_arena_(true), arena_(text.text) {}
   // Numeric values of each kind.
   static xstruct_value int64(int code, std::int64_t v) noexcept;
   static xstruct_value float32(int code, float v) noexcept;
@@ -74,7 +78,15 @@ class XUM_API xstruct_value {
 
   // A copy of a value in an arena allocates its text.
   xstruct_value(const xstruct_value& other);
-  xstruct_value(xstruct_value&& other) noexcept;
+  xstruct_value(xstruct_value&& other) noexcept
+      : code_(other.code_), kind_(other.kind_), in_arena_(other.in_arena_), extended_top_(other.extended_top_) {
+    if (kind_ != xvalue_kind::text)
+      int_ = other.int_;  // the 8 bytes of any numeric kind
+    else if (in_arena_)
+      arena_ = other.arena_;
+    else
+      new (&text_) xstr(std::move(other.text_));
+  }
   xstruct_value& operator=(const xstruct_value& other);
   xstruct_value& operator=(xstruct_value&& other) noexcept;
   ~xstruct_value() {
@@ -155,7 +167,9 @@ class XUM_API xstruct_section {
   xstruct_section* find_child(int code);
 
   // Appends a value (equal codes are allowed; lookups find the first).
-  void add_value(xstruct_value v);
+  void add_value(xstruct_value v) { values_.push_back(std::move(v)); }
+  // Appends a text value viewing a text of an arena, built in place.
+  void add_value(int code, xstruct_value::arena_ref text) { values_.emplace_back(code, text); }
   // Makes room for n values in all, so that adding up to n grows nothing.
   void reserve_values(int n) { values_.reserve(static_cast<std::size_t>(n)); }
   // Replaces the value at position i.
