@@ -198,6 +198,20 @@ void BM_LoadAndDescribe(benchmark::State& state) {
   set_rates(state, text.size());
 }
 
+// What an application pays for its settings: load, one str call per key,
+// and the close that frees the tree.
+void BM_LoadDescribeClose(benchmark::State& state) {
+  const std::string& text = data().text;
+  for (auto _ : state) {
+    xum::xstruct_format f;
+    xum::xbuffer_stream in(text.data(), static_cast<int>(text.size()));
+    f.open_stream(in, xum::xstream_read, false);
+    benchmark::DoNotOptimize(read_all(f));
+    f.close();
+  }
+  set_rates(state, text.size());
+}
+
 // The str calls alone, on a tree already in memory.
 void BM_Describe(benchmark::State& state) {
   xum::xstruct_format f;
@@ -306,6 +320,7 @@ BENCHMARK(BM_FormSave<Xum>)->Arg(top_sections)->Unit(benchmark::kMillisecond)->U
 BENCHMARK(BM_Load<Xum>)->Arg(top_sections)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Save<Xum>)->Arg(top_sections)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_LoadAndDescribe)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_LoadDescribeClose)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Describe)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // Label lookups: n distinct labels "label<i>", looked up in a shuffled order
