@@ -82,14 +82,21 @@ void write_value(xbin_format& b, const xstruct_value& v) {
     case xvalue_kind::text:
       break;
   }
-  xstr text = v.text();
+  // The bytes of short_str and of a 32-bit length string, written from the
+  // value's text in place (a loaded text is no xstr of its own).
+  const std::string_view text = v.text_view();
+  char* bytes = const_cast<char*>(text.data());  // only read when writing
   if (text.empty()) {
     write_kind(b, kind_empty_text);
-  } else if (text.length() < 256) {
+  } else if (text.size() < 256) {
     write_kind(b, kind_short_text);
-    b.short_str(text);
+    std::uint8_t n = static_cast<std::uint8_t>(text.size());
+    b(n);
+    b.buffer(bytes, n);
   } else {
-    b(text);  // no kind byte: see the format note
+    std::int32_t n = static_cast<std::int32_t>(text.size());
+    b(n);  // no kind byte: see the format note
+    b.buffer(bytes, n);
   }
 }
 
@@ -170,7 +177,8 @@ bool xstruct_format::write_binary() {
   for (int i = 0; i < labels_.size(); ++i) {
     // A label in use fits (see above); one that no entry uses keeps its
     // place in the table, empty when it does not fit.
-    xstr label = labels_[i].length() > binary_max_bytes ? xstr() : labels_[i];
+    const std::string_view text = labels_[i];
+    xstr label = text.size() > static_cast<std::size_t>(binary_max_bytes) ? xstr() : xstr(text);
     b.short_str(label);
   }
   // Depth first without recursion; a section's body is its values, its
@@ -214,9 +222,8 @@ void xstruct_format::read_binary() {
   b.short_str(identifier_);
   std::int32_t count = 0;
   b(count);
-  labels_.reset();
-  label_index_.clear();
-  next_label_.clear();
+  labels_.clear();
+  next_label_ = std::vector<int>();
   last_label_ = -1;
   // Every label takes at least its length byte.
   if (count < 0 || !b.has_bytes(count)) return;
@@ -228,15 +235,9 @@ void xstruct_format::read_binary() {
   for (int i = 0; i < count; ++i) {
     b.short_str(label);
     if (i >= kept) continue;
-    labels_.push_back(label);
+    // A label given twice is found at its first place, as lookups would.
+    labels_.append(label.view());
     next_label_.push_back(-1);
-    // A label given twice is found at its first place, as lookups would:
-    // indexing the copies too would make one long probe chain of them.
-    const unsigned hash = xcalculate_buffer_hash(label.get_text(), label.length(), 0);
-    bool repeated = false;
-    for (int s = label_index_.item_by_code(hash); s != -1 && !repeated; s = label_index_.next_item_by_code(hash, s))
-      repeated = labels_[label_index_.value(s)] == label;
-    if (!repeated) label_index_.insert(hash, i);
   }
   const auto code_ok = [&](int code) {
     if (code < labels_.size()) return true;

@@ -1,5 +1,6 @@
 #include "formats/xstruct_format.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -189,11 +190,11 @@ void xstruct_format::close() {
       f.missing_ = 0;
       f.binary_ = false;
       if (f.clear_on_close_) {
-        f.labels_.reset();
-        f.label_index_.clear();
-        f.next_label_.clear();
+        f.labels_.clear();
+        f.next_label_ = std::vector<int>();
         f.last_label_ = -1;
         f.root_.clear();
+        f.value_texts_.clear();  // after the values that view it
       }
       f.clear_on_close_ = true;
       f.reading_ = false;
@@ -296,33 +297,23 @@ int xstruct_format::label_code(std::string_view label) {
     int n = 0;
     if (std::sscanf(number.c_str(), "%i", &n) == 1 && n >= 0) return ~n;
   }
-  if (last_label_ >= 0) {
+  // next_label_ may lag behind the labels (when growing it failed): that
+  // only costs the guesses of the labels it lacks.
+  const auto known = [&](int code) { return code >= 0 && static_cast<std::size_t>(code) < next_label_.size(); };
+  if (known(last_label_)) {
     const int guess = next_label_[static_cast<std::size_t>(last_label_)];
-    if (guess >= 0 && labels_[guess].view() == label) return last_label_ = guess;
+    if (guess >= 0 && labels_[guess] == label) return last_label_ = guess;
   }
-  const unsigned hash = xcalculate_buffer_hash(label.data(), static_cast<int>(label.size()), 0);
-  int code = -1;
-  for (int s = label_index_.item_by_code(hash); s != -1; s = label_index_.next_item_by_code(hash, s)) {
-    const int i = label_index_.value(s);
-    if (labels_[i].view() == label) {
-      code = i;
-      break;
-    }
-  }
-  if (code < 0) {
-    code = labels_.size();
-    labels_.push_back(xstr(label));
-    label_index_.insert(hash, code);
-    next_label_.push_back(-1);
-  }
-  if (last_label_ >= 0) next_label_[static_cast<std::size_t>(last_label_)] = code;
+  const int code = labels_.find_or_add(label);
+  if (static_cast<std::size_t>(code) >= next_label_.size()) next_label_.resize(static_cast<std::size_t>(code) + 1, -1);
+  if (known(last_label_)) next_label_[static_cast<std::size_t>(last_label_)] = code;
   return last_label_ = code;
 }
 
 xstr xstruct_format::label_by_code(int code) const {
   if (code >= 0) {
     if (code >= labels_.size()) throw xexception(xexception::out_of_range);
-    return labels_[code];
+    return xstr(labels_[code]);
   }
   xstr n;
   n.from_integer(~static_cast<long long>(code));
@@ -508,12 +499,18 @@ void xstruct_format::load_contents() {
 void xstruct_format::parse_text(xtext_format& text) {
   // Open sections, innermost last: the text's nesting without recursion.
   std::vector<xstruct_section*> open{cursor_.section};
+  // Sections of a file tend to repeat their shape: the first value of a
+  // section makes room for as many as the section closed last held (at
+  // most values_reserved), which saves the steps of growing one by one.
+  constexpr int values_reserved = 32;
+  int last_count = 0;
   std::string_view line;
   while (text.read_line_view(line, true)) {
     line = trimmed(line);
     if (line.empty()) continue;
     xstruct_section& section = *open.back();
     if (line[0] == '>') {
+      last_count = section.value_count();
       open.pop_back();
       if (open.empty()) return;  // a closer at the top level ends the file
       continue;
@@ -547,7 +544,12 @@ void xstruct_format::parse_text(xtext_format& text) {
     while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
     // "@" after a blank at the end protects the trailing blanks written.
     if (value.size() >= 2 && value.ends_with(" @")) value.remove_suffix(1);
-    section.add_value(xstruct_value(code, xstr(value)));
+    if (section.value_count() == 0 && last_count > 1) section.reserve_values(std::min(last_count, values_reserved));
+    // The text goes to the tree's arena: one copy, no allocation of its own.
+    if (value.empty())
+      section.add_value(xstruct_value(code, xstr()));
+    else
+      section.add_value(code, xstruct_value::arena_ref{value_texts_.add(value)});
   }
 }
 
@@ -567,7 +569,7 @@ bool xstruct_format::write_text() {
   char number[16];
   // Labels are written from the table without copies; anonymous ones as #n.
   const auto label = [&](int code) -> std::string_view {
-    if (code >= 0) return labels_[code].view();
+    if (code >= 0) return labels_[code];
     const int n = std::snprintf(number, sizeof number, "#%d", ~code);
     return std::string_view(number, static_cast<std::size_t>(n));
   };
@@ -690,7 +692,7 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
   // form, over-long names, which it looks for only when a label is one.
   bool names_matter = all;
   for (int i = 0; !names_matter && binary && i < labels_.size(); ++i)
-    names_matter = labels_[i].length() > binary_max_bytes;
+    names_matter = labels_[i].size() > static_cast<std::size_t>(binary_max_bytes);
 
   struct frame {
     const xstruct_section* section;
@@ -699,7 +701,7 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
   std::vector<frame> frames{{&root_, 0}};
   char number[16];
   const auto label = [&](int code) -> std::string_view {
-    if (code >= 0) return labels_[code].view();
+    if (code >= 0) return labels_[code];
     const int n = std::snprintf(number, sizeof number, "#%d", ~code);
     return std::string_view(number, static_cast<std::size_t>(n));
   };
@@ -721,8 +723,9 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
   // a section), or "".
   const auto name_problem = [&](int code, bool key) -> xstr {
     if (binary) {
-      if (code >= 0 && labels_[code].length() > binary_max_bytes)
-        return "The name is longer than " + max_bytes + " bytes (" + number_text(labels_[code].length()) + ").";
+      if (code >= 0 && labels_[code].size() > static_cast<std::size_t>(binary_max_bytes))
+        return "The name is longer than " + max_bytes + " bytes (" +
+               number_text(static_cast<long long>(labels_[code].size())) + ").";
       if (!all) return xstr();
       if (code > binary_max_count)
         return "The name is label " + number_text(code + 1LL) + " of the file; the binary form reaches the first " +
@@ -732,7 +735,7 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
       return xstr();
     }
     if (!all || code < 0) return xstr();
-    const std::string_view name = labels_[code].view();
+    const std::string_view name = labels_[code];
     if (has_break(name)) return "The name holds a line break.";
     if (looks_anonymous(name)) return "The name reads back as an anonymous entry.";
     if (!key) return !name.empty() && is_blank(name.back()) ? xstr("The section name ends in a blank.") : xstr();

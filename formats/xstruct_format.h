@@ -101,7 +101,7 @@
 #include <vector>
 
 #include "core/xexport.h"
-#include "core/xhash_table.h"
+#include "core/xlabel_table.h"
 #include "core/xstr.h"
 #include "core/xvector.h"
 #include "formats/xformat.h"
@@ -291,13 +291,16 @@ class XUM_API xstruct_format : public xformat {
   // `text` and the stream description on a line of its own, if any.
   xstr located(const xstr& text) const;
 
-  xvector<xstr> labels_;
-  xhash_table_impl label_index_;
+  // The label table and its index: a label's code is its place.
+  xlabel_table labels_;
   // Files and describe-once code name their labels in a repeating order, so
   // each label remembers the label asked for after it last time; a match is
   // confirmed by comparing the texts and saves hashing and probing.
   std::vector<int> next_label_;
   int last_label_ = -1;
+  // The texts of loaded values (see xstruct_value::arena_ref); declared
+  // before the tree, so that it outlives every value.
+  xtext_arena value_texts_;
   xstruct_section root_{0};
   cursor cursor_{&root_, 0, 0};
   std::vector<cursor> stack_;

@@ -56,31 +56,18 @@ void xstruct_value::extended_bytes(unsigned char* out) const noexcept {
   le::store<std::uint16_t>(out + 8, extended_top_);
 }
 
-void xstruct_value::copy_payload(const xstruct_value& other) noexcept {
-  code_ = other.code_;
-  kind_ = other.kind_;
-  extended_top_ = other.extended_top_;
-  if (kind_ == xvalue_kind::text)
-    new (&text_) xstr(other.text_);
-  else
-    int_ = other.int_;  // the 8 bytes of any numeric kind
-}
-
-xstruct_value::xstruct_value(const xstruct_value& other) noexcept { copy_payload(other); }
-
-xstruct_value::xstruct_value(xstruct_value&& other) noexcept
+xstruct_value::xstruct_value(const xstruct_value& other)
     : code_(other.code_), kind_(other.kind_), extended_top_(other.extended_top_) {
-  if (kind_ == xvalue_kind::text)
-    new (&text_) xstr(std::move(other.text_));
+  if (kind_ != xvalue_kind::text)
+    int_ = other.int_;  // the 8 bytes of any numeric kind
+  else if (other.in_arena_)
+    new (&text_) xstr(other.text_view());  // a copy owns its text
   else
-    int_ = other.int_;
+    new (&text_) xstr(other.text_);
 }
 
-xstruct_value& xstruct_value::operator=(const xstruct_value& other) noexcept {
-  if (this != &other) {
-    this->~xstruct_value();
-    copy_payload(other);
-  }
+xstruct_value& xstruct_value::operator=(const xstruct_value& other) {
+  if (this != &other) *this = xstruct_value(other);
   return *this;
 }
 
@@ -112,7 +99,7 @@ xstr xstruct_value::text() const {
   xstr r;
   switch (kind_) {
     case xvalue_kind::text:
-      return text_;
+      return in_arena_ ? xstr(text_view()) : text_;
     case xvalue_kind::int64:
       r.printf("%Li", static_cast<long long>(int_));
       break;
@@ -143,7 +130,7 @@ std::int64_t xstruct_value::as_int64() const {
       break;
   }
   long long v = 0;
-  if (std::sscanf(text_.get_text(), "%Li", &v) != 1) throw xvalue_conversion_error{&msg::eNonInteger};
+  if (std::sscanf(c_text(), "%Li", &v) != 1) throw xvalue_conversion_error{&msg::eNonInteger};
   return v;
 }
 
@@ -161,7 +148,7 @@ double xstruct_value::as_double() const {
       break;
   }
   double v = 0;
-  if (std::sscanf(text_.get_text(), "%lf", &v) != 1) throw xvalue_conversion_error{&msg::eNonNumber};
+  if (std::sscanf(c_text(), "%lf", &v) != 1) throw xvalue_conversion_error{&msg::eNonNumber};
   return v;
 }
 
@@ -217,8 +204,6 @@ xstruct_section* xstruct_section::find_child(int code) {
   const int i = find_by_code(children_, &indexes::children, code);
   return i < 0 ? nullptr : children_[static_cast<std::size_t>(i)].get();
 }
-
-void xstruct_section::add_value(xstruct_value v) { values_.push_back(std::move(v)); }
 
 void xstruct_section::replace_value(int i, xstruct_value v) {
   auto& slot = values_.at(static_cast<std::size_t>(i));

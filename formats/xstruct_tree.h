@@ -24,6 +24,7 @@
 #include "core/xexport.h"
 #include "core/xhash_table.h"
 #include "core/xstr.h"
+#include "core/xtext_arena.h"
 
 namespace xum {
 
@@ -43,17 +44,31 @@ enum class xvalue_kind : std::uint8_t { text, int64, float32, real64, extended }
 
 // A stored value: its code and a payload of one of the kinds. Values are
 // one tagged type rather than a class per kind, so that they live inline in
-// their section's array: loading then allocates only the texts, which halves
-// the allocations of a load. The payload shares 8 bytes between the kinds;
-// an extended real keeps its mantissa there and its sign and exponent in
-// the bytes that would otherwise pad the code and kind, so every value is
-// 16 bytes.
+// their section's array. The payload shares 8 bytes between the kinds; an
+// extended real keeps its mantissa there and its sign and exponent in the
+// bytes that would otherwise pad the code and kind, so every value is 16
+// bytes.
+//
+// A text is held either as an xstr or, for the texts a load reads, as a
+// view of a text in the tree's xtext_arena (arena_ref): a load then
+// copies each text once into large blocks instead of allocating one string
+// per value, and freeing the tree frees a few blocks. text() hands out an
+// xstr of its own for such a text, and a copy of the value owns a copy of
+// the text, so nothing outside the tree points into the arena.
 class XUM_API xstruct_value {
  public:
   // A text value.
   xstruct_value(int code, xstr text) noexcept : code_(code), kind_(xvalue_kind::text) {
     new (&text_) xstr(std::move(text));
   }
+  // A text of an xtext_arena, as xtext_arena::add returned it.
+  struct arena_ref {
+    const char* text;
+  };
+  // A text value viewing a text of an arena: the arena must outlive this
+  // value and every value moved from it (copies own their text).
+  xstruct_value(int code, arena_ref text) noexcept
+      : code_(code), kind_(xvalue_kind::text), in_arena_(true), arena_(text.text) {}
   // Numeric values of each kind.
   static xstruct_value int64(int code, std::int64_t v) noexcept;
   static xstruct_value float32(int code, float v) noexcept;
@@ -61,12 +76,21 @@ class XUM_API xstruct_value {
   // An extended real from its 10 little-endian bytes as the x87 stores them.
   static xstruct_value extended(int code, const unsigned char* bytes) noexcept;
 
-  xstruct_value(const xstruct_value& other) noexcept;
-  xstruct_value(xstruct_value&& other) noexcept;
-  xstruct_value& operator=(const xstruct_value& other) noexcept;
+  // A copy of a value in an arena allocates its text.
+  xstruct_value(const xstruct_value& other);
+  xstruct_value(xstruct_value&& other) noexcept
+      : code_(other.code_), kind_(other.kind_), in_arena_(other.in_arena_), extended_top_(other.extended_top_) {
+    if (kind_ != xvalue_kind::text)
+      int_ = other.int_;  // the 8 bytes of any numeric kind
+    else if (in_arena_)
+      arena_ = other.arena_;
+    else
+      new (&text_) xstr(std::move(other.text_));
+  }
+  xstruct_value& operator=(const xstruct_value& other);
   xstruct_value& operator=(xstruct_value&& other) noexcept;
   ~xstruct_value() {
-    if (kind_ == xvalue_kind::text) text_.~xstr();
+    if (kind_ == xvalue_kind::text && !in_arena_) text_.~xstr();
   }
 
   // The value as text: what the text form writes after "=". Numbers use
@@ -75,7 +99,8 @@ class XUM_API xstruct_value {
   // The text of a text value without a copy, valid while the value lives;
   // empty for the numeric kinds.
   std::string_view text_view() const noexcept {
-    return kind_ == xvalue_kind::text ? text_.view() : std::string_view();
+    if (kind_ != xvalue_kind::text) return std::string_view();
+    return in_arena_ ? xtext_arena::view(arena_) : text_.view();
   }
   // The value as a 64-bit integer: reals are truncated (saturating at the
   // range's ends; NaN gives 0); a text is read with sscanf "%Li" and throws
@@ -95,14 +120,17 @@ class XUM_API xstruct_value {
 
  private:
   xstruct_value(int code, xvalue_kind kind) noexcept : code_(code), kind_(kind), int_(0) {}
-  void copy_payload(const xstruct_value& other) noexcept;
   long double extended_value() const noexcept;
+  // A text value's characters, followed by a zero byte.
+  const char* c_text() const noexcept { return in_arena_ ? arena_ : text_.get_text(); }
 
   int code_;
   xvalue_kind kind_;
+  bool in_arena_ = false;           // a text held as arena_
   std::uint16_t extended_top_ = 0;  // sign and exponent of an extended real
   union {
     xstr text_;
+    const char* arena_;
     std::int64_t int_;
     float float_;
     double double_;
@@ -139,7 +167,11 @@ class XUM_API xstruct_section {
   xstruct_section* find_child(int code);
 
   // Appends a value (equal codes are allowed; lookups find the first).
-  void add_value(xstruct_value v);
+  void add_value(xstruct_value v) { values_.push_back(std::move(v)); }
+  // Appends a text value viewing a text of an arena, built in place.
+  void add_value(int code, xstruct_value::arena_ref text) { values_.emplace_back(code, text); }
+  // Makes room for n values in all, so that adding up to n grows nothing.
+  void reserve_values(int n) { values_.reserve(static_cast<std::size_t>(n)); }
   // Replaces the value at position i.
   void replace_value(int i, xstruct_value v);
   // Appends a new empty child with `code` and returns it.

@@ -102,6 +102,23 @@ TEST(XstructBinary, TheTreeRoundTripsWithEveryKind) {
             "<Outer\r\n  <#0\r\n    #0=-2.500000\r\n  > (#0)\r\n> (Outer)\r\n");
 }
 
+TEST(XstructBinary, LoadedTextsAreWrittenAsTheirPropertiesWouldBe) {
+  const std::string texts[] = {"", "a", std::string(255, 's'), std::string(256, 'l')};
+  std::string file = "TSFId\r\n";
+  for (int i = 0; i < 4; ++i) file += "K" + std::to_string(i) + "=" + texts[i] + "\r\n";
+  xbuffer_stream in(file.data(), static_cast<int>(file.size()));
+  xstruct_format f;
+  f.open_stream(in, xstream_read, false);
+  xmemory_stream m;
+  f.save_to_stream(m);
+  f.set_binary(true);
+  f.close();
+  EXPECT_EQ(bytes_of(m), binary_of([&](xstruct_format& g) {
+              g.identifier("Id");
+              for (int i = 0; i < 4; ++i) g.str_prop(("K" + std::to_string(i)).c_str(), texts[i].c_str(), "-", true);
+            }));
+}
+
 TEST(XstructBinary, UnknownKindsMakeNoValueAndLongTextsReadAfterKind11) {
   const std::string file = "BSF\0\2\0\0\0\1A\1B\3\0"s + "\0\0\x0C"s +  // A: kind 12, nothing consumed
                            "\1\0\x0B\3\0\0\0xyz"s +                     // B: kind 11, a 32-bit length

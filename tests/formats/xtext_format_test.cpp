@@ -180,6 +180,39 @@ TEST_F(XtextFormatRead, LinesAcrossReadBlocks) {
   EXPECT_EQ(t.bytes_consumed(), (5 << 20) + 3);
 }
 
+// read_line_view scans 16, then 8 bytes at a time and takes the usual
+// break in place; it must give what the symbol reader and next_line give,
+// for a break at every position of a scan and after every kind of break.
+TEST(XtextFormatLines, LineViewsMatchTheLayeredReader) {
+  const char* const breaks[] = {"\n", "\r", "\r\n", "\n\r", "\n\n", "\r\r", "\r\n\r\n", "\n\r\n"};
+  for (const char* brk : breaks) {
+    for (int length = 0; length <= 34; ++length) {
+      for (const char* tail : {"", "x", "y\n"}) {
+        std::string text;
+        for (int i = 0; i < 3; ++i) text += std::string(static_cast<std::size_t>(length + i), static_cast<char>('a' + i)) + brk;
+        text += tail;
+        SCOPED_TRACE(::testing::PrintToString(text));
+        xbuffer_stream in_fast(text.data(), static_cast<int>(text.size()));
+        xbuffer_stream in_ref(text.data(), static_cast<int>(text.size()));
+        xtext_format fast(in_fast, xstream_read, false), ref(in_ref, xstream_read, false);
+        for (int round = 0; round < 20; ++round) {
+          std::string_view line;
+          const bool more = fast.read_line_view(line, true);
+          std::string expected;
+          char c;
+          while (ref.read_symbol(c, true)) expected += c;
+          const bool ref_more = ref.next_line() || !expected.empty();
+          ASSERT_EQ(more, ref_more) << round;
+          ASSERT_EQ(line, expected) << round;
+          ASSERT_EQ(fast.line_number(), ref.line_number()) << round;
+          ASSERT_EQ(fast.bytes_consumed(), ref.bytes_consumed()) << round;
+          if (!more) break;
+        }
+      }
+    }
+  }
+}
+
 TEST(XtextFormatWrite, BreaksBecomeCrLf) {
   xmemory_stream m;
   xtext_format t(m, xstream_write, false);
