@@ -2,11 +2,13 @@
 
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <string>
 #include <utility>
 
 #include "core/xcatalogue.h"
+#include "core/xexceptions.h"
 #include "core/xfile_utils.h"
 #include "core/xle.h"
 #include "formats/xtext_format.h"
@@ -132,7 +134,12 @@ xstruct_format::xstruct_format() { init(); }
 
 xstruct_format::~xstruct_format() {
   try {
-    close();
+    // While an exception thrown after the open unwinds the stack, the
+    // contents may stop in the middle of a record: the file is not touched.
+    if (std::uncaught_exceptions() > uncaught_at_open_)
+      discard();
+    else
+      close();
   } catch (...) {
     // A destructor must not throw; callers who need the error call close().
   }
@@ -145,6 +152,14 @@ void xstruct_format::init() {
 
 void xstruct_format::open_file(const xstr& name, xfile_mode fm) {
   base_dir_ = xextract_file_path(name);
+  // Set after the load below, which open_stream starts by forgetting it.
+  const struct remember {
+    xstruct_format& f;
+    const xstr& name;
+    ~remember() {
+      if (f.reading_ && f.stream_ != nullptr) f.source_ = name;
+    }
+  } remember_source{*this, name};
   // A save replaces the whole file, so it goes to a new file that takes the
   // old one's place only when complete. Writing an existing file
   // (xfile_write) still needs one: without it the file stream reports.
@@ -166,7 +181,13 @@ void xstruct_format::open_file(const xstr& name, xfile_mode fm) {
 }
 
 void xstruct_format::open_stream(xstream& s, xstream_mode m, bool own) {
+  // A binary flag set while nothing was open for writing waits for this
+  // stream: the close below belongs to another stream or to none.
+  const bool pending_binary = binary_ && (stream_ == nullptr || reading_);
   xformat::open_stream(s, m, own);
+  if (pending_binary) binary_ = true;  // also across a read, up to the writer
+  source_ = xstr();
+  uncaught_at_open_ = std::uncaught_exceptions();
   if (reading_) {
     load_contents();
     stream_->close();
@@ -362,6 +383,7 @@ xstruct_value stored(int code, const T& value) {
 }  // namespace
 
 template <class T, class S>
+  requires xstruct_prop_types<T, S>
 T xstruct_format::prop(const xstr& key, const T& value, const T& def, bool always) {
   const xstr k = key.trim();
   if (reading_) {
@@ -372,7 +394,7 @@ T xstruct_format::prop(const xstr& key, const T& value, const T& def, bool alway
         try {
           return converted<T>(*v);
         } catch (const xvalue_conversion_error& e) {
-          xerror(e.entry->text + label_by_code(code));
+          conversion_failed(*e.entry, code);
         }
       }
     }
