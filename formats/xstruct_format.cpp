@@ -282,7 +282,7 @@ void xstruct_format::identifier(const xstr& id) {
   if (!reading_) {
     identifier_ = id;
   } else if (id != identifier_) {
-    xerror(msg::eInvalidFormat.text + "\n" + stream_description());
+    xerror(xerror_category::bad_data, msg::eInvalidFormat.text + "\n" + stream_description());
   }
 }
 
@@ -509,7 +509,7 @@ void xstruct_format::load_contents() {
   if (signature != binary_signature && signature != text_signature) {
     n = fill(n, sniff_bytes);
     if (!looks_like_text(std::string_view(head, static_cast<std::size_t>(n)))) {
-      xerror(located(msg::eInvalidFormat.text));
+      xerror(xerror_category::bad_data, located(msg::eInvalidFormat.text), {.offset = start});
       return;
     }
     stream_->seek(start, xseek_begin);
@@ -531,7 +531,7 @@ void xstruct_format::parse_text(xtext_format& text) {
   // Open sections, innermost last: the text's nesting without recursion.
   std::vector<xstruct_section*> open{cursor_.section};
   std::string_view line;
-  while (text.read_line_view(line, true)) {
+  for (int line_no = text.line_number(); text.read_line_view(line, true); line_no = text.line_number()) {
     line = trimmed(line);
     if (line.empty()) continue;
     xstruct_section& section = *open.back();
@@ -544,9 +544,10 @@ void xstruct_format::parse_text(xtext_format& text) {
       // The open sections are the root and max_depth more; a deeper one
       // ends the load, as the tree must stay a small multiple of the file.
       if (open.size() > max_depth) {
-        xerror(msg::eInvalidFormat.text + "\nSections are nested more than " + xstr(std::to_string(max_depth)) +
-               " deep.\n" + stream_description() + "\n" + msg::Line.text +
-               xstr(std::to_string(text.line_number() - 1)));
+        xerror(xerror_category::bad_data,
+               msg::eInvalidFormat.text + "\nSections are nested more than " + xstr(std::to_string(max_depth)) +
+                   " deep.\n" + stream_description() + "\n" + msg::Line.text + xstr(std::to_string(line_no)),
+               {.line = line_no});
         return;
       }
       // The name is everything after "<", as it stands.
@@ -555,17 +556,20 @@ void xstruct_format::parse_text(xtext_format& text) {
     }
     const std::size_t eq = line.find('=');
     if (eq == std::string_view::npos) {
-      xerror(msg::eKeyWithoutValue.text + quoted(line) + "\n" + stream_description());
+      xerror(xerror_category::bad_data, msg::eKeyWithoutValue.text + quoted(line) + "\n" + stream_description(),
+             {.line = line_no});
       continue;
     }
     if (eq == 0) {
-      xerror(msg::eValueWithoutKey.text + quoted(line.substr(1)) + "\n" + stream_description());
+      xerror(xerror_category::bad_data,
+             msg::eValueWithoutKey.text + quoted(line.substr(1)) + "\n" + stream_description(), {.line = line_no});
       continue;
     }
     const std::string_view key = line.substr(0, eq);
     std::string_view value = line.substr(eq + 1);
     const int code = label_code(key);
-    if (section.find_value_index(code) >= 0) xerror(located(msg::eDupKey.text + quoted(key)));
+    if (section.find_value_index(code) >= 0)
+      xerror(xerror_category::bad_data, located(msg::eDupKey.text + quoted(key)), {.line = line_no});
     while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
     // "@" after a blank at the end protects the trailing blanks written.
     if (value.size() >= 2 && value.ends_with(" @")) value.remove_suffix(1);
