@@ -2,6 +2,7 @@
 // by class (XEBadData, XENewerVersion, XEIOError) and where it learns the
 // line or offset, while the texts stay as they were.
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -123,6 +124,18 @@ TEST(XstructFormatErrors, AValueThatDoesNotConvertNamesItsFileAndLine) {
   EXPECT_EQ(got.category, c::bad_data);
   EXPECT_EQ(got.line, -1);
   EXPECT_EQ(got.text, "Integer number expected ! Key: Count" + where);
+}
+
+TEST(XstructValueErrors, AValueThatDoesNotConvertThrowsAStdException) {
+  const xstruct_value v(0, "abc");
+  for (const bool as_integer : {true, false}) {
+    try {
+      as_integer ? static_cast<double>(v.as_int64()) : v.as_double();
+      ADD_FAILURE() << "converted";
+    } catch (const std::exception& e) {
+      EXPECT_STREQ(e.what(), as_integer ? "Integer number expected ! Key: " : "Number expected ! Key: ");
+    }
+  }
 }
 
 TEST(XtextFormatErrors, ParseFailuresAreBadDataWithTheLine) {
