@@ -77,7 +77,8 @@ std::optional<int> xstruct_format::find_code(std::string_view label) const {
     if (std::sscanf(number.c_str(), "%i", &n) == 1 && n >= 0) return ~n;
   }
   const unsigned hash = xcalculate_buffer_hash(label.data(), static_cast<int>(label.size()), 0);
-  for (int s = label_index_.item_by_code(hash); s != -1; s = label_index_.next_item_by_code(hash, s)) {
+  for (int s = label_index_.item_by_code(hash); s != -1;
+       s = label_index_.next_item_by_code(hash, s)) {
     const int i = label_index_.value(s);
     if (labels_[i].view() == label) return i;
   }
@@ -102,8 +103,10 @@ const xstruct_section* xstruct_format::find_section(std::string_view path) const
 
 const xstruct_value* xstruct_format::find_value(std::string_view path) const {
   const std::size_t slash = path.rfind('/');
-  const xstruct_section* s = slash == std::string_view::npos ? &root_ : find_section(path.substr(0, slash));
-  const std::string_view key = trimmed(slash == std::string_view::npos ? path : path.substr(slash + 1));
+  const xstruct_section* s =
+      slash == std::string_view::npos ? &root_ : find_section(path.substr(0, slash));
+  const std::string_view key =
+      trimmed(slash == std::string_view::npos ? path : path.substr(slash + 1));
   if (s == nullptr || key.empty()) return nullptr;
   const std::optional<int> code = find_code(key);
   return code ? value_of(*s, *code) : nullptr;
@@ -145,8 +148,8 @@ void xstruct_format::boolean(const xstr& key, bool& value, bool def, bool always
   value = prop_bool(key, value, def, always);
 }
 
-std::int64_t xstruct_format::prop_named(const xstr& key, std::int64_t value, std::int64_t def, bool always,
-                                        const std::vector<enum_name>& names) {
+std::int64_t xstruct_format::prop_named(const xstr& key, std::int64_t value, std::int64_t def,
+                                        bool always, const std::vector<enum_name>& names) {
   if (!reading_) {
     const auto text_of = [&](std::int64_t v) {
       for (const enum_name& n : names)
@@ -171,7 +174,8 @@ std::int64_t xstruct_format::prop_named(const xstr& key, std::int64_t value, std
 }
 
 void xstruct_format::conversion_failed(const xloc_str& entry, int code) const {
-  xerror(xerror_category::bad_data, located(entry.text + label_by_code(code)), {.line = value_line(code)});
+  xerror(xerror_category::bad_data, located(entry.text + label_by_code(code)),
+         {.line = value_line(code)});
 }
 
 std::int64_t xstruct_format::value_line(int code) const {
@@ -193,7 +197,8 @@ std::int64_t xstruct_format::value_line(int code) const {
     std::vector<int> open;
     constexpr int unknown = 0x7fffffff;  // a section name the tree does not hold
     std::string_view line;
-    for (int line_no = text.line_number(); text.read_line_view(line, true); line_no = text.line_number()) {
+    for (int line_no = text.line_number(); text.read_line_view(line, true);
+         line_no = text.line_number()) {
       if (line_no == 1 && line.starts_with(text_signature)) continue;  // the identifier line
       line = trimmed(line);
       if (line.empty()) continue;

@@ -1,8 +1,6 @@
 // xbin_format's fields of every integer type, std::string and std::vector,
 // writing from const data, and the category and place of each reading
 // failure.
-#include "formats/xbin_format.h"
-
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -10,10 +8,10 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/xtest_helpers.h"
-
 #include "core/xexceptions.h"
+#include "formats/xbin_format.h"
 #include "streams/xmemory_stream.h"
+#include "tests/support/xtest_helpers.h"
 
 namespace xum {
 namespace {
@@ -60,18 +58,19 @@ struct width_of {
   using type = T;
   static constexpr int width = W;
 };
-using integer_types =
-    ::testing::Types<width_of<char, 1>, width_of<signed char, 1>, width_of<unsigned char, 1>, width_of<char8_t, 1>,
-                     width_of<short, 2>, width_of<unsigned short, 2>, width_of<char16_t, 2>, width_of<int, 4>,
-                     width_of<unsigned, 4>, width_of<char32_t, 4>, width_of<wchar_t, 4>, width_of<long, 8>,
-                     width_of<unsigned long, 8>, width_of<long long, 8>, width_of<unsigned long long, 8>,
-                     width_of<std::int64_t, 8>, width_of<std::uint8_t, 1>>;
+using integer_types = ::testing::Types<
+    width_of<char, 1>, width_of<signed char, 1>, width_of<unsigned char, 1>, width_of<char8_t, 1>,
+    width_of<short, 2>, width_of<unsigned short, 2>, width_of<char16_t, 2>, width_of<int, 4>,
+    width_of<unsigned, 4>, width_of<char32_t, 4>, width_of<wchar_t, 4>, width_of<long, 8>,
+    width_of<unsigned long, 8>, width_of<long long, 8>, width_of<unsigned long long, 8>,
+    width_of<std::int64_t, 8>, width_of<std::uint8_t, 1>>;
 TYPED_TEST_SUITE(XBinIntegers, integer_types);
 
 TYPED_TEST(XBinIntegers, TakeTheirFixedWidthAndRoundTripAtTheirLimits) {
   using T = typename TypeParam::type;
   constexpr int width = TypeParam::width;
-  const T values[] = {T(0), T(1), std::numeric_limits<T>::min(), std::numeric_limits<T>::max(), T(0x41)};
+  const T values[] = {T(0), T(1), std::numeric_limits<T>::min(), std::numeric_limits<T>::max(),
+                      T(0x41)};
   const std::string bytes = written([&](xbin_format& f) {
     for (T v : values) f(v);
   });
@@ -96,7 +95,8 @@ TEST(XBinFields, StringsAndVectorsByteForByte) {
   const std::vector<std::string> words = {"", "xyz"};
   const std::vector<std::vector<std::uint16_t>> nested = {{}, {0x0102}};
   const std::vector<bool> flags = {true, false, true};
-  const std::string expected = std::string("\x02\0\0\0ab", 6) + std::string("\x02\0\0\0\x01\0\0\0\xFE\xFF\xFF\xFF", 12) +
+  const std::string expected = std::string("\x02\0\0\0ab", 6) +
+                               std::string("\x02\0\0\0\x01\0\0\0\xFE\xFF\xFF\xFF", 12) +
                                std::string("\x02\0\0\0\0\0\0\0\x03\0\0\0xyz", 15) +
                                std::string("\x02\0\0\0\0\0\0\0\x01\0\0\0\x02\x01", 14) +
                                std::string("\x03\0\0\0\x01\x00\x01", 7) + std::string("\x02hi", 3);
@@ -135,7 +135,8 @@ TEST(XBinFields, StringsAndVectorsByteForByte) {
   });
   // A literal is a string field; the const xstr writes as the xstr call.
   const xstr x = "q";
-  EXPECT_EQ(written([&](xbin_format& f) { f.write("q"), f.write(x); }), std::string("\x01\0\0\0q\x01\0\0\0q", 10));
+  EXPECT_EQ(written([&](xbin_format& f) { f.write("q"), f.write(x); }),
+            std::string("\x01\0\0\0q\x01\0\0\0q", 10));
 }
 
 TEST(XBinFields, WritingFromConstDataRefusesAReaderAndOverlongShortStrings) {
@@ -179,46 +180,53 @@ TEST(XBinFields, ReadingFailuresCarryTheirCategoryAndTheOffsetOfTheBadField) {
     raised expected;
   };
   const row rows[] = {
-      {"wrong signature after a field", std::string("\x01VFX", 4),
+      {"wrong signature after a field",
+       std::string("\x01VFX", 4),
        [](xbin_format& f) {
          std::uint8_t b = 0;
          f(b);
          f.identifier("VFS");
        },
        {c::bad_data, 1}},
-      {"newer version", std::string("ID\x05\0\0\0", 6),
+      {"newer version",
+       std::string("ID\x05\0\0\0", 6),
        [](xbin_format& f) {
          f.identifier("ID");
          f.set_version(4);
        },
        {c::newer_version, 2}},
-      {"string length past the end", std::string("\0\0\x09\0\0\0abc", 9),
+      {"string length past the end",
+       std::string("\0\0\x09\0\0\0abc", 9),
        [](xbin_format& f) {
          std::int16_t i = 0;
          std::string s;
          f(i), f(s);
        },
        {c::bad_data, 2}},
-      {"negative string length", std::string("\xFF\xFF\xFF\xFF", 4),
+      {"negative string length",
+       std::string("\xFF\xFF\xFF\xFF", 4),
        [](xbin_format& f) {
          xstr s;
          f(s);
        },
        {c::bad_data, 0}},
-      {"vector count past the end", std::string("x\xFF\0\0\0\1\0\0\0", 9),
+      {"vector count past the end",
+       std::string("x\xFF\0\0\0\1\0\0\0", 9),
        [](xbin_format& f) {
          char ch = 0;
          std::vector<std::int32_t> v;
          f(ch), f(v);
        },
        {c::bad_data, 1}},
-      {"data that ends early", std::string("\1\2\3", 3),
+      {"data that ends early",
+       std::string("\1\2\3", 3),
        [](xbin_format& f) {
          std::int32_t i = 0;
          f(i);
        },
        {c::io, -2}},
-      {"trailer past the end", std::string("\0\0\0\0\0\0\0\0\x40\0\0\0", 12),
+      {"trailer past the end",
+       std::string("\0\0\0\0\0\0\0\0\x40\0\0\0", 12),
        [](xbin_format& f) { f.trailer(); },
        {c::bad_data, 8}},
   };

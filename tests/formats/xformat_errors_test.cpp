@@ -10,13 +10,12 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/xtest_helpers.h"
-
 #include "core/xexceptions.h"
 #include "formats/xstruct_format.h"
 #include "formats/xtext_format.h"
 #include "formats/xvirtual_file_sys.h"
 #include "streams/xmemory_stream.h"
+#include "tests/support/xtest_helpers.h"
 
 namespace xum {
 namespace {
@@ -68,7 +67,8 @@ TEST(XstructFormatErrors, LoadFailuresAreBadDataWithTheirLine) {
   // The nesting message names the same line.
   xbuffer_stream s(deep.data(), static_cast<int>(deep.size()));
   xstruct_format f;
-  EXPECT_NE(raised_by([&] { f.open_stream(s, xstream_read, false); }).text.find("Line: 130"), std::string::npos);
+  EXPECT_NE(raised_by([&] { f.open_stream(s, xstream_read, false); }).text.find("Line: 130"),
+            std::string::npos);
 }
 
 TEST(XstructFormatErrors, AnIdentifierThatDiffersIsBadDataAKeyWrittenTwiceIsGeneral) {
@@ -94,11 +94,11 @@ TEST(XstructFormatErrors, AValueThatDoesNotConvertNamesItsFileAndLine) {
                                            "  x=1\r\n"
                                            ">\r\n"
                                            "\r\n"
-                                           "<S\r\n"          // the same section again: merged
+                                           "<S\r\n"  // the same section again: merged
                                            "  <#0\r\n"
                                            "    #0=seven\r\n"
                                            "  > (#0)\r\n"
-                                           "  n = 3\r\n"    // the key "n " holds a blank
+                                           "  n = 3\r\n"  // the key "n " holds a blank
                                            "  n=oops\r\n"
                                            "> (S)\r\n";
   xstruct_format f;
@@ -133,7 +133,8 @@ TEST(XstructValueErrors, AValueThatDoesNotConvertThrowsAStdException) {
       as_integer ? static_cast<double>(v.as_int64()) : v.as_double();
       ADD_FAILURE() << "converted";
     } catch (const std::exception& e) {
-      EXPECT_STREQ(e.what(), as_integer ? "Integer number expected ! Key: " : "Number expected ! Key: ");
+      EXPECT_STREQ(e.what(),
+                   as_integer ? "Integer number expected ! Key: " : "Number expected ! Key: ");
     }
   }
 }
@@ -156,12 +157,11 @@ TEST(XtextFormatErrors, ParseFailuresAreBadDataWithTheLine) {
 // header value keyed from phase 0, the rest by absolute position).
 std::string scrambled(std::string b) {
   constexpr unsigned char key[8] = {0x5c, 0x13, 0xa7, 0xe2, 0x09, 0xbd, 0x44, 0x6f};
-  for (std::size_t i = 7; i < b.size(); ++i) b[i] ^= static_cast<char>(i < 11 ? key[(i - 7) % 8] : key[i % 8]);
+  for (std::size_t i = 7; i < b.size(); ++i)
+    b[i] ^= static_cast<char>(i < 11 ? key[(i - 7) % 8] : key[i % 8]);
   return b;
 }
-std::string le32(std::uint32_t v) {
-  return {char(v), char(v >> 8), char(v >> 16), char(v >> 24)};
-}
+std::string le32(std::uint32_t v) { return {char(v), char(v >> 8), char(v >> 16), char(v >> 24)}; }
 
 TEST(XVirtualFileSysErrors, DamageIsBadDataWithItsOffsetAndAShortCopyIsIO) {
   test::temp_dir dir;

@@ -2,8 +2,6 @@
 // prop template's instances, no save while an exception unwinds, the
 // section scope, bool and enum properties and lookups through a const
 // format.
-#include "formats/xstruct_format.h"
-
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -15,10 +13,10 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/xtest_helpers.h"
-
 #include "core/xexceptions.h"
+#include "formats/xstruct_format.h"
 #include "streams/xmemory_stream.h"
+#include "tests/support/xtest_helpers.h"
 
 namespace xum {
 namespace {
@@ -41,33 +39,45 @@ TEST(XstructFormatBinaryFlag, SetBeforeTheOpenForWritingSavesTheBinaryForm) {
   };
   static const std::string text = "TSFid\r\nk=1\r\n";
   const row rows[] = {
-      {"before the open", [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
+      {"before the open",
+       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
          f.set_binary(true);
          f.open_stream(m, xstream_write, false);
-       }, true},
-      {"after the open", [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
+       },
+       true},
+      {"after the open",
+       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
          f.open_stream(m, xstream_write, false);
          f.set_binary(true);
-       }, true},
-      {"while reading, for the writer that follows", [](xstruct_format& f, xmemory_stream& m, xbuffer_stream& in) {
+       },
+       true},
+      {"while reading, for the writer that follows",
+       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream& in) {
          load(f, in, text);
          f.set_binary(true);
          f.open_stream(m, xstream_write, false);
-       }, true},
-      {"before a read and its writer", [](xstruct_format& f, xmemory_stream& m, xbuffer_stream& in) {
+       },
+       true},
+      {"before a read and its writer",
+       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream& in) {
          f.set_binary(true);
          load(f, in, text);
          f.open_stream(m, xstream_write, false);
-       }, true},
-      {"before save_to_stream", [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
+       },
+       true},
+      {"before save_to_stream",
+       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
          f.set_binary(true);
          f.save_to_stream(m);
-       }, true},
-      {"cleared by an explicit close", [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
+       },
+       true},
+      {"cleared by an explicit close",
+       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
          f.set_binary(true);
          f.close();
          f.open_stream(m, xstream_write, false);
-       }, false},
+       },
+       false},
   };
   for (const row& r : rows) {
     SCOPED_TRACE(r.what);
@@ -89,14 +99,17 @@ TEST(XstructFormatBinaryFlag, SetBeforeTheOpenForWritingSavesTheBinaryForm) {
 
 // Whether prop<T, S> names a callable instance.
 template <class T, class S>
-concept prop_compiles = requires(xstruct_format& f, const T& v) { f.template prop<T, S>(xstr(), v, v, false); };
+concept prop_compiles = requires(xstruct_format& f, const T& v) {
+  f.template prop<T, S>(xstr(), v, v, false);
+};
 
 TEST(XstructFormatProp, OnlyTheFourInstancesCompile) {
   // Any other pair used to compile and then fail to link.
   static_assert(prop_compiles<xstr, xstr> && prop_compiles<std::int64_t, std::int64_t> &&
                 prop_compiles<float, double> && prop_compiles<double, double>);
-  static_assert(!prop_compiles<int, int> && !prop_compiles<bool, std::int64_t> && !prop_compiles<float, float> &&
-                !prop_compiles<std::int64_t, xstr> && !prop_compiles<std::string, xstr>);
+  static_assert(!prop_compiles<int, int> && !prop_compiles<bool, std::int64_t> &&
+                !prop_compiles<float, float> && !prop_compiles<std::int64_t, xstr> &&
+                !prop_compiles<std::string, xstr>);
   // The four link and keep their storage kinds.
   xmemory_stream m;
   xstruct_format f;
@@ -163,7 +176,8 @@ TEST(XstructScope, LeavesItsSectionAlsoWhenAnExceptionPasses) {
     f.prop_int64("z", 3, 0, false);
   }
   f.close();
-  EXPECT_EQ(bytes_of(m), "TSF\r\ny=2\r\n<A\r\n  x=1\r\n  <B\r\n  > (B)\r\n> (A)\r\n<#0\r\n  z=3\r\n> (#0)\r\n");
+  EXPECT_EQ(bytes_of(m),
+            "TSF\r\ny=2\r\n<A\r\n  x=1\r\n  <B\r\n  > (B)\r\n> (A)\r\n<#0\r\n  z=3\r\n> (#0)\r\n");
 
   xbuffer_stream in;
   const std::string text = "TSF\r\n<A\r\nx=5\r\n>\r\n";
@@ -203,13 +217,15 @@ TEST(XstructProps, BoolAndEnumStoredFormsAndWhatReadsBack) {
   f.prop_enum("Named", mode::safe, mode::fast, false, {{mode::fast, "fast"}, {mode::safe, "safe"}});
   f.prop_enum("Unnamed", mode::odd, mode::fast, false, {{mode::fast, "fast"}});
   f.close();
-  EXPECT_EQ(bytes_of(m), "TSF\r\nOn=1\r\nMode=2\r\nBig=1099511627776\r\nNamed=safe\r\nUnnamed=200\r\n");
+  EXPECT_EQ(bytes_of(m),
+            "TSF\r\nOn=1\r\nMode=2\r\nBig=1099511627776\r\nNamed=safe\r\nUnnamed=200\r\n");
 
   struct row {
     const char* stored;
     bool flag;
   };
-  const row flags[] = {{"1", true}, {"0", false}, {"-3", true}, {" TRUE", true}, {"False", false}, {"2.9", true}};
+  const row flags[] = {{"1", true},     {"0", false},     {"-3", true},
+                       {" TRUE", true}, {"False", false}, {"2.9", true}};
   xbuffer_stream in;
   for (const row& r : flags) {
     SCOPED_TRACE(r.stored);
@@ -219,9 +235,11 @@ TEST(XstructProps, BoolAndEnumStoredFormsAndWhatReadsBack) {
   }
   const std::string text = "b=yes\nm=2\nn=safe\nu=200\nw=fastest\nl=-5\n";
   load(f, in, text);
-  EXPECT_EQ(error_of([&] { f.prop_bool("b", false, true, false); }), "Integer number expected ! Key: b\nbuffer stream");
+  EXPECT_EQ(error_of([&] { f.prop_bool("b", false, true, false); }),
+            "Integer number expected ! Key: b\nbuffer stream");
   EXPECT_EQ(f.prop_enum("m", mode::fast, mode::fast, false), mode::safe);
-  const std::initializer_list<std::pair<mode, std::string_view>> names = {{mode::fast, "fast"}, {mode::safe, "safe"}};
+  const std::initializer_list<std::pair<mode, std::string_view>> names = {{mode::fast, "fast"},
+                                                                          {mode::safe, "safe"}};
   EXPECT_EQ(f.prop_enum("n", mode::fast, mode::fast, false, names), mode::safe);
   EXPECT_EQ(f.prop_enum("u", mode::fast, mode::fast, false, names), mode::odd);  // an integer
   EXPECT_EQ(f.prop_enum("m", mode::fast, mode::fast, false, names), mode::safe);
@@ -250,7 +268,8 @@ TEST(XstructProps, BoolAndEnumStoredFormsAndWhatReadsBack) {
 TEST(XstructConstLookups, FindPathsWithoutAddingLabels) {
   xstruct_format f;
   xbuffer_stream in;
-  const std::string text = "TSF\r\nTop=1\r\n<Panel\r\n Left=10\r\n <#0\r\n  #0=first\r\n >\r\n>\r\n";
+  const std::string text =
+      "TSF\r\nTop=1\r\n<Panel\r\n Left=10\r\n <#0\r\n  #0=first\r\n >\r\n>\r\n";
   load(f, in, text);
   const xstruct_format& c = f;
   const int labels = c.label_count();
@@ -258,8 +277,14 @@ TEST(XstructConstLookups, FindPathsWithoutAddingLabels) {
     const char* path;
     const char* value;  // null: no value there
   };
-  const row rows[] = {{"Top", "1"},         {"Panel/Left", "10"},  {" Panel / Left ", "10"}, {"Panel/#0/#0", "first"},
-                      {"Panel/Right", nullptr}, {"Nope/Left", nullptr}, {"Panel//Left", nullptr}, {"", nullptr},
+  const row rows[] = {{"Top", "1"},
+                      {"Panel/Left", "10"},
+                      {" Panel / Left ", "10"},
+                      {"Panel/#0/#0", "first"},
+                      {"Panel/Right", nullptr},
+                      {"Nope/Left", nullptr},
+                      {"Panel//Left", nullptr},
+                      {"", nullptr},
                       {"Panel/", nullptr}};
   for (const row& r : rows) {
     SCOPED_TRACE(r.path);
