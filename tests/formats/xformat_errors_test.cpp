@@ -74,10 +74,10 @@ TEST(XstructFormatErrors, LoadFailuresAreBadDataWithTheirLine) {
 TEST(XstructFormatErrors, AnIdentifierThatDiffersIsBadDataAKeyWrittenTwiceIsGeneral) {
   const std::string text = "TSFOther\r\n";
   xbuffer_stream s(text.data(), static_cast<int>(text.size()));
+  xmemory_stream m;  // outlives the format, which saves into it when it goes
   xstruct_format f;
   f.open_stream(s, xstream_read, false);
   EXPECT_EQ(raised_by([&] { f.identifier("Mine"); }).category, c::bad_data);
-  xmemory_stream m;
   f.open_stream(m, xstream_write, false);
   f.prop_int64("k", 1, 0, false);
   const raised twice = raised_by([&] { f.prop_int64("k", 2, 0, false); });
