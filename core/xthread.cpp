@@ -44,6 +44,12 @@ void xthread::run(void* self) {
   t->running_.store(false);
 }
 
+xthread::exceptions::~exceptions() = default;
+
+const char* xthread::exceptions::what() const noexcept {
+  return code_ == not_started ? "The thread has not been started (xthread 1)" : "Thread operation failed (xthread)";
+}
+
 void xthread::resume() {
   if (running_.load()) return;  // started: a suspension stays as it is
   platform::os().release_thread(os_thread(thread_));
@@ -59,12 +65,12 @@ void xthread::resume() {
 }
 
 void xthread::suspend() {
-  if (!running_.load()) throw not_started;
+  if (!running_.load()) throw exceptions(not_started);
   platform::os().suspend_thread(os_thread(thread_));
 }
 
 void xthread::resume_suspended() {
-  if (!running_.load()) throw not_started;
+  if (!running_.load()) throw exceptions(not_started);
   platform::os().resume_thread(os_thread(thread_));
 }
 

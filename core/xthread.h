@@ -37,6 +37,7 @@
 #define XUM_CORE_XTHREAD_H
 
 #include <atomic>
+#include <exception>
 
 #include "core/xexport.h"
 
@@ -44,10 +45,28 @@ namespace xum {
 
 class XUM_API xthread {
  public:
-  // Codes thrown by value.
-  enum exceptions : int {
-    not_started = 1,  // the operation needs a started thread
+  // Thrown when a call breaks the thread's contract: a std::exception
+  // (what() names the failure and its code) that keeps the integer code the
+  // calls have always thrown, and converts to it:
+  //   try { t.suspend(); } catch (const xum::xthread::exceptions& e) { if (e == xum::xthread::not_started) ... }
+  // Catching it by value works too, but GCC's -Wall warns, as for any
+  // polymorphic exception.
+  class XUM_API exceptions : public std::exception {
+   public:
+    enum code_t : int {
+      not_started = 1,  // the operation needs a started thread
+    };
+    explicit exceptions(code_t code) noexcept : code_(code) {}
+    ~exceptions() override;
+    code_t code() const noexcept { return code_; }
+    operator code_t() const noexcept { return code_; }
+    // "The thread has not been started (xthread 1)".
+    const char* what() const noexcept override;
+
+   private:
+    code_t code_;
   };
+  static constexpr exceptions::code_t not_started = exceptions::not_started;
 
   xthread() noexcept = default;
   xthread(const xthread&) = delete;

@@ -6,6 +6,7 @@
 
 #include "core/xcatalogue.h"
 #include "core/xexception.h"
+#include "core/xexceptions.h"
 #include "core/xle.h"
 #include "streams/xxor_stream.h"
 
@@ -81,7 +82,27 @@ void xbin_format::close() {
   }
 }
 
-void xbin_format::read_error() { xerror(msg::eReadError.text + "\n" + stream_description()); }
+void xbin_format::read_error(std::int64_t at) {
+  xerror(xerror_category::bad_data, msg::eReadError.text + "\n" + stream_description(), {.offset = at});
+}
+
+void xbin_format::short_read() {
+  xerror(xerror_category::io, msg::eReadError.text + "\n" + stream_description(), {.offset = offset()});
+}
+
+std::int64_t xbin_format::offset() noexcept {
+  if (stream_ == nullptr) return -1;
+  std::int64_t here = -1;
+  try {
+    here = stream_->seek(0, xseek_current);
+  } catch (...) {
+    return -1;  // a stream that cannot tell
+  }
+  if (here < 0) return -1;
+  // Reading: the block holds bytes read ahead of the next field; writing:
+  // bytes not yet handed to the stream.
+  return reading_ ? here - (end_ - pos_) : here + pos_;
+}
 
 int xbin_format::drop_block() {
   if (!reading_) {
@@ -153,14 +174,14 @@ void xbin_format::buffer_slow(void* p, int n) {
     // The stream ended: hand over what there is, as read_buffer does.
     std::memcpy(bytes, block_.get(), static_cast<std::size_t>(end_));
     pos_ = end_;
-    read_error();
+    short_read();
     return;
   }
   std::memcpy(bytes, block_.get(), static_cast<std::size_t>(n));
   pos_ = n;
 }
 
-bool xbin_format::remaining_at_least(std::int64_t n) {
+bool xbin_format::remaining_at_least(std::int64_t n, int back) {
   if (n <= 0 || end_ - pos_ >= n) return true;
   if (buffered_ && n <= block_size) {
     // A full block settles it: what does not fit now is not in the stream.
@@ -174,7 +195,8 @@ bool xbin_format::remaining_at_least(std::int64_t n) {
     s.seek(here, xseek_begin);
     if (size - here + (end_ - pos_) >= n) return true;
   }
-  read_error();
+  const std::int64_t at = offset();
+  read_error(at < 0 ? -1 : at - back);
   return false;
 }
 
@@ -219,13 +241,13 @@ void xbin_format::operator()(xstr& s) {
     number(n);
     if (n <= 0) {
       // A negative length is as wrong as one past the end.
-      if (n < 0) read_error();
+      if (n < 0) read_error(offset() - 4);
       s.clear();
       return;
     }
     // The length is checked against what the stream still holds before
     // anything is allocated for it.
-    if (!remaining_at_least(n)) {
+    if (!remaining_at_least(n, 4)) {
       s.clear();
       return;
     }
@@ -242,6 +264,48 @@ void xbin_format::operator()(xstr& s) {
   std::int32_t n = s.length();
   number(n);
   buffer(const_cast<char*>(s.get_text()), n);
+}
+
+void xbin_format::put_bytes32(const char* p, std::size_t n) {
+  if (n > 0x7fffffffu) throw xexception(xexception::out_of_range);
+  std::int32_t length = static_cast<std::int32_t>(n);
+  number(length);
+  buffer(const_cast<char*>(p), length);
+}
+
+void xbin_format::operator()(std::string& s) {
+  if (!reading_) {
+    put_bytes32(s.data(), s.size());
+    return;
+  }
+  // Through an xstr, whose reading checks the length against the bytes
+  // left before anything is allocated.
+  xstr t;
+  (*this)(t);
+  s.assign(t.view());
+}
+
+void xbin_format::short_str(std::string& s) {
+  if (!reading_) {
+    write_short(s);
+    return;
+  }
+  xstr t;
+  short_str(t);
+  s.assign(t.view());
+}
+
+void xbin_format::write(std::string_view s) {
+  if (reading_ || stream_ == nullptr) throw xexception(xexception::not_supported);
+  put_bytes32(s.data(), s.size());
+}
+
+void xbin_format::write_short(std::string_view s) {
+  if (reading_ || stream_ == nullptr) throw xexception(xexception::not_supported);
+  if (s.size() > static_cast<std::size_t>(short_str_max)) throw xexception(xexception::out_of_range);
+  std::uint8_t n = static_cast<std::uint8_t>(s.size());
+  number(n);
+  buffer(const_cast<char*>(s.data()), n);
 }
 
 xstr xbin_format::str_prop(const xstr& s) {
@@ -268,11 +332,11 @@ std::int32_t xbin_format::count(std::int32_t n, int element_bytes, int slack) {
   // A count the rest of the stream cannot hold is refused before anything
   // grows for it.
   if (n < 0) {
-    read_error();
+    read_error(offset() - 4);
     return 0;
   }
   const std::int64_t needed = (std::int64_t{n} - slack) * element_bytes;
-  return remaining_at_least(needed) ? n : 0;
+  return remaining_at_least(needed, 4) ? n : 0;
 }
 
 void xbin_format::vector_size(xvector<xstr>& v) {
@@ -303,8 +367,11 @@ void xbin_format::identifier(const xstr& id) {
   }
   std::unique_ptr<char[]> bytes(new char[static_cast<std::size_t>(n)]());
   buffer(bytes.get(), n);
-  if (std::memcmp(bytes.get(), id.get_text(), static_cast<std::size_t>(n)) != 0)
-    xerror(msg::eInvalidFormat.text + "\n" + stream_description());
+  if (std::memcmp(bytes.get(), id.get_text(), static_cast<std::size_t>(n)) != 0) {
+    const std::int64_t at = offset();
+    xerror(xerror_category::bad_data, msg::eInvalidFormat.text + "\n" + stream_description(),
+           {.offset = at < 0 ? -1 : at - n});
+  }
 }
 
 void xbin_format::set_version(int v) {
@@ -317,7 +384,11 @@ void xbin_format::set_version(int v) {
   std::int32_t stored = 0;
   number(stored);
   version_ = stored;
-  if (v < version_) xerror(msg::eNewerVersion.text + "\n" + stream_description());
+  if (v < version_) {
+    const std::int64_t at = offset();
+    xerror(xerror_category::newer_version, msg::eNewerVersion.text + "\n" + stream_description(),
+           {.offset = at < 0 ? -1 : at - 4});
+  }
 }
 
 std::int64_t xbin_format::get_position() { return seek(0, xseek_current); }
@@ -348,7 +419,7 @@ std::int64_t xbin_format::trailer() {
   unsigned char bytes[trailer_bytes] = {};
   const std::int64_t size = get_size();
   if (size < trailer_bytes) {
-    read_error();
+    read_error(0);
     return -1;
   }
   seek(-trailer_bytes, xseek_end);
@@ -360,7 +431,7 @@ std::int64_t xbin_format::trailer() {
   // A position outside the file is a damaged file, not a caller's mistake:
   // it is reported rather than handed to a stream that may refuse it.
   if (pos < 0 || pos > size) {
-    read_error();
+    read_error(last != 0 ? size - 4 : size - trailer_bytes);
     return -1;
   }
   return seek(pos, xseek_begin);

@@ -22,10 +22,24 @@
 //   operator()(xstr s)   len:i32 (0..2^31-1), len bytes
 //   vector_size(v)       count:i32
 //   vector(v)            count:i32, then count strings as operator()
+//   std::string          as an xstr: len:i32 (0..2^31-1), len bytes
+//   std::vector<T>       count:i32, then count fields of T (any field
+//                        below, vectors of vectors too; vector<bool>: a
+//                        byte per element)
 //   set_version(v)       version:i32
 //   identifier(id)       the bytes of id, no length
 //   trailer, at close    pos:u32 when pos < 2^31, else pos:u64 and 4 zero bytes
 //   start_encoding()     every later byte XOR-scrambled (see xxor_stream.h)
+// Every other integer type of the language has a fixed width in the
+// format, whatever its size in memory, so that a file reads the same on
+// every system (std::intN_t and std::uintN_t are among these types):
+//   char, signed char, unsigned char, char8_t                  1 byte
+//   short, unsigned short, char16_t                            2 bytes
+//   int, unsigned, char32_t, wchar_t                           4 bytes
+//   long, unsigned long, long long, unsigned long long         8 bytes
+// Signed types are stored in two's complement, the others unsigned. A value
+// read back that its type cannot hold (possible only where long or wchar_t
+// is narrower than its width here) is "Data reading error !" and reads as 0.
 // Limits: a short string holds at most short_str_max (255) bytes, and
 // writing a longer one throws xexception 0 before anything is written.
 // Reading checks each count before allocating for it: a string's length
@@ -55,18 +69,27 @@
 // block: every field call reads or writes its bytes through the stream at
 // the call, so the lender may use the stream between field calls.
 //
-// Failures go through xerror: "Invalid data format !" for a wrong signature,
+// Failures go through xerror, each with its category (core/xexceptions.h):
+// "Invalid data format !" for a wrong signature (bad data, XEBadData);
 // "Unsupported format version ! Program update needed !" for a newer
-// version, the stream's "Data reading error !" for data that ends early or
-// a length that points past the end (nothing is allocated for it).
+// version (newer version, XENewerVersion); "Data reading error !" for a
+// length, count or trailer that points past the end (bad data, with the
+// offset of the field that holds it; nothing is allocated for it) and for
+// data that ends early (I/O, XEIOError, as the stream's own short reads).
 //
 // Thread safety: a format and its stream belong to one thread at a time.
 #ifndef XUM_FORMATS_XBIN_FORMAT_H
 #define XUM_FORMATS_XBIN_FORMAT_H
 
+#include <concepts>
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 #include "core/xexport.h"
 #include "core/xle.h"
@@ -75,6 +98,43 @@
 #include "formats/xformat.h"
 
 namespace xum {
+
+namespace detail {
+template <class T>
+struct xbin_vector : std::false_type {};
+template <class T, class A>
+struct xbin_vector<std::vector<T, A>> : std::true_type {
+  using element = T;
+};
+// The stored width of an integer type (see the format note).
+template <class T>
+constexpr int xbin_width() {
+  if constexpr (std::is_same_v<T, long> || std::is_same_v<T, unsigned long>)
+    return 8;
+  else if constexpr (std::is_same_v<T, wchar_t>)
+    return 4;
+  else
+    return static_cast<int>(sizeof(T));
+}
+// Whether T is a field type: a number, bool, a string or a vector of them.
+template <class T>
+constexpr bool xbin_is_field() {
+  if constexpr (std::is_const_v<T> || std::is_volatile_v<T>)
+    return false;
+  else if constexpr (std::is_arithmetic_v<T> || std::is_same_v<T, xstr> || std::is_same_v<T, std::string>)
+    return true;
+  else if constexpr (xbin_vector<T>::value)
+    return xbin_is_field<typename xbin_vector<T>::element>();
+  else
+    return false;
+}
+}  // namespace detail
+
+// The types xbin_format reads and writes as one field: every arithmetic type
+// (bool, the character and integer types, float, double), xstr,
+// std::string, and std::vector of any of them.
+template <class T>
+concept xbin_field = detail::xbin_is_field<T>();
 
 class XUM_API xbin_format : public xformat {
  public:
@@ -144,6 +204,43 @@ class XUM_API xbin_format : public xformat {
   void operator()(float& v) { number(v); }
   void operator()(double& v) { number(v); }
   void operator()(bool& v);  // one byte, 0 or 1
+  // The other integer types, at the fixed widths of the format note
+  // (long long, char, unsigned long long, wchar_t ...).
+  template <std::integral T>
+    requires(!std::is_same_v<T, bool>)
+  void operator()(T& v);
+  // long double has no form in the format: store it as a double.
+  void operator()(long double& v) = delete;
+  // A std::string as an xstr: 32-bit length and the bytes. Writing one of
+  // 2^31 bytes or more throws xexception 0 before anything is written.
+  void operator()(std::string& s);
+  // A 1-byte length and the bytes, as short_str of an xstr.
+  void short_str(std::string& s);
+  // A 32-bit count, then each element as its own field. Reading checks
+  // the count against the bytes left before it allocates (every element
+  // takes at least one byte, strings and vectors four) and reads a refused
+  // count as an empty vector. Writing more than 2^31-1 elements throws
+  // xexception 0 before anything is written.
+  template <xbin_field T, class A>
+  void operator()(std::vector<T, A>& v);
+
+  // Writes `v` from const data: the same bytes as operator() on a copy of
+  // it, for code that saves what it may not change. Throws xexception 4
+  // when the format is reading (or has no stream).
+  //   void save(xum::xbin_format& f, const Doc& d) { f.write(d.title); f.write(d.pages); }
+  template <xbin_field T>
+  void write(const T& v);
+  // Writes a text as a string field (32-bit length), so that literals and
+  // views need no copy: f.write("name").
+  void write(std::string_view s);
+  // Writes a text as a short string (1-byte length); more than 255 bytes
+  // throws xexception 0 before anything is written.
+  void write_short(std::string_view s);
+
+  // The stream position of the next field, counting the bytes the block
+  // holds, without moving the stream or emptying the block; -1 when the
+  // stream cannot tell (a pipe). For error messages and offsets.
+  std::int64_t offset() noexcept;
 
   // A 32-bit element count; reading resizes `v` to it with empty strings.
   // A count more than vector_size_slack above the bytes left reports "Data
@@ -218,12 +315,28 @@ class XUM_API xbin_format : public xformat {
   // Reports and returns false when fewer than `n` bytes remain to be read,
   // counting the bytes read ahead. Asks the stream for its size only when
   // the block cannot settle it.
-  bool remaining_at_least(std::int64_t n);
+  // The report is bad data at the offset `back` bytes before the next
+  // field: where the length or count that asked for the bytes stands.
+  bool remaining_at_least(std::int64_t n, int back = 0);
   // Reading: a count of elements of which at least `slack` take no bytes
   // and the others at least `element_bytes` each; 0 (reported) when it is
   // negative or the bytes left cannot hold it. Writing: writes `n`.
   std::int32_t count(std::int32_t n, int element_bytes, int slack);
-  void read_error();
+  // "Data reading error !" with the stream description: bad data with the
+  // offset `at` (>= 0), or an I/O failure for a stream that ended early.
+  void read_error(std::int64_t at);
+  void short_read();
+  // Writes a 32-bit length and n bytes; n of 2^31 or more throws
+  // xexception 0 first.
+  void put_bytes32(const char* p, std::size_t n);
+  // The minimum bytes a field of type T takes, for the count check.
+  template <class T>
+  static constexpr int min_bytes() {
+    if constexpr (std::is_arithmetic_v<T>)
+      return std::is_integral_v<T> && !std::is_same_v<T, bool> ? detail::xbin_width<T>() : static_cast<int>(sizeof(T));
+    else
+      return 4;
+  }
   // Sets `s` to the n bytes at p, reusing its block when it alone holds one
   // of that length.
   static void assign(xstr& s, const unsigned char* p, int n);
@@ -247,6 +360,72 @@ class XUM_API xbin_format : public xformat {
   xstream* plain_ = nullptr;
   bool plain_owned_ = false;
 };
+
+// Implementation details.
+
+template <std::integral T>
+  requires(!std::is_same_v<T, bool>)
+void xbin_format::operator()(T& v) {
+  constexpr int width = detail::xbin_width<T>();
+  using stored = std::conditional_t<
+      std::is_signed_v<T>,
+      std::conditional_t<width == 1, std::int8_t,
+                         std::conditional_t<width == 2, std::int16_t,
+                                            std::conditional_t<width == 4, std::int32_t, std::int64_t>>>,
+      std::conditional_t<width == 1, std::uint8_t,
+                         std::conditional_t<width == 2, std::uint16_t,
+                                            std::conditional_t<width == 4, std::uint32_t, std::uint64_t>>>>;
+  static_assert(sizeof(stored) >= sizeof(T), "a type wider than its stored width");
+  stored s = static_cast<stored>(v);
+  if constexpr (sizeof(stored) == sizeof(T)) {
+    number(s);
+    if (reading_) v = static_cast<T>(s);
+  } else {
+    // Wider on the stream than in memory: a value the type cannot hold is
+    // damage. (Conversions between integer types are modular.)
+    const std::int64_t at = reading_ ? offset() : -1;
+    number(s);
+    if (!reading_) return;
+    v = static_cast<T>(s);
+    if (static_cast<stored>(v) != s) {
+      read_error(at);
+      v = 0;
+    }
+  }
+}
+
+template <xbin_field T, class A>
+void xbin_format::operator()(std::vector<T, A>& v) {
+  if (!reading_ && v.size() > 0x7fffffffu) throw xexception(xexception::out_of_range);
+  const std::int32_t n = count(static_cast<std::int32_t>(v.size()), min_bytes<T>(), 0);
+  if (reading_) v.resize(static_cast<std::size_t>(n));
+  if constexpr (std::is_same_v<T, bool>) {
+    // vector<bool> hands out proxies: each element goes through a bool.
+    for (std::size_t i = 0; i < v.size(); ++i) {
+      bool b = v[i];
+      (*this)(b);
+      v[i] = b;
+    }
+  } else {
+    for (T& e : v) (*this)(e);
+  }
+}
+
+template <xbin_field T>
+void xbin_format::write(const T& v) {
+  if (reading_ || stream_ == nullptr) throw xexception(xexception::not_supported);
+  if constexpr (std::is_same_v<T, std::string>) {
+    put_bytes32(v.data(), v.size());
+  } else if constexpr (detail::xbin_vector<T>::value) {
+    if (v.size() > 0x7fffffffu) throw xexception(xexception::out_of_range);
+    std::int32_t n = static_cast<std::int32_t>(v.size());
+    number(n);
+    for (const auto& e : v) write<typename detail::xbin_vector<T>::element>(e);
+  } else {
+    T copy = v;  // numbers and xstr, whose copy shares its block
+    (*this)(copy);
+  }
+}
 
 }  // namespace xum
 

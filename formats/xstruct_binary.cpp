@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/xcatalogue.h"
+#include "core/xexceptions.h"
 #include "formats/xbin_format.h"
 #include "formats/xstruct_format.h"
 
@@ -239,9 +240,14 @@ void xstruct_format::read_binary() {
     labels_.append(label.view());
     next_label_.push_back(-1);
   }
+  // Where the 2-byte field just read begins, for the reports below.
+  const auto field_at = [&] {
+    const std::int64_t at = b.offset();
+    return at < 0 ? at : at - 2;
+  };
   const auto code_ok = [&](int code) {
     if (code < labels_.size()) return true;
-    xerror(msg::eInvalidFormat.text + "\n" + stream_description());
+    xerror(xerror_category::bad_data, msg::eInvalidFormat.text + "\n" + stream_description(), {.offset = field_at()});
     return false;
   };
   // Each frame is a section whose children are still to be read: `left`
@@ -269,8 +275,10 @@ void xstruct_format::read_binary() {
     // `s` lies as deep as the sections above it: its children may not pass
     // max_depth.
     if (n > 0 && static_cast<int>(frames.size()) >= max_depth) {
-      xerror(msg::eInvalidFormat.text + "\nSections are nested more than " + xstr(std::to_string(max_depth)) +
-             " deep.\n" + stream_description());
+      xerror(xerror_category::bad_data,
+             msg::eInvalidFormat.text + "\nSections are nested more than " + xstr(std::to_string(max_depth)) +
+                 " deep.\n" + stream_description(),
+             {.offset = field_at()});
       return false;
     }
     frames.push_back({&s, n < 0 ? 0 : n});

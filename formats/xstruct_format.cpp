@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <string>
 #include <utility>
 
 #include "core/xcatalogue.h"
+#include "core/xexceptions.h"
 #include "core/xfile_utils.h"
 #include "core/xle.h"
 #include "formats/xtext_format.h"
@@ -133,7 +135,12 @@ xstruct_format::xstruct_format() { init(); }
 
 xstruct_format::~xstruct_format() {
   try {
-    close();
+    // While an exception thrown after the open unwinds the stack, the
+    // contents may stop in the middle of a record: the file is not touched.
+    if (std::uncaught_exceptions() > uncaught_at_open_)
+      discard();
+    else
+      close();
   } catch (...) {
     // A destructor must not throw; callers who need the error call close().
   }
@@ -146,6 +153,14 @@ void xstruct_format::init() {
 
 void xstruct_format::open_file(const xstr& name, xfile_mode fm) {
   base_dir_ = xextract_file_path(name);
+  // Set after the load below, which open_stream starts by forgetting it.
+  const struct remember {
+    xstruct_format& f;
+    const xstr& name;
+    ~remember() {
+      if (f.reading_ && f.stream_ != nullptr) f.source_ = name;
+    }
+  } remember_source{*this, name};
   // A save replaces the whole file, so it goes to a new file that takes the
   // old one's place only when complete. Writing an existing file
   // (xfile_write) still needs one: without it the file stream reports.
@@ -167,7 +182,13 @@ void xstruct_format::open_file(const xstr& name, xfile_mode fm) {
 }
 
 void xstruct_format::open_stream(xstream& s, xstream_mode m, bool own) {
+  // A binary flag set while nothing was open for writing waits for this
+  // stream: the close below belongs to another stream or to none.
+  const bool pending_binary = binary_ && (stream_ == nullptr || reading_);
   xformat::open_stream(s, m, own);
+  if (pending_binary) binary_ = true;  // also across a read, up to the writer
+  source_ = xstr();
+  uncaught_at_open_ = std::uncaught_exceptions();
   if (reading_) {
     load_contents();
     stream_->close();
@@ -262,7 +283,7 @@ void xstruct_format::identifier(const xstr& id) {
   if (!reading_) {
     identifier_ = id;
   } else if (id != identifier_) {
-    xerror(msg::eInvalidFormat.text + "\n" + stream_description());
+    xerror(xerror_category::bad_data, msg::eInvalidFormat.text + "\n" + stream_description());
   }
 }
 
@@ -353,6 +374,7 @@ xstruct_value stored(int code, const T& value) {
 }  // namespace
 
 template <class T, class S>
+  requires xstruct_prop_types<T, S>
 T xstruct_format::prop(const xstr& key, const T& value, const T& def, bool always) {
   const xstr k = key.trim();
   if (reading_) {
@@ -363,7 +385,7 @@ T xstruct_format::prop(const xstr& key, const T& value, const T& def, bool alway
         try {
           return converted<T>(*v);
         } catch (const xvalue_conversion_error& e) {
-          xerror(e.entry->text + label_by_code(code));
+          conversion_failed(*e.entry, code);
         }
       }
     }
@@ -478,7 +500,7 @@ void xstruct_format::load_contents() {
   if (signature != binary_signature && signature != text_signature) {
     n = fill(n, sniff_bytes);
     if (!looks_like_text(std::string_view(head, static_cast<std::size_t>(n)))) {
-      xerror(located(msg::eInvalidFormat.text));
+      xerror(xerror_category::bad_data, located(msg::eInvalidFormat.text), {.offset = start});
       return;
     }
     stream_->seek(start, xseek_begin);
@@ -505,7 +527,7 @@ void xstruct_format::parse_text(xtext_format& text) {
   constexpr int values_reserved = 32;
   int last_count = 0;
   std::string_view line;
-  while (text.read_line_view(line, true)) {
+  for (int line_no = text.line_number(); text.read_line_view(line, true); line_no = text.line_number()) {
     line = trimmed(line);
     if (line.empty()) continue;
     xstruct_section& section = *open.back();
@@ -519,9 +541,10 @@ void xstruct_format::parse_text(xtext_format& text) {
       // The open sections are the root and max_depth more; a deeper one
       // ends the load, as the tree must stay a small multiple of the file.
       if (open.size() > max_depth) {
-        xerror(msg::eInvalidFormat.text + "\nSections are nested more than " + xstr(std::to_string(max_depth)) +
-               " deep.\n" + stream_description() + "\n" + msg::Line.text +
-               xstr(std::to_string(text.line_number() - 1)));
+        xerror(xerror_category::bad_data,
+               msg::eInvalidFormat.text + "\nSections are nested more than " + xstr(std::to_string(max_depth)) +
+                   " deep.\n" + stream_description() + "\n" + msg::Line.text + xstr(std::to_string(line_no)),
+               {.line = line_no});
         return;
       }
       // The name is everything after "<", as it stands.
@@ -530,17 +553,20 @@ void xstruct_format::parse_text(xtext_format& text) {
     }
     const std::size_t eq = line.find('=');
     if (eq == std::string_view::npos) {
-      xerror(msg::eKeyWithoutValue.text + quoted(line) + "\n" + stream_description());
+      xerror(xerror_category::bad_data, msg::eKeyWithoutValue.text + quoted(line) + "\n" + stream_description(),
+             {.line = line_no});
       continue;
     }
     if (eq == 0) {
-      xerror(msg::eValueWithoutKey.text + quoted(line.substr(1)) + "\n" + stream_description());
+      xerror(xerror_category::bad_data,
+             msg::eValueWithoutKey.text + quoted(line.substr(1)) + "\n" + stream_description(), {.line = line_no});
       continue;
     }
     const std::string_view key = line.substr(0, eq);
     std::string_view value = line.substr(eq + 1);
     const int code = label_code(key);
-    if (section.find_value_index(code) >= 0) xerror(located(msg::eDupKey.text + quoted(key)));
+    if (section.find_value_index(code) >= 0)
+      xerror(xerror_category::bad_data, located(msg::eDupKey.text + quoted(key)), {.line = line_no});
     while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
     // "@" after a blank at the end protects the trailing blanks written.
     if (value.size() >= 2 && value.ends_with(" @")) value.remove_suffix(1);

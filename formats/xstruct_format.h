@@ -84,20 +84,35 @@
 //
 // Saving with open_file writes the file beside its old version and renames
 // it over the old one at close (xreplace_file_stream): a failed save leaves
-// the old file as it was.
+// the old file as it was. A format destroyed while an exception unwinds the
+// stack (one thrown after it was opened) saves nothing: what was described
+// before the failure may be half a record, so the old file stays.
 //
 // Errors go through xerror with catalogue texts: "Key without value ! Key: "
 // and "Value without key ! Value: " (each with the line and the stream
 // description), "Key duplication ! Key: " with the key and the stream
 // description, and "Invalid data format !" with the stream description.
 // Lines and keys longer than 120 bytes are quoted by their start and "...".
+// Their categories (core/xexceptions.h): what a load finds wrong in a file
+// (a bad signature or identifier, a bad line, a key given twice, sections
+// nested too deep, a bad code of the binary form) and a stored text that a
+// typed property cannot convert are bad data (XEBadData), with the line of
+// the text form where known (for a conversion: when the file was loaded in
+// text form with open_file and is still there to look the key up in) or
+// the offset of the binary form; a key written twice and a save refused by
+// first_misfit are general failures (XException).
 //
 // Thread safety: a format belongs to one thread at a time.
 #ifndef XUM_FORMATS_XSTRUCT_FORMAT_H
 #define XUM_FORMATS_XSTRUCT_FORMAT_H
 
+#include <concepts>
+#include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "core/xexport.h"
@@ -114,6 +129,44 @@ class xtext_format;
 
 // The two forms of the file.
 enum class xstruct_form { text, binary };
+
+class xstruct_format;
+
+// The value and storage types of xstruct_format::prop: texts as text,
+// 64-bit integers as integers, float and double as doubles. Other pairs do
+// not compile (bool and enums have calls of their own).
+template <class T, class S>
+concept xstruct_prop_types = (std::same_as<T, xstr> && std::same_as<S, xstr>) ||
+                             (std::same_as<T, std::int64_t> && std::same_as<S, std::int64_t>) ||
+                             (std::same_as<T, float> && std::same_as<S, double>) ||
+                             (std::same_as<T, double> && std::same_as<S, double>);
+
+// A section entered for the life of the object: the constructor calls
+// begin_section, the destructor end_section, also when an exception passes.
+// It converts to the result of begin_section.
+//
+//   if (auto panel = f.section("Panel")) f.str("Left", l.left, "0", false);
+//
+// A scope belongs to the thread of its format and must not outlive it. If
+// the format was closed (or its sections left otherwise) before the scope
+// ends, the scope leaves nothing.
+class XUM_API xstruct_scope {
+ public:
+  xstruct_scope(xstruct_format& f, const xstr& name);
+  ~xstruct_scope();
+  xstruct_scope(const xstruct_scope&) = delete;
+  xstruct_scope& operator=(const xstruct_scope&) = delete;
+
+  // Whether the section exists (always true when writing).
+  explicit operator bool() const noexcept { return found_; }
+
+ private:
+  xstruct_format& format_;
+  // The format's depth of open sections (found and missing) inside this
+  // scope: the destructor leaves only when the format is still there.
+  std::size_t depth_;
+  bool found_;
+};
 
 // An entry that a form cannot write so that it reads back the same.
 struct XUM_API xstruct_misfit {
@@ -229,9 +282,10 @@ class XUM_API xstruct_format : public xformat {
   // whose value equals `def` is skipped unless `always` is set. An empty key
   // is the next anonymous value, which is always stored. Writing a key
   // twice in a section reports "Key duplication ! Key: " + key.
-  // Instances: T/S = xstr/xstr, std::int64_t/std::int64_t, float/double and
-  // double/double.
+  // T/S = xstr/xstr, std::int64_t/std::int64_t, float/double and
+  // double/double (xstruct_prop_types); any other pair is a compile error.
   template <class T, class S>
+    requires xstruct_prop_types<T, S>
   T prop(const xstr& key, const T& value, const T& def, bool always);
   void str(const xstr& key, xstr& value, const xstr& def, bool always);
   xstr str_prop(const xstr& key, const xstr& value, const xstr& def, bool always);
@@ -249,7 +303,12 @@ class XUM_API xstruct_format : public xformat {
   void file_name(const xstr& key, xstr& path);
 
   // Whether the closing save writes the binary form ("BSF") instead of the
-  // text form. Every close clears it: set it after opening for writing.
+  // text form. Set while a stream is open for writing, it applies to that
+  // stream's save. Set while the format is closed or reading, it waits for
+  // the next stream opened for writing (open_file, open_stream,
+  // save_to_stream), so it may come before or after that open. Every
+  // close() clears it once it has decided a save (or when nothing was
+  // open for writing).
   void set_binary(bool binary) noexcept { binary_ = binary; }
   bool binary() const noexcept { return binary_; }
 
@@ -262,10 +321,72 @@ class XUM_API xstruct_format : public xformat {
 
   // The tree, for walking it.
   const xstruct_section& root() const noexcept { return root_; }
+
+  // Lookups that change nothing, for a const format. The code of a label
+  // already in the table ("#n" gives the anonymous code, as code_by_label);
+  // nothing for a label the format has not met. The section or the value
+  // at `path`, names joined by "/" from the root ("Panel/Left", "List/#0";
+  // "" is the root section; each name trimmed, so a name holding "/"
+  // cannot be reached); null when absent. The value under `key` (trimmed)
+  // in the current section, null inside a missing section or for "".
+  // What they return is owned by the format and valid until the tree
+  // changes. They search each section's entries in order: linear in the
+  // entries of the sections on the path.
+  std::optional<int> find_code(std::string_view label) const;
+  const xstruct_section* find_section(std::string_view path) const;
+  const xstruct_value* find_value(std::string_view path) const;
+  const xstruct_value* value_by_key(const xstr& key) const;
+
+  // begin_section(name) for the life of the returned scope (see
+  // xstruct_scope): the section is left when the scope goes.
+  [[nodiscard]] xstruct_scope section(const xstr& name) { return xstruct_scope(*this, name); }
+
+  // bool properties, stored as the integers 0 and 1 (text form: Key=1).
+  // Reading takes any integer (non-zero is true) and "true" or "false" in
+  // any case; another text reports "Integer number expected ! Key: " as
+  // prop_int64 does and gives `def`.
+  bool prop_bool(const xstr& key, bool value, bool def, bool always);
+  void boolean(const xstr& key, bool& value, bool def, bool always);
+
+  // Enum properties, stored as the integer of their underlying value
+  // (Mode=2), as prop_int64 stores it.
+  template <class E>
+    requires std::is_enum_v<E>
+  E prop_enum(const xstr& key, E value, E def, bool always);
+  // The same stored as text, the name `names` gives the value (Mode=safe);
+  // a value without a name is stored as its integer. Reading takes the
+  // names (compared exactly) and integers; another text reports "Integer
+  // number expected ! Key: " and gives `def`.
+  //   mode = f.prop_enum("Mode", mode, Mode::fast, false, {{Mode::fast, "fast"}, {Mode::safe, "safe"}});
+  template <class E>
+    requires std::is_enum_v<E>
+  E prop_enum(const xstr& key, E value, E def, bool always,
+              std::initializer_list<std::pair<E, std::string_view>> names);
   // Sections asked for while reading that do not exist, still open.
   int missing_depth() const noexcept { return missing_; }
 
  private:
+  friend class xstruct_scope;
+
+  // A name of prop_enum, its value as a 64-bit integer.
+  struct enum_name {
+    std::int64_t value;
+    std::string_view name;
+  };
+  std::int64_t prop_named(const xstr& key, std::int64_t value, std::int64_t def, bool always,
+                          const std::vector<enum_name>& names);
+  // The reading half of a property call: the stored value under `key`
+  // (trimmed) or null, advancing the anonymous counter for "" when found;
+  // `code` is the key's code.
+  const xstruct_value* read_slot(const xstr& key, int& code);
+  // Reports a stored value of `code` in the current section that does not
+  // convert: the catalogue text `entry` (with the key's label), the stream
+  // description and the line the value came from, as bad data.
+  void conversion_failed(const xloc_str& entry, int code) const;
+  // The line of the file loaded with open_file in text form at which the
+  // value of `code` in the current section stands; -1 when unknown.
+  std::int64_t value_line(int code) const;
+
   struct cursor {
     xstruct_section* section;
     int anonymous_sections;
@@ -311,7 +432,42 @@ class XUM_API xstruct_format : public xformat {
   bool clear_on_close_ = false;
   bool binary_ = false;
   xstruct_form loaded_form_ = xstruct_form::text;
+  // The file the contents were loaded from with open_file, for the lines of
+  // conversion errors; empty otherwise.
+  xstr source_;
+  // std::uncaught_exceptions() when the stream was opened: more at
+  // destruction means the stack is unwinding and nothing is saved.
+  int uncaught_at_open_ = 0;
 };
+
+// Implementation details.
+
+inline xstruct_scope::xstruct_scope(xstruct_format& f, const xstr& name)
+    : format_(f), found_(f.begin_section(name)) {
+  depth_ = f.stack_.size() + static_cast<std::size_t>(f.missing_);
+}
+
+template <class E>
+  requires std::is_enum_v<E>
+E xstruct_format::prop_enum(const xstr& key, E value, E def, bool always) {
+  using U = std::underlying_type_t<E>;
+  const auto v = prop_int64(key, static_cast<std::int64_t>(static_cast<U>(value)),
+                            static_cast<std::int64_t>(static_cast<U>(def)), always);
+  return static_cast<E>(static_cast<U>(v));
+}
+
+template <class E>
+  requires std::is_enum_v<E>
+E xstruct_format::prop_enum(const xstr& key, E value, E def, bool always,
+                            std::initializer_list<std::pair<E, std::string_view>> names) {
+  using U = std::underlying_type_t<E>;
+  std::vector<enum_name> table;
+  table.reserve(names.size());
+  for (const auto& [e, name] : names) table.push_back({static_cast<std::int64_t>(static_cast<U>(e)), name});
+  const auto v = prop_named(key, static_cast<std::int64_t>(static_cast<U>(value)),
+                            static_cast<std::int64_t>(static_cast<U>(def)), always, table);
+  return static_cast<E>(static_cast<U>(v));
+}
 
 }  // namespace xum
 

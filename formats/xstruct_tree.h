@@ -16,6 +16,7 @@
 #define XUM_FORMATS_XSTRUCT_TREE_H
 
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -32,8 +33,11 @@ struct xloc_str;
 
 // Thrown by a value that cannot be converted to the asked type: `entry` is
 // the catalogue record whose text the property call reports, followed by the
-// key ("eNonInteger", "eNonNumber").
-struct xvalue_conversion_error {
+// key ("eNonInteger", "eNonNumber"). A std::exception, as every exception of
+// the library: what() is the record's text.
+struct XUM_API xvalue_conversion_error : std::exception {
+  explicit xvalue_conversion_error(const xloc_str* e) noexcept : entry(e) {}
+  const char* what() const noexcept override { return entry != nullptr ? entry->text.get_text() : "conversion"; }
   const xloc_str* entry;
 };
 

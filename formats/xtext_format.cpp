@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "core/xcatalogue.h"
+#include "core/xexceptions.h"
 #include "core/xle.h"
 
 namespace xum {
@@ -344,7 +345,7 @@ void xtext_format::push_token(const xstr& t) { pushed_.push_back(t); }
 xstr xtext_format::token(bool split) {
   xstr t;
   if (!read_token(t, split)) {
-    xerror(msg::eUnexpectedEOT.text + "\n" + stream_description());
+    xerror(xerror_category::bad_data, msg::eUnexpectedEOT.text + "\n" + stream_description(), {.line = line_});
     return xstr();
   }
   return t;
@@ -386,7 +387,8 @@ long double xtext_format::number() {
   if (!_read_number(v)) {
     xstr line;
     line.from_integer(line_);
-    xerror(msg::eNumberExpected.text + "\n" + stream_description() + "\n" + msg::Line.text + line);
+    xerror(xerror_category::bad_data, msg::eNumberExpected.text + "\n" + stream_description() + "\n" + msg::Line.text + line,
+           {.line = line_});
     return 0.0L;
   }
   return v;

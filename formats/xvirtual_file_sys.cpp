@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/xcatalogue.h"
+#include "core/xexceptions.h"
 #include "core/xexception.h"
 #include "core/xfile_utils.h"
 #include "streams/xbuffered_stream.h"
@@ -158,7 +159,7 @@ void xvirtual_file_sys::add_file(const xstr& file) {
   const auto offset = static_cast<std::uint64_t>(bin_.get_position());
   const std::uint64_t size = copy_in(in);
   if (size != static_cast<std::uint64_t>(expected)) {
-    xerror(msg::eReadError.text + "\n" + in.description());
+    xerror(xerror_category::io, msg::eReadError.text + "\n" + in.description());
     return;
   }
   auto info = std::make_unique<file_info>();
@@ -323,7 +324,10 @@ void xvirtual_file_sys::rw_table() {
   data_end_ = position < 0 ? 0 : position;
   const std::int64_t bytes = archive_size_ - position;
   if (position < 0 || bytes < 4 || bytes > INT_MAX) {
-    xerror(msg::eReadError.text + "\n" + bin_.stream()->description());
+    // The place of a table too short or too long to be one (a trailer
+    // that points outside the file has been reported by trailer()).
+    xerror(xerror_category::bad_data, msg::eReadError.text + "\n" + bin_.stream()->description(),
+           {.offset = position});
     return;
   }
   std::vector<unsigned char> block(static_cast<std::size_t>(bytes));
@@ -339,7 +343,9 @@ void xvirtual_file_sys::rw_entries(xbin_format& f) {
   if (f.reading()) {
     files_.clear();
     if (count < 0 || count * vfs_layout::min_entry_size > f.get_size() - f.get_position()) {
-      xerror(msg::eReadError.text + "\n" + bin_.stream()->description());
+      // The count opens the table, which starts where the data ends.
+      xerror(xerror_category::bad_data, msg::eReadError.text + "\n" + bin_.stream()->description(),
+             {.offset = data_end_});
       return;
     }
     files_.reserve(static_cast<std::size_t>(count));

@@ -101,8 +101,15 @@ TEST(XthreadTest, StartsLazilyOnceAndStopsOnDestruction) {
       try {
         (t.*call)();
         ADD_FAILURE() << "suspending or resuming a thread never started must throw";
-      } catch (xum::xthread::exceptions e) {
-        EXPECT_EQ(e, 1);
+      } catch (const xum::xthread::exceptions& e) {
+        EXPECT_EQ(e, xum::xthread::not_started);
+        EXPECT_EQ(e.code(), 1);
+      }
+      // One handler for every library exception sees it with a message.
+      try {
+        (t.*call)();
+      } catch (const std::exception& e) {
+        EXPECT_STREQ(e.what(), "The thread has not been started (xthread 1)");
       }
     }
     t.wait_for();

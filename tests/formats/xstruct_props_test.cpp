@@ -98,9 +98,9 @@ TEST(XstructProps, MalformedNumbersAreReportedWithTheKeyAndGiveTheDefault) {
   xstruct_format f;
   xbuffer_stream s;
   load(f, s, "Count=abc\n#0=x\n");
-  EXPECT_EQ(error_of([&] { f.prop_int64("Count", 0, 3, false); }), "Integer number expected ! Key: Count");
-  EXPECT_EQ(error_of([&] { f.real_prop(" Count ", 0.0, 3.0, false); }), "Number expected ! Key: Count");
-  EXPECT_EQ(error_of([&] { f.prop_int64("", 0, 3, false); }), "Integer number expected ! Key: #0");
+  EXPECT_EQ(error_of([&] { f.prop_int64("Count", 0, 3, false); }), "Integer number expected ! Key: Count\nbuffer stream");
+  EXPECT_EQ(error_of([&] { f.real_prop(" Count ", 0.0, 3.0, false); }), "Number expected ! Key: Count\nbuffer stream");
+  EXPECT_EQ(error_of([&] { f.prop_int64("", 0, 3, false); }), "Integer number expected ! Key: #0\nbuffer stream");
 
   static std::string seen;
   const xerror_handler_fn saved = xerror_handler;
@@ -112,7 +112,7 @@ TEST(XstructProps, MalformedNumbersAreReportedWithTheKeyAndGiveTheDefault) {
   xerror_handler = saved;
   EXPECT_EQ(got, 3);
   EXPECT_EQ(real, 2.5);
-  EXPECT_EQ(seen, "Number expected ! Key: #0");
+  EXPECT_EQ(seen, "Number expected ! Key: #0\nbuffer stream");
   EXPECT_FALSE(more);
 }
 

@@ -1,0 +1,253 @@
+// xbin_format's fields of every integer type, std::string and std::vector,
+// writing from const data, and the category and place of each reading
+// failure.
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "core/xexceptions.h"
+#include "formats/xbin_format.h"
+#include "streams/xmemory_stream.h"
+#include "tests/support/xtest_helpers.h"
+
+namespace xum {
+namespace {
+
+using test::bytes_of;
+using test::code_of;
+
+// Writes `fill` into a fresh memory stream through an owned-block format
+// and returns the bytes.
+template <class F>
+std::string written(F fill) {
+  xmemory_stream m;
+  {
+    xbin_format f;
+    f.open_exclusive(m, xstream_write);
+    fill(f);
+    f.close();
+  }
+  return bytes_of(m);
+}
+
+// Reads `bytes` back with `read` over a borrowed and over an exclusive
+// stream: the two paths of every field.
+template <class F>
+void read_both_ways(const std::string& bytes, F read) {
+  for (const bool exclusive : {false, true}) {
+    SCOPED_TRACE(exclusive ? "exclusive" : "borrowed");
+    xbuffer_stream s(bytes.data(), static_cast<int>(bytes.size()));
+    xbin_format f;
+    if (exclusive)
+      f.open_exclusive(s, xstream_read);
+    else
+      f.open_stream(s, xstream_read, false);
+    read(f);
+  }
+}
+
+template <class T>
+struct XBinIntegers : ::testing::Test {};
+
+// Each type with the width the format note gives it.
+template <class T, int W>
+struct width_of {
+  using type = T;
+  static constexpr int width = W;
+};
+using integer_types = ::testing::Types<
+    width_of<char, 1>, width_of<signed char, 1>, width_of<unsigned char, 1>, width_of<char8_t, 1>,
+    width_of<short, 2>, width_of<unsigned short, 2>, width_of<char16_t, 2>, width_of<int, 4>,
+    width_of<unsigned, 4>, width_of<char32_t, 4>, width_of<wchar_t, 4>, width_of<long, 8>,
+    width_of<unsigned long, 8>, width_of<long long, 8>, width_of<unsigned long long, 8>,
+    width_of<std::int64_t, 8>, width_of<std::uint8_t, 1>>;
+TYPED_TEST_SUITE(XBinIntegers, integer_types);
+
+TYPED_TEST(XBinIntegers, TakeTheirFixedWidthAndRoundTripAtTheirLimits) {
+  using T = typename TypeParam::type;
+  constexpr int width = TypeParam::width;
+  const T values[] = {T(0), T(1), std::numeric_limits<T>::min(), std::numeric_limits<T>::max(),
+                      T(0x41)};
+  const std::string bytes = written([&](xbin_format& f) {
+    for (T v : values) f(v);
+  });
+  ASSERT_EQ(bytes.size(), std::size(values) * width);
+  // Little-endian, and the minimum of a signed type is sign-extended.
+  EXPECT_EQ(static_cast<unsigned char>(bytes[4 * width]), 0x41);
+  EXPECT_EQ(bytes.substr(4 * width + 1), std::string(width - 1, '\0'));
+  EXPECT_EQ(static_cast<unsigned char>(bytes[3 * width - 1]), std::is_signed_v<T> ? 0x80 : 0x00);
+  EXPECT_EQ(static_cast<unsigned char>(bytes[4 * width - 1]), std::is_signed_v<T> ? 0x7F : 0xFF);
+  read_both_ways(bytes, [&](xbin_format& f) {
+    for (T expected : values) {
+      T v = T(7);
+      f(v);
+      EXPECT_EQ(v, expected);
+    }
+  });
+}
+
+TEST(XBinFields, StringsAndVectorsByteForByte) {
+  const std::string text = "ab";
+  const std::vector<int> numbers = {1, -2};
+  const std::vector<std::string> words = {"", "xyz"};
+  const std::vector<std::vector<std::uint16_t>> nested = {{}, {0x0102}};
+  const std::vector<bool> flags = {true, false, true};
+  const std::string expected = std::string("\x02\0\0\0ab", 6) +
+                               std::string("\x02\0\0\0\x01\0\0\0\xFE\xFF\xFF\xFF", 12) +
+                               std::string("\x02\0\0\0\0\0\0\0\x03\0\0\0xyz", 15) +
+                               std::string("\x02\0\0\0\0\0\0\0\x01\0\0\0\x02\x01", 14) +
+                               std::string("\x03\0\0\0\x01\x00\x01", 7) + std::string("\x02hi", 3);
+  // The const writer and the two-way calls on copies write the same bytes.
+  const std::string from_const = written([&](xbin_format& f) {
+    f.write(text);
+    f.write(numbers);
+    f.write(words);
+    f.write(nested);
+    f.write(flags);
+    f.write_short("hi");
+  });
+  EXPECT_EQ(from_const, expected);
+  const std::string two_way = written([&](xbin_format& f) {
+    std::string t = text, hi = "hi";
+    std::vector<int> n = numbers;
+    std::vector<std::string> w = words;
+    std::vector<std::vector<std::uint16_t>> v = nested;
+    std::vector<bool> b = flags;
+    f(t), f(n), f(w), f(v), f(b), f.short_str(hi);
+  });
+  EXPECT_EQ(two_way, expected);
+  read_both_ways(expected, [&](xbin_format& f) {
+    std::string t = "old", hi;
+    std::vector<int> n = {9, 9, 9};  // longer than what is read: shrinks
+    std::vector<std::string> w;
+    std::vector<std::vector<std::uint16_t>> v;
+    std::vector<bool> b;
+    f(t), f(n), f(w), f(v), f(b), f.short_str(hi);
+    EXPECT_EQ(t, text);
+    EXPECT_EQ(n, numbers);
+    EXPECT_EQ(w, words);
+    EXPECT_EQ(v, nested);
+    EXPECT_EQ(b, flags);
+    EXPECT_EQ(hi, "hi");
+  });
+  // A literal is a string field; the const xstr writes as the xstr call.
+  const xstr x = "q";
+  EXPECT_EQ(written([&](xbin_format& f) { f.write("q"), f.write(x); }),
+            std::string("\x01\0\0\0q\x01\0\0\0q", 10));
+}
+
+TEST(XBinFields, WritingFromConstDataRefusesAReaderAndOverlongShortStrings) {
+  const std::string bytes(8, '\0');
+  xbuffer_stream s(bytes.data(), 8);
+  xbin_format f(s, xstream_read, false);
+  EXPECT_EQ(code_of([&] { f.write(std::int32_t{1}); }), xexception::not_supported);
+  EXPECT_EQ(code_of([&] { f.write("text"); }), xexception::not_supported);
+  xbin_format closed;
+  EXPECT_EQ(code_of([&] { closed.write(1.5); }), xexception::not_supported);
+  xmemory_stream m;
+  xbin_format w(m, xstream_write, false);
+  EXPECT_EQ(code_of([&] { w.write_short(std::string(256, 'a')); }), xexception::out_of_range);
+  std::string long_short(256, 'a');
+  EXPECT_EQ(code_of([&] { w.short_str(long_short); }), xexception::out_of_range);
+  EXPECT_EQ(m.size(), 0);  // refused before a byte was written
+}
+
+// The exception a call raises, as a category and an offset.
+struct raised {
+  xerror_category category = xerror_category::general;
+  std::int64_t offset = -2;
+  bool operator==(const raised&) const = default;
+};
+template <class F>
+raised raised_by(F f) {
+  try {
+    f();
+  } catch (const XException& e) {
+    return {e.category(), e.offset()};
+  }
+  return {};
+}
+
+TEST(XBinFields, ReadingFailuresCarryTheirCategoryAndTheOffsetOfTheBadField) {
+  using c = xerror_category;
+  struct row {
+    const char* what;
+    std::string input;
+    void (*read)(xbin_format&);
+    raised expected;
+  };
+  const row rows[] = {
+      {"wrong signature after a field",
+       std::string("\x01VFX", 4),
+       [](xbin_format& f) {
+         std::uint8_t b = 0;
+         f(b);
+         f.identifier("VFS");
+       },
+       {c::bad_data, 1}},
+      {"newer version",
+       std::string("ID\x05\0\0\0", 6),
+       [](xbin_format& f) {
+         f.identifier("ID");
+         f.set_version(4);
+       },
+       {c::newer_version, 2}},
+      {"string length past the end",
+       std::string("\0\0\x09\0\0\0abc", 9),
+       [](xbin_format& f) {
+         std::int16_t i = 0;
+         std::string s;
+         f(i), f(s);
+       },
+       {c::bad_data, 2}},
+      {"negative string length",
+       std::string("\xFF\xFF\xFF\xFF", 4),
+       [](xbin_format& f) {
+         xstr s;
+         f(s);
+       },
+       {c::bad_data, 0}},
+      {"vector count past the end",
+       std::string("x\xFF\0\0\0\1\0\0\0", 9),
+       [](xbin_format& f) {
+         char ch = 0;
+         std::vector<std::int32_t> v;
+         f(ch), f(v);
+       },
+       {c::bad_data, 1}},
+      {"data that ends early",
+       std::string("\1\2\3", 3),
+       [](xbin_format& f) {
+         std::int32_t i = 0;
+         f(i);
+       },
+       {c::io, -2}},
+      {"trailer past the end",
+       std::string("\0\0\0\0\0\0\0\0\x40\0\0\0", 12),
+       [](xbin_format& f) { f.trailer(); },
+       {c::bad_data, 8}},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.what);
+    for (const bool exclusive : {false, true}) {
+      SCOPED_TRACE(exclusive ? "exclusive" : "borrowed");
+      xbuffer_stream s(r.input.data(), static_cast<int>(r.input.size()));
+      xbin_format f;
+      if (exclusive)
+        f.open_exclusive(s, xstream_read);
+      else
+        f.open_stream(s, xstream_read, false);
+      raised got = raised_by([&] { r.read(f); });
+      // A short read's place is where the stream stopped, whichever layer
+      // noticed it; only the category matters.
+      if (r.expected.offset == -2) got.offset = -2;
+      EXPECT_EQ(got, r.expected) << static_cast<int>(got.category) << " at " << got.offset;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace xum

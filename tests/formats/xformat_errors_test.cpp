@@ -1,0 +1,199 @@
+// The category and place of the formats' failures: what a program catches
+// by class (XEBadData, XENewerVersion, XEIOError) and where it learns the
+// line or offset, while the texts stay as they were.
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "core/xexceptions.h"
+#include "formats/xstruct_format.h"
+#include "formats/xtext_format.h"
+#include "formats/xvirtual_file_sys.h"
+#include "streams/xmemory_stream.h"
+#include "tests/support/xtest_helpers.h"
+
+namespace xum {
+namespace {
+
+namespace fs = std::filesystem;
+using c = xerror_category;
+
+// What a call raised: category, line, offset and text.
+struct raised {
+  c category = c::general;
+  std::int64_t line = -2, offset = -2;
+  std::string text = "(no error)";
+};
+template <class F>
+raised raised_by(F f) {
+  try {
+    f();
+  } catch (const XException& e) {
+    return {e.category(), e.line(), e.offset(), e.what()};
+  }
+  return {};
+}
+
+TEST(XstructFormatErrors, LoadFailuresAreBadDataWithTheirLine) {
+  std::string deep = "TSF\n";
+  for (int i = 0; i < xstruct_format::max_depth + 1; ++i) deep += "<a\n";
+  struct row {
+    const char* what;
+    std::string text;
+    std::int64_t line, offset;
+  };
+  const row rows[] = {
+      {"key without value", "TSF\r\nok=1\r\njunk line\r\n", 3, -1},
+      {"value without key", "a=1\n\n=5\n", 3, -1},
+      {"key twice", "<S\n k=1\n k=2", 3, -1},  // the last line has no break
+      {"nested too deep", deep, xstruct_format::max_depth + 2, -1},
+      {"no signature and not text", std::string("\x01\x02\x03\x04", 4), -1, 0},
+      {"binary code of no label", std::string("BSF\0\0\0\0\0\x01\0\x05\0\x01", 13), -1, 10},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.what);
+    xbuffer_stream s(r.text.data(), static_cast<int>(r.text.size()));
+    xstruct_format f;
+    const raised got = raised_by([&] { f.open_stream(s, xstream_read, false); });
+    EXPECT_EQ(got.category, c::bad_data) << got.text;
+    EXPECT_EQ(got.line, r.line);
+    EXPECT_EQ(got.offset, r.offset);
+  }
+  // The nesting message names the same line.
+  xbuffer_stream s(deep.data(), static_cast<int>(deep.size()));
+  xstruct_format f;
+  EXPECT_NE(raised_by([&] { f.open_stream(s, xstream_read, false); }).text.find("Line: 130"),
+            std::string::npos);
+}
+
+TEST(XstructFormatErrors, AnIdentifierThatDiffersIsBadDataAKeyWrittenTwiceIsGeneral) {
+  const std::string text = "TSFOther\r\n";
+  xbuffer_stream s(text.data(), static_cast<int>(text.size()));
+  xmemory_stream m;  // outlives the format, which saves into it when it goes
+  xstruct_format f;
+  f.open_stream(s, xstream_read, false);
+  EXPECT_EQ(raised_by([&] { f.identifier("Mine"); }).category, c::bad_data);
+  f.open_stream(m, xstream_write, false);
+  f.prop_int64("k", 1, 0, false);
+  const raised twice = raised_by([&] { f.prop_int64("k", 2, 0, false); });
+  EXPECT_EQ(twice.category, c::general);
+  EXPECT_EQ(twice.text, "Key duplication ! Key: k\nMemory stream.");
+}
+
+TEST(XstructFormatErrors, AValueThatDoesNotConvertNamesItsFileAndLine) {
+  test::temp_dir dir;
+  const fs::path file = dir.path / "settings.txt";
+  std::ofstream(file, std::ios::binary) << "TSFid\r\n"
+                                           "Count=abc\r\n"
+                                           "<S\r\n"
+                                           "  x=1\r\n"
+                                           ">\r\n"
+                                           "\r\n"
+                                           "<S\r\n"  // the same section again: merged
+                                           "  <#0\r\n"
+                                           "    #0=seven\r\n"
+                                           "  > (#0)\r\n"
+                                           "  n = 3\r\n"  // the key "n " holds a blank
+                                           "  n=oops\r\n"
+                                           "> (S)\r\n";
+  xstruct_format f;
+  f.open_file(file.c_str(), xfile_read);
+  const std::string where = "\nFile: " + file.string();
+  raised got = raised_by([&] { f.prop_int64("Count", 0, 0, false); });
+  EXPECT_EQ(got.category, c::bad_data);
+  EXPECT_EQ(got.text, "Integer number expected ! Key: Count" + where);
+  EXPECT_EQ(got.line, 2);
+  ASSERT_TRUE(f.begin_section("S"));
+  got = raised_by([&] { f.real_prop("n", 0.0, 0.0, false); });
+  EXPECT_EQ(got.text, "Number expected ! Key: n" + where);
+  EXPECT_EQ(got.line, 12);
+  ASSERT_TRUE(f.begin_section(""));
+  got = raised_by([&] { f.prop_bool("", false, false, false); });
+  EXPECT_EQ(got.text, "Integer number expected ! Key: #0" + where);
+  EXPECT_EQ(got.line, 9);
+  f.end_section();
+  f.end_section();
+  // The file gone, the line is unknown; the message still names it.
+  fs::remove(file);
+  got = raised_by([&] { f.prop_int64("Count", 0, 0, false); });
+  EXPECT_EQ(got.category, c::bad_data);
+  EXPECT_EQ(got.line, -1);
+  EXPECT_EQ(got.text, "Integer number expected ! Key: Count" + where);
+}
+
+TEST(XstructValueErrors, AValueThatDoesNotConvertThrowsAStdException) {
+  const xstruct_value v(0, "abc");
+  for (const bool as_integer : {true, false}) {
+    try {
+      as_integer ? static_cast<double>(v.as_int64()) : v.as_double();
+      ADD_FAILURE() << "converted";
+    } catch (const std::exception& e) {
+      EXPECT_STREQ(e.what(),
+                   as_integer ? "Integer number expected ! Key: " : "Number expected ! Key: ");
+    }
+  }
+}
+
+TEST(XtextFormatErrors, ParseFailuresAreBadDataWithTheLine) {
+  const std::string text = "\r\nabc";
+  xbuffer_stream s(text.data(), static_cast<int>(text.size()));
+  xtext_format t(s, xstream_read, false);
+  raised got = raised_by([&] { t.number(); });
+  EXPECT_EQ(got.category, c::bad_data);
+  EXPECT_EQ(got.line, 2);
+  EXPECT_EQ(got.text, "Number expected !\nbuffer stream\nLine: 2");
+  t.token(true);
+  got = raised_by([&] { t.token(true); });
+  EXPECT_EQ(got.category, c::bad_data);
+  EXPECT_EQ(got.line, 2);
+}
+
+// The archive bytes as stored: XOR applied by the archive's rule (the
+// header value keyed from phase 0, the rest by absolute position).
+std::string scrambled(std::string b) {
+  constexpr unsigned char key[8] = {0x5c, 0x13, 0xa7, 0xe2, 0x09, 0xbd, 0x44, 0x6f};
+  for (std::size_t i = 7; i < b.size(); ++i)
+    b[i] ^= static_cast<char>(i < 11 ? key[(i - 7) % 8] : key[i % 8]);
+  return b;
+}
+std::string le32(std::uint32_t v) { return {char(v), char(v >> 8), char(v >> 16), char(v >> 24)}; }
+
+TEST(XVirtualFileSysErrors, DamageIsBadDataWithItsOffsetAndAShortCopyIsIO) {
+  test::temp_dir dir;
+  const std::string head = "VFS" + le32(2) + le32(0) + "0123456789";  // data: bytes 11 to 20
+  struct row {
+    const char* what;
+    std::string bytes;
+    c category;
+    std::int64_t offset;
+  };
+  const row rows[] = {
+      {"trailer past the end", scrambled(head + le32(0) + le32(400)), c::bad_data, 25},
+      {"table inside the trailer", scrambled(head + le32(23)), c::bad_data, 23},
+      {"table count beyond the table", scrambled(head + le32(1000) + le32(21)), c::bad_data, 21},
+      {"newer version", "VFS" + le32(3) + std::string(20, '\0'), c::newer_version, 3},
+      {"wrong signature", "VFX" + le32(2) + std::string(20, '\0'), c::bad_data, 0},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.what);
+    const fs::path file = dir.path / "a.vfs";
+    std::ofstream(file, std::ios::binary) << r.bytes;
+    xvirtual_file_sys a;
+    const raised got = raised_by([&] { a.open(file.c_str()); });
+    EXPECT_EQ(got.category, r.category) << got.text;
+    EXPECT_EQ(got.offset, r.offset);
+  }
+  // A file that reads other than its size is a failed read, not damage.
+  xvirtual_file_sys a;
+  a.create((dir.path / "b.vfs").c_str());
+  EXPECT_EQ(raised_by([&] { a.add_file("/proc/self/status"); }).category, c::io);
+  a.discard();
+}
+
+}  // namespace
+}  // namespace xum
