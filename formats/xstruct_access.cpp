@@ -76,13 +76,9 @@ std::optional<int> xstruct_format::find_code(std::string_view label) const {
     int n = 0;
     if (std::sscanf(number.c_str(), "%i", &n) == 1 && n >= 0) return ~n;
   }
-  const unsigned hash = xcalculate_buffer_hash(label.data(), static_cast<int>(label.size()), 0);
-  for (int s = label_index_.item_by_code(hash); s != -1;
-       s = label_index_.next_item_by_code(hash, s)) {
-    const int i = label_index_.value(s);
-    if (labels_[i].view() == label) return i;
-  }
-  return std::nullopt;
+  const int code = labels_.find(label);
+  if (code < 0) return std::nullopt;
+  return code;
 }
 
 const xstruct_section* xstruct_format::find_section(std::string_view path) const {
