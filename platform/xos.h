@@ -336,7 +336,7 @@ class XUM_API scoped_os {
   scoped_os& operator=(const scoped_os&) = delete;
 
  private:
-  xos* const replacement_;
+  [[maybe_unused]] xos* const replacement_;  // checked by an assertion only
   xos* const previous_;
 };
 
