@@ -125,6 +125,29 @@ os_errc posix_os::which_missing(const char* name) noexcept {
   return is_directory(parent_of(name).c_str()) ? os_errc::file_not_found : os_errc::path_not_found;
 }
 
+namespace {
+
+// Writes `count` bytes through `call(done)`, which writes from byte `done`
+// on: interrupted calls are retried, a call that writes nothing is an I/O
+// error. Returns the bytes written.
+template <class Call>
+int write_all(int count, os_error* error, Call call) noexcept {
+  int done = 0;
+  while (done < count) {
+    const ssize_t n = call(done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return failed(error, done);
+    if (n == 0) {
+      if (error != nullptr) *error = make_os_error(os_errc::io_error);
+      return done;
+    }
+    done += static_cast<int>(n);
+  }
+  return done;
+}
+
+}  // namespace
+
 int posix_os::read(file_handle f, void* buffer, int count, os_error* error) noexcept {
   if (count <= 0) return 0;
   ssize_t n;
@@ -135,21 +158,10 @@ int posix_os::read(file_handle f, void* buffer, int count, os_error* error) noex
 }
 
 int posix_os::write(file_handle f, const void* buffer, int count, os_error* error) noexcept {
-  if (count <= 0) return 0;
   // A regular file takes everything in one call; a pipe or socket may not.
-  int done = 0;
-  while (done < count) {
-    const ssize_t n =
-        ::write(f, static_cast<const char*>(buffer) + done, static_cast<std::size_t>(count - done));
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return failed(error, done);
-    if (n == 0) {
-      if (error != nullptr) *error = make_os_error(os_errc::io_error);
-      return done;
-    }
-    done += static_cast<int>(n);
-  }
-  return done;
+  return write_all(count, error, [&](int done) {
+    return ::write(f, static_cast<const char*>(buffer) + done, static_cast<std::size_t>(count - done));
+  });
 }
 
 int posix_os::read_at(file_handle f, void* buffer, int count, std::int64_t position,
@@ -164,21 +176,10 @@ int posix_os::read_at(file_handle f, void* buffer, int count, std::int64_t posit
 
 int posix_os::write_at(file_handle f, const void* buffer, int count, std::int64_t position,
                        os_error* error) noexcept {
-  if (count <= 0) return 0;
-  int done = 0;
-  while (done < count) {
-    const ssize_t n =
-        ::pwrite(f, static_cast<const char*>(buffer) + done, static_cast<std::size_t>(count - done),
-                 static_cast<off_t>(position + done));
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return failed(error, done);
-    if (n == 0) {
-      if (error != nullptr) *error = make_os_error(os_errc::io_error);
-      return done;
-    }
-    done += static_cast<int>(n);
-  }
-  return done;
+  return write_all(count, error, [&](int done) {
+    return ::pwrite(f, static_cast<const char*>(buffer) + done, static_cast<std::size_t>(count - done),
+                    static_cast<off_t>(position + done));
+  });
 }
 
 std::int64_t posix_os::seek(file_handle f, std::int64_t offset, int origin) noexcept {
