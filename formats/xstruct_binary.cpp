@@ -102,8 +102,8 @@ void write_value(xbin_format& b, const xstruct_value& v) {
 }
 
 // Reads a value of kind `kind` with `code` into `section`; unknown kinds
-// add nothing.
-void read_value(xbin_format& b, xstruct_section& section, int code, std::uint8_t kind) {
+// add nothing. Short texts go to the tree's arena, as the text form's do.
+void read_value(xbin_format& b, xstruct_section& section, int code, std::uint8_t kind, xtext_arena& texts) {
   switch (kind) {
     case kind_zero:
     case kind_one:
@@ -145,13 +145,22 @@ void read_value(xbin_format& b, xstruct_section& section, int code, std::uint8_t
     case kind_empty_text:
       section.add_value(xstruct_value(code, xstr()));
       return;
-    case kind_short_text:
+    case kind_short_text: {
+      // The bytes short_str reads, without a string of their own.
+      std::uint8_t n = 0;
+      b(n);
+      if (n == 0) {
+        section.add_value(xstruct_value(code, xstr()));
+        return;
+      }
+      char bytes[xbin_format::short_str_max] = {};
+      b.buffer(bytes, n);
+      section.add_value(code, xstruct_value::arena_ref{texts.add(std::string_view(bytes, n))});
+      return;
+    }
     case kind_long_text: {
       xstr text;
-      if (kind == kind_short_text)
-        b.short_str(text);
-      else
-        b(text);
+      b(text);
       section.add_value(xstruct_value(code, std::move(text)));
       return;
     }
@@ -268,7 +277,7 @@ void xstruct_format::read_binary() {
       b(code);
       if (!code_ok(code)) return false;
       b(kind);
-      read_value(b, s, code, kind);
+      read_value(b, s, code, kind, value_texts_);
     }
     b(n);
     if (!b.has_bytes(std::int64_t{n} * 4)) return false;
