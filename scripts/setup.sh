@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # Installs what building and testing XUMComps needs on a Debian machine, and
-# nothing that is already there. With --fuzz it adds clang and its sanitizer
-# and libFuzzer runtimes.
+# nothing that is already there: gettext checks the dictionary exchange with the
+# real msgfmt, stb and ZeroMQ are the benchmarks' peers. With --fuzz it adds
+# clang and its sanitizer and libFuzzer runtimes.
 set -euo pipefail
 
-packages=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev libboost-dev libcereal-dev)
+packages=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev libboost-dev libcereal-dev
+          gettext libstb-dev libzmq3-dev)
 if [[ "${1:-}" == "--fuzz" ]]; then
   packages+=(clang libclang-rt-14-dev)
 fi
