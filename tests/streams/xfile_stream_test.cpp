@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
+#include <optional>
 #include <string>
 
 #include "tests/support/xtest_helpers.h"
@@ -23,23 +23,13 @@ namespace {
 class XFileStream : public ::testing::Test {
  protected:
   xstr path(const char* name) const { return xstr((dir_.path / name).string().c_str()); }
-  void put(const char* name, const std::string& content) const {
-    std::ofstream(dir_.path / name, std::ios::binary) << content;
-  }
+  void put(const char* name, const std::string& content) const { test::put_file(dir_.path / name, content); }
   std::string get(const char* name) const { return test::file_bytes(dir_.path / name); }
-  // The message of the failure that opening `name` in `mode` reports.
-  static std::string open_error(const xstr& name, int mode) {
-    return test::error_of([&] { xfile_stream f(name, mode); });
+  // The failure that opening `name` in `mode` reports.
+  static test::raised opened(const xstr& name, int mode) {
+    return test::raised_by([&] { xfile_stream f(name, mode); });
   }
-  // The category of that failure; general when it opened.
-  static xerror_category open_category(const xstr& name, int mode) {
-    try {
-      xfile_stream f(name, mode);
-    } catch (const XException& e) {
-      return e.category();
-    }
-    return xerror_category::general;
-  }
+  static std::string open_error(const xstr& name, int mode) { return opened(name, mode).text; }
 
   test::temp_dir dir_;
 };
@@ -158,8 +148,9 @@ TEST_F(XFileStream, OpenFailuresReportTheirCauseAndTheName) {
   for (const auto& r : rows) {
     SCOPED_TRACE(r.name);
     const xstr name = path(r.name);
-    EXPECT_EQ(open_error(name, r.mode), std::string(r.cause) + "\nFile: " + name.get_text());
-    EXPECT_EQ(open_category(name, r.mode), r.category);
+    const test::raised got = opened(name, r.mode);
+    EXPECT_EQ(got.text, std::string(r.cause) + "\nFile: " + name.get_text());
+    EXPECT_EQ(got.category, r.category);
   }
   EXPECT_EQ(open_error("", xfile_read), "Path not found !\nFile: ");
   // A read-only file opened for writing (unless running with override rights).
@@ -185,19 +176,18 @@ TEST_F(XFileStream, TooManyOpenFilesIsReported) {
         limit.rlim_cur = 8;
         setrlimit(RLIMIT_NOFILE, &limit);
         for (int i = 0; i < 8; ++i) ::dup(0);  // use up the descriptors
-        const std::string message = open_error(name, xfile_read);
-        if (open_category(name, xfile_read) != xerror_category::io) std::exit(4);
-        std::exit(message == std::string("Too many open files !\nFile: ") + name.get_text() ? 0 : 3);
+        const test::raised got = opened(name, xfile_read);
+        if (got.category != xerror_category::io) std::exit(4);
+        std::exit(got.text == std::string("Too many open files !\nFile: ") + name.get_text() ? 0 : 3);
       },
       ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(XFileStream, WithAReturningHandlerTheStreamStaysClosed) {
   static int reports = 0;
-  const xerror_handler_fn saved = xerror_handler;
-  xerror_handler = [](const xstr&) { ++reports; };
+  std::optional<test::error_hook> hook(std::in_place, [](const xstr&) { ++reports; });
   xfile_stream f(path("missing.txt"), xfile_read);
-  xerror_handler = saved;
+  hook.reset();
   char b[4];
   EXPECT_EQ(reports, 1);
   EXPECT_FALSE(f.is_open());

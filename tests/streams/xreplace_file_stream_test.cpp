@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "tests/support/xtest_helpers.h"
@@ -16,7 +15,7 @@ namespace {
 using test::error_of;
 using test::file_bytes;
 
-void put(const fs::path& p, const std::string& bytes) { std::ofstream(p, std::ios::binary) << bytes; }
+void put(const fs::path& p, const std::string& bytes) { test::put_file(p, bytes); }
 
 // The folder's entries other than `keep`: what a failed or abandoned
 // replacement must not leave behind.

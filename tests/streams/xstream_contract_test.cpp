@@ -39,13 +39,7 @@ const std::string& content() {
 }
 const int size = 5000;
 
-// The text XORed with the scrambling key from phase 0 (applying it twice
-// gives the text back).
-std::string scrambled(std::string s) {
-  static const unsigned char key[8] = {0x5c, 0x13, 0xa7, 0xe2, 0x09, 0xbd, 0x44, 0x6f};
-  for (std::size_t i = 0; i < s.size(); ++i) s[i] = static_cast<char>(s[i] ^ key[i % 8]);
-  return s;
-}
+using test::scrambled;
 
 // Equal bytes, or where they first differ (instead of thousands of bytes).
 testing::AssertionResult same_bytes(const std::string& got, const std::string& want) {
@@ -274,19 +268,32 @@ TYPED_TEST(XStreamContract, CopyToMovesTheRestOrExactlyTheCountAsked) {
             "Data reading error ! \n" + this->c.description());
 }
 
+// Both forms of the iostream adapter; the buffered one with a block of 16.
+std::unique_ptr<std::iostream> adapter(xstream& s, bool buffered) {
+  return buffered ? s.std_stream(xstd_buffering::buffered, 16) : s.std_stream();
+}
+
 TYPED_TEST(XStreamContract, StdStreamReadsAndSeeksThrough) {
-  auto io = this->s.std_stream();
-  io->seekg(-10, std::ios::end);
-  EXPECT_EQ(io->tellg(), 4990);
-  char b[20];
-  io->read(b, 20);
-  EXPECT_EQ(std::string(b, static_cast<std::size_t>(io->gcount())), content().substr(4990));
-  io->clear();
-  io->seekg(4000);
-  io->read(b, 2);
-  io->seekg(2, std::ios::cur);  // counts from what was taken, not what was read ahead
-  io->read(b + 2, 2);
-  EXPECT_EQ(std::string(b, 4), content().substr(4000, 2) + content().substr(4004, 2));
+  for (const bool buffered : {false, true}) {
+    SCOPED_TRACE(buffered ? "buffered" : "thin");
+    auto io = adapter(this->s, buffered);
+    io->seekg(-10, std::ios::end);
+    EXPECT_EQ(io->tellg(), 4990);
+    char b[20];
+    io->read(b, 20);
+    EXPECT_EQ(std::string(b, static_cast<std::size_t>(io->gcount())), content().substr(4990));
+    io->clear();
+    io->seekg(4000);
+    io->read(b, 2);
+    EXPECT_EQ(io->tellg(), 4002);
+    io->seekg(2, std::ios::cur);  // counts from what was taken, not what was read ahead
+    io->read(b + 2, 2);
+    EXPECT_EQ(std::string(b, 4), content().substr(4000, 2) + content().substr(4004, 2));
+    EXPECT_EQ(io->get(), static_cast<unsigned char>(content()[4006]));
+    io->seekg(-1, std::ios::end);
+    io->get();
+    EXPECT_EQ(io->get(), std::char_traits<char>::eof());
+  }
 }
 
 // One write through the iostream adapter across the XOR stream's 4096-byte

@@ -47,6 +47,8 @@ class xfailing_stream final : public xstream {
   }
   void set_size(std::int64_t size) override { inner_.set_size(size); }
 
+  // Room again: writes fail after `budget` more bytes.
+  void set_write_budget(std::int64_t budget) noexcept { write_left_ = budget; }
   // Transfers that ran into a spent budget.
   int failures() const noexcept { return failures_; }
 
