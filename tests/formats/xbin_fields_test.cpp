@@ -155,10 +155,11 @@ TEST(XBinFields, WritingFromConstDataRefusesAReaderAndOverlongShortStrings) {
   EXPECT_EQ(m.size(), 0);  // refused before a byte was written
 }
 
-// The exception a call raises, as a category and an offset.
+// The exception a call raises: category, offset and text.
 struct raised {
   xerror_category category = xerror_category::general;
   std::int64_t offset = -2;
+  std::string text = "(no error)";
   bool operator==(const raised&) const = default;
 };
 template <class F>
@@ -166,13 +167,22 @@ raised raised_by(F f) {
   try {
     f();
   } catch (const XException& e) {
-    return {e.category(), e.offset()};
+    return {e.category(), e.offset(), e.what()};
   }
   return {};
 }
 
-TEST(XBinFields, ReadingFailuresCarryTheirCategoryAndTheOffsetOfTheBadField) {
+// Lengths and counts that the bytes left cannot back are refused before
+// anything is allocated (2 GiB announced in 5 bytes must not be reserved).
+TEST(XBinFields, ReadingFailuresCarryTheirTextCategoryAndTheOffsetOfTheBadField) {
   using c = xerror_category;
+  const std::string bad = "Data reading error ! \nbuffer stream";
+  std::string past_a_block("\0\0\x08\0", 4);  // 524288 bytes announced, 1000 there
+  past_a_block += std::string(1000, 'q');
+  const auto read_xstr = [](xbin_format& f) {
+    xstr s = "old";
+    f(s);
+  };
   struct row {
     const char* what;
     std::string input;
@@ -187,14 +197,14 @@ TEST(XBinFields, ReadingFailuresCarryTheirCategoryAndTheOffsetOfTheBadField) {
          f(b);
          f.identifier("VFS");
        },
-       {c::bad_data, 1}},
+       {c::bad_data, 1, "Invalid data format !\nbuffer stream"}},
       {"newer version",
        std::string("ID\x05\0\0\0", 6),
        [](xbin_format& f) {
          f.identifier("ID");
          f.set_version(4);
        },
-       {c::newer_version, 2}},
+       {c::newer_version, 2, "Unsupported format version ! Program update needed !\nbuffer stream"}},
       {"string length past the end",
        std::string("\0\0\x09\0\0\0abc", 9),
        [](xbin_format& f) {
@@ -202,14 +212,17 @@ TEST(XBinFields, ReadingFailuresCarryTheirCategoryAndTheOffsetOfTheBadField) {
          std::string s;
          f(i), f(s);
        },
-       {c::bad_data, 2}},
-      {"negative string length",
-       std::string("\xFF\xFF\xFF\xFF", 4),
+       {c::bad_data, 2, bad}},
+      {"negative string length", std::string("\0\0\0\x80", 4), read_xstr, {c::bad_data, 0, bad}},
+      {"2 GiB string in 5 bytes", "\xFF\xFF\xFF\x7F" "a", read_xstr, {c::bad_data, 0, bad}},
+      {"string longer than a block, short of bytes", past_a_block, read_xstr, {c::bad_data, 0, bad}},
+      {"short string that ends early",
+       "\x03" "a",
        [](xbin_format& f) {
          xstr s;
-         f(s);
+         f.short_str(s);
        },
-       {c::bad_data, 0}},
+       {c::io, -2, bad}},
       {"vector count past the end",
        std::string("x\xFF\0\0\0\1\0\0\0", 9),
        [](xbin_format& f) {
@@ -217,18 +230,25 @@ TEST(XBinFields, ReadingFailuresCarryTheirCategoryAndTheOffsetOfTheBadField) {
          std::vector<std::int32_t> v;
          f(ch), f(v);
        },
-       {c::bad_data, 1}},
+       {c::bad_data, 1, bad}},
+      {"2^30 strings in 4 bytes",
+       std::string("\0\0\0\x40\0\0\0\0", 8),
+       [](xbin_format& f) {
+         xvector<xstr> v;
+         f.vector(v);
+       },
+       {c::bad_data, 0, bad}},
       {"data that ends early",
        std::string("\1\2\3", 3),
        [](xbin_format& f) {
          std::int32_t i = 0;
          f(i);
        },
-       {c::io, -2}},
+       {c::io, -2, bad}},
       {"trailer past the end",
        std::string("\0\0\0\0\0\0\0\0\x40\0\0\0", 12),
        [](xbin_format& f) { f.trailer(); },
-       {c::bad_data, 8}},
+       {c::bad_data, 8, bad}},
   };
   for (const row& r : rows) {
     SCOPED_TRACE(r.what);
@@ -244,8 +264,16 @@ TEST(XBinFields, ReadingFailuresCarryTheirCategoryAndTheOffsetOfTheBadField) {
       // A short read's place is where the stream stopped, whichever layer
       // noticed it; only the category matters.
       if (r.expected.offset == -2) got.offset = -2;
-      EXPECT_EQ(got, r.expected) << static_cast<int>(got.category) << " at " << got.offset;
+      EXPECT_EQ(got, r.expected) << static_cast<int>(got.category) << " at " << got.offset << ": " << got.text;
     }
+  }
+  // A version up to the one asked for is accepted and kept.
+  for (const char stored : {2, 3}) {
+    const std::string bytes = {stored, 0, 0, 0};
+    xbuffer_stream s(bytes.data(), 4);
+    xbin_format f(s, xstream_read, false);
+    EXPECT_EQ(raised_by([&] { f.set_version(3); }).text, "(no error)");
+    EXPECT_EQ(f.version(), stored);
   }
 }
 

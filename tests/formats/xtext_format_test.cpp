@@ -4,7 +4,6 @@
 
 #include "tests/support/xtest_helpers.h"
 
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -14,7 +13,8 @@
 namespace xum {
 namespace {
 
-using test::error_of;
+using test::raised;
+using test::raised_by;
 
 // A reader over a text held by the test.
 class XtextFormatRead : public ::testing::Test {
@@ -124,17 +124,17 @@ TEST_F(XtextFormatRead, NumberPrefixes) {
 }
 
 TEST_F(XtextFormatRead, ErrorTextsAndReturnsWhenTheHookReturns) {
+  // Parse failures are bad data with their line, the texts as they were.
   xtext_format& t = open("\r\nabc");
-  EXPECT_EQ(error_of([&] { t.number(); }), "Number expected !\nbuffer stream\nLine: 2");
+  const auto bad = xerror_category::bad_data;
+  EXPECT_EQ(raised_by([&] { t.number(); }), (raised{bad, 2, -1, "Number expected !\nbuffer stream\nLine: 2"}));
   EXPECT_EQ(t.token(true), "abc");  // the failed number left the word
-  EXPECT_EQ(error_of([&] { t.token(true); }), "Unexpected end of text !\nbuffer stream");
-  const xerror_handler_fn saved = xerror_handler;
-  xerror_handler = [](const xstr&) {};
+  EXPECT_EQ(raised_by([&] { t.token(true); }), (raised{bad, 2, -1, "Unexpected end of text !\nbuffer stream"}));
+  test::error_hook returns([](const xstr&) {});
   xtext_format& u = open("word");
   EXPECT_EQ(u.number(), 0.0L);
   EXPECT_EQ(u.token(true), "word");
   EXPECT_EQ(u.token(true), "");
-  xerror_handler = saved;
 }
 
 TEST_F(XtextFormatRead, DelimitedStrings) {
