@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <tuple>
 #include <typeindex>
@@ -12,6 +13,7 @@
 #include "core/xexception.h"
 #include "core/xmessage_box.h"
 #include "core/xstr.h"
+#include "tests/support/xtest_helpers.h"
 
 namespace xum {
 namespace {
@@ -129,17 +131,6 @@ TEST(XExceptionRoot, ContractCodesStillCatchByValueAndConvertToInt) {
 
 // --- categories ----------------------------------------------------------------
 
-// Saves the error hook and clears it (no hook: xerror throws) or installs
-// another; restores it afterwards.
-class XErrorCategory : public ::testing::Test {
- protected:
-  void SetUp() override { saved_ = xerror_handler; }
-  void TearDown() override { xerror_handler = saved_; }
-
- private:
-  xerror_handler_fn saved_ = nullptr;
-};
-
 struct category_row {
   xerror_category category;
   std::type_index thrown;
@@ -153,35 +144,28 @@ const category_row category_rows[] = {
     {xerror_category::io, typeid(XEIOError)},
 };
 
-// Raises through xerror and checks class, category, text and place, with
-// the hook `hook` installed (null: none).
-void expect_typed(xerror_handler_fn hook) {
-  xerror_handler = hook;
-  for (const auto& r : category_rows) {
-    SCOPED_TRACE(static_cast<int>(r.category));
-    try {
-      xerror(r.category, "Data reading error ! \nFile: a.bin", {.line = 12, .offset = 345});
-      FAIL() << "nothing thrown";
-    } catch (const XException& e) {
-      EXPECT_EQ(std::type_index(typeid(e)), r.thrown);
-      EXPECT_EQ(e.category(), r.category);
-      EXPECT_STREQ(e.what(), "Data reading error ! \nFile: a.bin");  // the text stays as raised
-      EXPECT_EQ(e.line(), 12);
-      EXPECT_EQ(e.offset(), 345);
+// Raised through xerror with no hook and through the throwing hook the
+// package installs at load, a failure keeps its class, category, text and
+// place.
+TEST(XErrorCategory, XerrorThrowsTheCategorysClassWithOrWithoutTheThrowingHook) {
+  for (const xerror_handler_fn hook : {xerror_handler_fn{}, &xthrow_error}) {
+    test::error_hook use(hook);
+    for (const auto& r : category_rows) {
+      SCOPED_TRACE(testing::Message() << static_cast<int>(r.category) << (hook ? " hook" : ""));
+      try {
+        xerror(r.category, "Data reading error ! \nFile: a.bin", {.line = 12, .offset = 345});
+        FAIL() << "nothing thrown";
+      } catch (const XException& e) {
+        EXPECT_EQ(std::type_index(typeid(e)), r.thrown);
+        EXPECT_EQ(test::raised_by([&] { throw; }),
+                  (test::raised{r.category, 12, 345, "Data reading error ! \nFile: a.bin"}));
+      }
     }
   }
 }
 
-TEST_F(XErrorCategory, WithoutAHookXerrorThrowsTheCategorysClass) { expect_typed(nullptr); }
-
-TEST_F(XErrorCategory, TheThrowingHookKeepsTheCategory) {
-  // The package installs xthrow_error at load; a typed failure must stay
-  // typed through it.
-  expect_typed(&xthrow_error);
-}
-
-TEST_F(XErrorCategory, ThePlainXerrorIsGeneralAndAReturningHookSeesTheCategory) {
-  xerror_handler = nullptr;
+TEST(XErrorCategory, ThePlainXerrorIsGeneralAndAReturningHookSeesTheCategory) {
+  std::optional<test::error_hook> hook(std::in_place, nullptr);
   try {
     xerror("Some error !");
   } catch (const XException& e) {
@@ -192,9 +176,9 @@ TEST_F(XErrorCategory, ThePlainXerrorIsGeneralAndAReturningHookSeesTheCategory) 
 
   static std::vector<std::tuple<std::string, xerror_category, std::int64_t>> seen;
   seen.clear();
-  xerror_handler = [](const xstr& m) {
+  hook.emplace([](const xstr& m) {
     seen.emplace_back(std::string(m.view()), xerror_current_category(), xerror_current_where().line);
-  };
+  });
   xerror(xerror_category::bad_data, "Bad !", {.line = 7});
   xerror("Plain !");
   ASSERT_EQ(seen.size(), 2u);

@@ -103,11 +103,9 @@ TEST(XtextArena, TextsKeepTheirBytesAndPlacesWhileTheArenaGrows) {
     EXPECT_EQ(xtext_arena::view(p), text);
     EXPECT_EQ(p[text.size()], '\0');  // a C string for sscanf and the like
   }
-  EXPECT_GE(arena.capacity(), 6 * 70000u);
   arena.clear();
-  EXPECT_EQ(arena.capacity(), 0u);
+  EXPECT_EQ(arena.capacity(), 0u);  // every block freed
   EXPECT_EQ(xtext_arena::view(arena.add("again")), "again");
-  EXPECT_EQ(arena.capacity(), xtext_arena::first_block);
 }
 
 }  // namespace

@@ -14,7 +14,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -181,11 +180,9 @@ TEST_F(XstructFormat, ErrorTexts) {
   // first, which reads find; bad lines are skipped.
   static int reports;
   const auto reports_loading = [&](const std::string& text) {
-    const xerror_handler_fn saved = xerror_handler;
+    test::error_hook hook([](const xstr&) { ++reports; });
     reports = 0;
-    xerror_handler = [](const xstr&) { ++reports; };
     load(text);
-    xerror_handler = saved;
     return reports;
   };
   EXPECT_EQ(reports_loading("k=1\nk=2\nbad\n=x\nz=3\n"), 3);

@@ -180,8 +180,6 @@ TEST_F(XVirtualFileSys, FileStreamsAndSettingsFallBackToTheArchive) {
   xvirtual_file_sys a;
   a.open(path("app.vfs"));
   xvirtual_fs_interface::set(&a);
-  EXPECT_TRUE(xfile_exists(path("layout.txt"), true));
-  EXPECT_FALSE(xfile_exists(path("layout.txt"), false));
   xstruct_format f;
   f.open_file(path("layout.txt"), xfile_read);  // not on disk: read from the archive
   xstr title;

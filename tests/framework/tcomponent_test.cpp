@@ -186,17 +186,8 @@ TEST(TListControls, SelectionFollowsTheItems) {
   combo->Items().Delete(2);  // the current item disappears
   EXPECT_EQ(combo->ItemIndex(), -1);
 
-  auto* list = new TListBox(&form);
-  list->Items().SetText(u"a\nb\nc");
-  list->SetMultiSelect(true);
-  list->SetSelected(0, true);
-  list->SetSelected(2, true);
-  EXPECT_EQ(list->SelCount(), 2);
   auto* checks = new TCheckListBox(&form);
   checks->Items().Add(u"x");
-  EXPECT_FALSE(checks->Checked(0));
-  checks->SetChecked(0, true);
-  EXPECT_TRUE(checks->Checked(0));
   EXPECT_THROW(checks->Checked(1), xexception);
 
   auto* tree = new TTreeView(&form);
@@ -208,11 +199,6 @@ TEST(TListControls, SelectionFollowsTheItems) {
   tree->Items().Delete(root);  // the selected node goes with its parent
   EXPECT_EQ(tree->Selected(), nullptr);
   EXPECT_EQ(tree->Items().Count(), 1);
-  auto* view = new TListView(&form);
-  view->Items().Add()->SetCaption(u"first");
-  view->Items().Add()->SetCaption(u"second");
-  view->SetItemIndex(1);
-  EXPECT_EQ(view->Selected()->Caption(), u"second");
 
   TStringList values;
   values.Add(u"Left=10");

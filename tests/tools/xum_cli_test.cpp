@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <map>
 #include <string>
@@ -52,10 +51,7 @@ run_result shell(const std::string& line) { return run("export XUM='timeout 60 "
 
 std::string q(const fs::path& p) { return "'" + p.string() + "'"; }
 
-void put(const fs::path& p, const std::string& bytes) {
-  fs::create_directories(p.parent_path());
-  std::ofstream(p, std::ios::binary) << bytes;
-}
+void put(const fs::path& p, const std::string& bytes) { xum::test::put_file(p, bytes); }
 
 // The exit code and both outputs at once; "*" takes any output.
 testing::AssertionResult ran(const run_result& r, int code, const std::string& out, const std::string& err) {
@@ -385,7 +381,6 @@ std::string listing(const fs::path& dir) {
 // are made. The scrambling is the format's: the header value is keyed from
 // phase 0, every later byte by its absolute position.
 std::string vfs_bytes(const std::string& data, const std::vector<std::tuple<std::string, std::uint64_t, std::uint64_t>>& table) {
-  const unsigned char key[8] = {0x5c, 0x13, 0xa7, 0xe2, 0x09, 0xbd, 0x44, 0x6f};
   auto le = [](std::string& s, std::uint64_t v, int n) {
     for (int i = 0; i < n; ++i) s.push_back(char(v >> (8 * i)));
   };
@@ -401,8 +396,7 @@ std::string vfs_bytes(const std::string& data, const std::vector<std::tuple<std:
     le(b, size, 8);
   }
   le(b, 11 + data.size(), 4);
-  for (std::size_t i = 7; i < b.size(); ++i) b[i] = char(b[i] ^ (i < 11 ? key[i - 7] : key[i % 8]));
-  return b;
+  return xum::test::vfs_scrambled(b);
 }
 
 TEST(XumMessages, MissingArgumentsAreNamedAndVersionTakesNone) {
