@@ -32,63 +32,35 @@ void load(xstruct_format& f, xbuffer_stream& s, const std::string& text) {
 }
 
 TEST(XstructFormatBinaryFlag, SetBeforeTheOpenForWritingSavesTheBinaryForm) {
-  struct row {
-    const char* what;
-    void (*steps)(xstruct_format&, xmemory_stream&, xbuffer_stream&);
-    bool binary;
+  // Steps: b set_binary(true), w open for writing, r load a text,
+  // s save_to_stream, c close.
+  const std::string text = "TSFid\r\nk=1\r\n";
+  const std::pair<const char*, bool> rows[] = {
+      {"bw", true},   // before the open
+      {"wb", true},   // after the open
+      {"rbw", true},  // while reading, for the writer that follows
+      {"brw", true},  // before a read and its writer
+      {"bs", true},   // before save_to_stream
+      {"bcw", false},  // cleared by an explicit close
   };
-  static const std::string text = "TSFid\r\nk=1\r\n";
-  const row rows[] = {
-      {"before the open",
-       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
-         f.set_binary(true);
-         f.open_stream(m, xstream_write, false);
-       },
-       true},
-      {"after the open",
-       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
-         f.open_stream(m, xstream_write, false);
-         f.set_binary(true);
-       },
-       true},
-      {"while reading, for the writer that follows",
-       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream& in) {
-         load(f, in, text);
-         f.set_binary(true);
-         f.open_stream(m, xstream_write, false);
-       },
-       true},
-      {"before a read and its writer",
-       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream& in) {
-         f.set_binary(true);
-         load(f, in, text);
-         f.open_stream(m, xstream_write, false);
-       },
-       true},
-      {"before save_to_stream",
-       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
-         f.set_binary(true);
-         f.save_to_stream(m);
-       },
-       true},
-      {"cleared by an explicit close",
-       [](xstruct_format& f, xmemory_stream& m, xbuffer_stream&) {
-         f.set_binary(true);
-         f.close();
-         f.open_stream(m, xstream_write, false);
-       },
-       false},
-  };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.what);
+  for (const auto& [steps, binary] : rows) {
+    SCOPED_TRACE(steps);
     xmemory_stream m;
     xbuffer_stream in;
     xstruct_format f;
-    r.steps(f, m, in);
+    for (const char* step = steps; *step; ++step) {
+      switch (*step) {
+        case 'b': f.set_binary(true); break;
+        case 'w': f.open_stream(m, xstream_write, false); break;
+        case 'r': load(f, in, text); break;
+        case 's': f.save_to_stream(m); break;
+        case 'c': f.close(); break;
+      }
+    }
     f.identifier("id");
     f.prop_int64("k", 1, 0, false);
     f.close();
-    EXPECT_EQ(bytes_of(m).substr(0, 3), r.binary ? "BSF" : "TSF");
+    EXPECT_EQ(bytes_of(m).substr(0, 3), binary ? "BSF" : "TSF");
     // The flag served one save: the next writer writes text.
     xmemory_stream again;
     f.open_stream(again, xstream_write, false);
