@@ -74,13 +74,6 @@ TEST(ModalForms, ScriptedBackendPressesButtonsByName) {
   EXPECT_FALSE(d.form->Visible());  // hidden again, even after the throw
   EXPECT_FALSE(d.form->Modal());
   EXPECT_EQ(ui.forms().size(), 4u);
-
-  // A modal form's Close ends it with mrCancel.
-  ui.queue_form([](TCustomForm& f) {
-    f.Close();
-    return static_cast<int>(mrNone);
-  });
-  EXPECT_EQ(d.form->ShowModal(), mrCancel);
 }
 
 TEST(ModalForms, HeadlessBackendPressesTheDefaultButton) {

@@ -81,7 +81,7 @@ TEST(XumTool, HelpOnEveryLevelAndVersion) {
 TEST(XumTool, UsageErrorsExitWith2) {
   for (const char* args : {"", "bogus", "--bogus", "catalogue extra", "catalogue --bogus",
                            "demo a b", "date 2024-02-30", "date 2024-2", "date --days 370",
-                           "date --days 5x", "date 2024-01-01 x", "reg", "reg get K",
+                           "date --days 5x", "date 2024-01-01 x", "reg",
                            "reg set --number K N 1x", "reg set --hex K N 123", "struct", "struct get a",
                            "struct get a b//c", "struct set a b", "struct pack", "struct convert a",
                            "struct convert a --to json", "bin dump a --max x", "vfs create"}) {
