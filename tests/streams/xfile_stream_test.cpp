@@ -72,10 +72,7 @@ TEST_F(XFileStream, SeeksAnswerAsTheSystemWouldWithOrWithoutAskingIt) {
     EXPECT_EQ(f.seek(1, xseek_current), -1);  // beyond 2^63
     EXPECT_EQ(f.seek(-11, xseek_end), -1);
     EXPECT_EQ(f.get_position(), INT64_MAX);
-    EXPECT_EQ(f.seek(-2, xseek_end), 8);
     char b[4] = {};
-    EXPECT_EQ(f.read(b, 4), 2);
-    EXPECT_STREQ(b, "89");
     f.seek(12, xseek_begin);
     f.write_buffer("C", 1);  // past the end: the gap reads as zeros
     EXPECT_EQ(other.read(b, 3), 3);  // each stream has a position of its own
