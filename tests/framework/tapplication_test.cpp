@@ -21,28 +21,12 @@
 #include "framework/xmain_loop.h"
 #include "framework/xui_backend.h"
 #include "platform/xos.h"
+#include "tests/support/xdialog.h"
 
 namespace xum {
 namespace {
 
-// A dialog form: an edit and OK/Cancel buttons.
-struct dialog {
-  TForm* form = new TForm(nullptr);
-  TEdit* edit = new TEdit(form);
-  TButton* ok = new TButton(form);
-  TButton* cancel = new TButton(form);
-  dialog() {
-    for (TControl* c : {static_cast<TControl*>(edit), static_cast<TControl*>(ok), static_cast<TControl*>(cancel)})
-      c->SetParent(form);
-    edit->SetName(u"Answer");
-    ok->SetName(u"OkBtn");
-    ok->SetModalResult(mrOk);
-    ok->SetDefault(true);
-    cancel->SetName(u"CancelBtn");
-    cancel->SetModalResult(mrCancel);
-  }
-  ~dialog() { delete form; }
-};
+using test::dialog;
 
 // The main loop, bound to this thread and open.
 xmain_loop& open_loop() {

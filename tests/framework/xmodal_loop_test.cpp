@@ -12,6 +12,7 @@
 #include "framework/xmain_loop.h"
 #include "framework/xui_backend.h"
 #include "platform/xos.h"
+#include "tests/support/xdialog.h"
 
 namespace xum {
 namespace {
@@ -24,24 +25,14 @@ class ModalLoop : public ::testing::Test {
   void SetUp() override {
     xmain_loop::instance().bind_to_current_thread();
     xmain_loop::instance().open();
-    for (TControl* c : {static_cast<TControl*>(edit_), static_cast<TControl*>(ok_), static_cast<TControl*>(cancel_)})
-      c->SetParent(form_);
     form_->SetName(u"Dialog");
-    edit_->SetName(u"Answer");
-    ok_->SetName(u"OkBtn");
-    ok_->SetModalResult(mrOk);
-    ok_->SetDefault(true);
-    cancel_->SetName(u"CancelBtn");
-    cancel_->SetModalResult(mrCancel);
   }
-  void TearDown() override { delete form_; }
 
   xscripted_backend ui_;
   xui_backend_scope use_{ui_};
-  TForm* form_ = new TForm(nullptr);
-  TEdit* edit_ = new TEdit(form_);
-  TButton* ok_ = new TButton(form_);
-  TButton* cancel_ = new TButton(form_);
+  test::dialog dialog_;
+  TForm* form_ = dialog_.form;
+  TEdit* edit_ = dialog_.edit;
 };
 
 TEST_F(ModalLoop, SynchronizeOfAWorkerCompletesWhileTheFormIsOpen) {
