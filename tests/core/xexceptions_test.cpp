@@ -166,13 +166,8 @@ TEST(XErrorCategory, XerrorThrowsTheCategorysClassWithOrWithoutTheThrowingHook) 
 
 TEST(XErrorCategory, ThePlainXerrorIsGeneralAndAReturningHookSeesTheCategory) {
   std::optional<test::error_hook> hook(std::in_place, nullptr);
-  try {
-    xerror("Some error !");
-  } catch (const XException& e) {
-    EXPECT_EQ(std::type_index(typeid(e)), std::type_index(typeid(XException)));
-    EXPECT_EQ(e.category(), xerror_category::general);
-    EXPECT_EQ(e.line(), -1);
-  }
+  EXPECT_EQ(test::raised_by([] { xerror("Some error !"); }),
+            (test::raised{xerror_category::general, -1, -1, "Some error !"}));
 
   static std::vector<std::tuple<std::string, xerror_category, std::int64_t>> seen;
   seen.clear();
@@ -188,14 +183,9 @@ TEST(XErrorCategory, ThePlainXerrorIsGeneralAndAReturningHookSeesTheCategory) {
 }
 
 TEST(XErrorCategoryCopy, CopiesKeepCategoryAndPlace) {
-  XEBadData original(u"Key duplication ! Key: a", {.line = 3, .offset = -1});
-  try {
-    throw original;
-  } catch (const XException& e) {
-    EXPECT_EQ(e.category(), xerror_category::bad_data);
-    EXPECT_EQ(e.line(), 3);
-    EXPECT_EQ(e.Message, u"Key duplication ! Key: a");
-  }
+  const XEBadData original(u"Key duplication ! Key: a", {.line = 3, .offset = -1});
+  EXPECT_EQ(test::raised_by([&] { throw original; }),
+            (test::raised{xerror_category::bad_data, 3, -1, "Key duplication ! Key: a"}));
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <climits>
 #include <cstdint>
-#include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
