@@ -3,6 +3,8 @@
 // failure.
 #include <cstdint>
 #include <limits>
+#include <map>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -16,6 +18,8 @@
 
 namespace xum {
 namespace {
+
+using namespace std::string_literals;
 
 using test::bytes_of;
 using test::code_of;
@@ -176,41 +180,41 @@ raised raised_by(F f) {
   return {};
 }
 
+// One field of type T, read.
+template <class T>
+void read_one(xbin_format& f) {
+  T v{};
+  f(v);
+}
+
 // Reads the fields `steps` names: b uint8, c char, h int16, i int32, s
 // std::string, x xstr, S short_str, v vector of int32, L vector of xstr,
-// I identifier(`id`), V set_version(4), T trailer.
-void read_fields(xbin_format& f, const char* steps, const char* id) {
-  for (; *steps; ++steps) {
-    std::uint8_t b = 0;
-    char c = 0;
-    std::int16_t h = 0;
-    std::int32_t i = 0;
-    std::string s;
-    xstr x = "old";
-    std::vector<std::int32_t> v;
-    xvector<xstr> l;
-    switch (*steps) {
-      case 'b': f(b); break;
-      case 'c': f(c); break;
-      case 'h': f(h); break;
-      case 'i': f(i); break;
-      case 's': f(s); break;
-      case 'x': f(x); break;
-      case 'S': f.short_str(x); break;
-      case 'v': f(v); break;
-      case 'L': f.vector(l); break;
-      case 'I': f.identifier(id); break;
-      case 'V': f.set_version(4); break;
-      case 'T': f.trailer(); break;
-    }
-  }
+// I identifier("VFS"), V set_version(4), T trailer.
+void read_fields(xbin_format& f, const std::string& steps) {
+  static const std::map<char, void (*)(xbin_format&)> step = {
+      {'b', read_one<std::uint8_t>},
+      {'c', read_one<char>},
+      {'h', read_one<std::int16_t>},
+      {'i', read_one<std::int32_t>},
+      {'s', read_one<std::string>},
+      {'x', read_one<xstr>},
+      {'v', read_one<std::vector<std::int32_t>>},
+      {'S', [](xbin_format& f) { f.short_str(*std::make_unique<xstr>()); }},
+      {'L', [](xbin_format& f) { f.vector(*std::make_unique<xvector<xstr>>()); }},
+      {'I', [](xbin_format& f) { f.identifier("VFS"); }},
+      {'V', [](xbin_format& f) { f.set_version(4); }},
+      {'T', [](xbin_format& f) { f.trailer(); }},
+  };
+  for (const char c : steps) step.at(c)(f);
 }
 
 // Lengths and counts that the bytes left cannot back are refused before
 // anything is allocated (2 GiB announced in 5 bytes must not be reserved).
 TEST(XBinFields, ReadingFailuresCarryTheirTextCategoryAndTheOffsetOfTheBadField) {
   using c = xerror_category;
-  const std::string bad = "Data reading error ! \nbuffer stream";
+  const std::string bad = "Data reading error ! \nbuffer stream",
+                    invalid = "Invalid data format !\nbuffer stream",
+                    newer = "Unsupported format version ! Program update needed !\nbuffer stream";
   std::string past_a_block("\0\0\x08\0", 4);  // 524288 bytes announced, 1000 there
   past_a_block += std::string(1000, 'q');
   struct row {
@@ -220,21 +224,20 @@ TEST(XBinFields, ReadingFailuresCarryTheirTextCategoryAndTheOffsetOfTheBadField)
     raised expected;
   };
   const row rows[] = {
-      {"wrong signature after a field", std::string("\x01VFX", 4), "bI",
-       {c::bad_data, 1, "Invalid data format !\nbuffer stream"}},
-      {"newer version", std::string("VFS\x05\0\0\0", 7), "IV",
-       {c::newer_version, 3, "Unsupported format version ! Program update needed !\nbuffer stream"}},
-      {"string length past the end", std::string("\0\0\x09\0\0\0abc", 9), "hs", {c::bad_data, 2, bad}},
-      {"string one byte short", std::string("\x04\0\0\0abc", 7), "x", {c::bad_data, 0, bad}},
-      {"negative string length", std::string("\0\0\0\x80", 4), "x", {c::bad_data, 0, bad}},
-      {"2 GiB string in 5 bytes", "\xFF\xFF\xFF\x7F" "a", "x", {c::bad_data, 0, bad}},
-      {"string longer than a block, short of bytes", past_a_block, "x", {c::bad_data, 0, bad}},
-      {"short string that ends early", "\x03" "a", "S", {c::io, -2, bad}},
-      {"vector count past the end", std::string("x\xFF\0\0\0\1\0\0\0", 9), "cv", {c::bad_data, 1, bad}},
-      {"2^30 strings in 4 bytes", std::string("\0\0\0\x40\0\0\0\0", 8), "L", {c::bad_data, 0, bad}},
-      {"data that ends early", std::string("\1\2\3", 3), "i", {c::io, -2, bad}},
-      {"trailer past the end", std::string("\0\0\0\0\0\0\0\0\x40\0\0\0", 12), "T", {c::bad_data, 8, bad}},
+      {"signature after a field", "\x01VFX"s, "bI", {c::bad_data, 1, invalid}},
+      {"newer version", "VFS\x05\0\0\0"s, "IV", {c::newer_version, 3, newer}},
+      {"string length past the end", "\0\0\x09\0\0\0abc"s, "hs", {c::bad_data, 2, bad}},
+      {"string one byte short", "\x04\0\0\0abc"s, "x", {c::bad_data, 0, bad}},
+      {"negative string length", "\0\0\0\x80"s, "x", {c::bad_data, 0, bad}},
+      {"2 GiB string in 5 bytes", "\xFF\xFF\xFF\x7F\x61"s, "x", {c::bad_data, 0, bad}},
+      {"string past a block", past_a_block, "x", {c::bad_data, 0, bad}},
+      {"short string that ends early", "\x03\x61"s, "S", {c::io, -2, bad}},
+      {"vector count past the end", "x\xFF\0\0\0\1\0\0\0"s, "cv", {c::bad_data, 1, bad}},
+      {"2^30 strings in 4 bytes", "\0\0\0\x40\0\0\0\0"s, "L", {c::bad_data, 0, bad}},
+      {"data that ends early", "\1\2\3"s, "i", {c::io, -2, bad}},
+      {"trailer past the end", "\0\0\0\0\0\0\0\0\x40\0\0\0"s, "T", {c::bad_data, 8, bad}},
   };
+
   for (const row& r : rows) {
     SCOPED_TRACE(r.what);
     for (const bool exclusive : {false, true}) {
@@ -245,7 +248,7 @@ TEST(XBinFields, ReadingFailuresCarryTheirTextCategoryAndTheOffsetOfTheBadField)
         f.open_exclusive(s, xstream_read);
       else
         f.open_stream(s, xstream_read, false);
-      raised got = raised_by([&] { read_fields(f, r.steps, "VFS"); });
+      raised got = raised_by([&] { read_fields(f, r.steps); });
       // A short read's place is where the stream stopped, whichever layer
       // noticed it; only the category matters.
       if (r.expected.offset == -2) got.offset = -2;

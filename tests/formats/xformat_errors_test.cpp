@@ -132,11 +132,19 @@ TEST(XVirtualFileSysErrors, DamageIsBadDataWithItsOffset) {
     raised want;
   };
   const row rows[] = {
-      {"trailer past the end", test::vfs_scrambled(head + le32(0) + le32(400)), {c::bad_data, -1, 25, cut}},
-      {"table inside the trailer", test::vfs_scrambled(head + le32(23)), {c::bad_data, -1, 23, cut}},
-      {"table count beyond the table", test::vfs_scrambled(head + le32(1000) + le32(21)), {c::bad_data, -1, 21, cut}},
-      {"newer version", "VFS" + le32(3) + std::string(20, '\0'),
-       {c::newer_version, -1, 3, "Unsupported format version ! Program update needed !\nFile: " + file.string()}},
+      {"trailer past the end",
+       test::vfs_scrambled(head + le32(0) + le32(400)),
+       {c::bad_data, -1, 25, cut}},
+      {"table inside the trailer",
+       test::vfs_scrambled(head + le32(23)),
+       {c::bad_data, -1, 23, cut}},
+      {"table count beyond the table",
+       test::vfs_scrambled(head + le32(1000) + le32(21)),
+       {c::bad_data, -1, 21, cut}},
+      {"newer version",
+       "VFS" + le32(3) + std::string(20, '\0'),
+       {c::newer_version, -1, 3,
+        "Unsupported format version ! Program update needed !\nFile: " + file.string()}},
       {"wrong signature", "VFX" + le32(2) + std::string(20, '\0'), {c::bad_data, -1, 0, bad}},
   };
   for (const row& r : rows) {

@@ -36,11 +36,11 @@ TEST(XstructFormatBinaryFlag, SetBeforeTheOpenForWritingSavesTheBinaryForm) {
   // s save_to_stream, c close.
   const std::string text = "TSFid\r\nk=1\r\n";
   const std::pair<const char*, bool> rows[] = {
-      {"bw", true},   // before the open
-      {"wb", true},   // after the open
-      {"rbw", true},  // while reading, for the writer that follows
-      {"brw", true},  // before a read and its writer
-      {"bs", true},   // before save_to_stream
+      {"bw", true},    // before the open
+      {"wb", true},    // after the open
+      {"rbw", true},   // while reading, for the writer that follows
+      {"brw", true},   // before a read and its writer
+      {"bs", true},    // before save_to_stream
       {"bcw", false},  // cleared by an explicit close
   };
   for (const auto& [steps, binary] : rows) {
@@ -50,11 +50,21 @@ TEST(XstructFormatBinaryFlag, SetBeforeTheOpenForWritingSavesTheBinaryForm) {
     xstruct_format f;
     for (const char* step = steps; *step; ++step) {
       switch (*step) {
-        case 'b': f.set_binary(true); break;
-        case 'w': f.open_stream(m, xstream_write, false); break;
-        case 'r': load(f, in, text); break;
-        case 's': f.save_to_stream(m); break;
-        case 'c': f.close(); break;
+        case 'b':
+          f.set_binary(true);
+          break;
+        case 'w':
+          f.open_stream(m, xstream_write, false);
+          break;
+        case 'r':
+          load(f, in, text);
+          break;
+        case 's':
+          f.save_to_stream(m);
+          break;
+        case 'c':
+          f.close();
+          break;
       }
     }
     f.identifier("id");

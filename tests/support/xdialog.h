@@ -21,7 +21,8 @@ struct dialog {
   TButton* ok = new TButton(form);
   TButton* cancel = new TButton(form);
   dialog() {
-    for (TControl* c : {static_cast<TControl*>(edit), static_cast<TControl*>(ok), static_cast<TControl*>(cancel)})
+    for (TControl* c :
+         {static_cast<TControl*>(edit), static_cast<TControl*>(ok), static_cast<TControl*>(cancel)})
       c->SetParent(form);
     edit->SetName(u"Answer");
     ok->SetName(u"OkBtn");

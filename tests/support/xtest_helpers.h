@@ -44,8 +44,8 @@ struct raised {
   std::string text = "(no error)";
   bool operator==(const raised&) const = default;
   friend std::ostream& operator<<(std::ostream& out, const raised& r) {
-    return out << "category " << static_cast<int>(r.category) << " line " << r.line << " offset " << r.offset
-               << ": " << r.text;
+    return out << "category " << static_cast<int>(r.category) << " line " << r.line << " offset "
+               << r.offset << ": " << r.text;
   }
 };
 inline raised raised_by(const auto& f) {
@@ -73,7 +73,8 @@ inline constexpr unsigned char xor_key[8] = {0x5c, 0x13, 0xa7, 0xe2, 0x09, 0xbd,
 // first byte (applying it twice gives the bytes back).
 template <class Bytes>
 Bytes scrambled(Bytes b, std::size_t phase = 0) {
-  for (std::size_t i = 0; i < b.size(); ++i) b[i] ^= static_cast<typename Bytes::value_type>(xor_key[(phase + i) % 8]);
+  for (std::size_t i = 0; i < b.size(); ++i)
+    b[i] ^= static_cast<typename Bytes::value_type>(xor_key[(phase + i) % 8]);
   return b;
 }
 
