@@ -49,23 +49,11 @@ TEST(XstructFormatBinaryFlag, SetBeforeTheOpenForWritingSavesTheBinaryForm) {
     xbuffer_stream in;
     xstruct_format f;
     for (const char* step = steps; *step; ++step) {
-      switch (*step) {
-        case 'b':
-          f.set_binary(true);
-          break;
-        case 'w':
-          f.open_stream(m, xstream_write, false);
-          break;
-        case 'r':
-          load(f, in, text);
-          break;
-        case 's':
-          f.save_to_stream(m);
-          break;
-        case 'c':
-          f.close();
-          break;
-      }
+      if (*step == 'b') f.set_binary(true);
+      if (*step == 'w') f.open_stream(m, xstream_write, false);
+      if (*step == 'r') load(f, in, text);
+      if (*step == 's') f.save_to_stream(m);
+      if (*step == 'c') f.close();
     }
     f.identifier("id");
     f.prop_int64("k", 1, 0, false);
