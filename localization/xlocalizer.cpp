@@ -102,6 +102,16 @@ xlocalizer::~xlocalizer() {
 void xlocalizer::open(const xstr& name) { open(name, xstr(platform::user_language())); }
 
 void xlocalizer::open(const xstr& name, const xstr& language) {
+  xstr file;
+  if (language != platform::base_language) {
+    const xstr exe(platform::os().executable_path());
+    const xstr base = name.empty() ? xextract_file_name(exe) : name;
+    file = xextract_file_path(exe) + xchange_file_ext(base, "_" + language + ".loc");
+  }
+  open_file(file, language);
+}
+
+void xlocalizer::open_file(const xstr& file, const xstr& language) {
   language_ = language;
   active_ = language != platform::base_language;
   write_done_ = false;
@@ -110,11 +120,8 @@ void xlocalizer::open(const xstr& name, const xstr& language) {
   stack_.assign(1, frame{index_.get(), 0});
   writer_.reset();
   pending_.clear();
+  file_name_ = file;
   if (!active_) return;
-
-  const xstr exe(platform::os().executable_path());
-  const xstr base = name.empty() ? xextract_file_name(exe) : name;
-  file_name_ = xextract_file_path(exe) + xchange_file_ext(base, "_" + language + ".loc");
   // The writer first: a broken dictionary still leaves a run that collects.
   writer_ = std::make_unique<xstruct_format>();
   writer_->identifier(xstr(file_identifier));

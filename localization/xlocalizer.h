@@ -94,6 +94,9 @@ class XUM_API xlocalizer {
   void open(const xstr& name);
   // The same in the given language ("ENU" switches localization off).
   void open(const xstr& name, const xstr& language);
+  // A run in `language` on the dictionary `file`, wherever it lies (a
+  // program that keeps its dictionaries elsewhere, a tool, a test).
+  void open_file(const xstr& file, const xstr& language);
 
   // Enters (and, while collecting, records) a section; sections nest and
   // each call is paired with end_section. Whether the dictionary holds it.
