@@ -34,8 +34,8 @@
 // so it is always whole; when entries that held a translation are dropped
 // because this run did not ask for them, the old file is kept beside the
 // new one as "<file>.bak" first. After `end_writing` the localizer only
-// reads, and `string` neither allocates (a translation is shared with the
-// dictionary) nor touches the disk.
+// reads: `string` is one hash lookup, never touches the disk and allocates
+// nothing (a translation is made once per entry and then shared).
 //
 // Errors: a dictionary with another identifier or broken syntax fails
 // `open` (and the reload in `end_writing`) with the structured format's
@@ -61,11 +61,10 @@ namespace xum {
 
 class TComponent;
 class TStrings;
-class xstruct_format;
 struct xcomponent_localizer;
 
 namespace detail {
-struct loc_node;
+struct loc_index;
 }
 
 class XUM_API xlocalizer {
@@ -157,18 +156,21 @@ class XUM_API xlocalizer {
   }
 
  private:
-  // An open section: its entry in the loaded dictionary (null when that
-  // has none) and the anonymous sections met in it so far.
+  // An open section: its node in the index (-1 when it has none) and the
+  // anonymous sections met in it so far.
   struct frame {
-    detail::loc_node* node;
+    int node;
     int anonymous;
   };
 
-  // Loads file_name_ (or nothing when it does not exist) into the index.
+  // Loads file_name_ (or nothing when it does not exist) and indexes it.
   void load();
-  // The child `name` of the current section's node; made when `make` is
-  // set and it is missing.
-  detail::loc_node* child(const xstr& name, bool make);
+  // The node of the section `name` in the current one, or -1; made when
+  // `make` is set and it is missing.
+  int child(const xstr& name, bool make);
+  // Builds the fresh dictionary from the run's requests and saves it to
+  // pending_.
+  void build_pending();
   // Whether the loaded dictionary holds a translation that this run did
   // not ask for (and a rewrite would drop).
   bool drops_translations() const;
@@ -180,18 +182,14 @@ class XUM_API xlocalizer {
   bool modified_ = false;
   xstr file_name_;
   xstr language_;
-  // The loaded dictionary, indexed by names.
-  std::unique_ptr<detail::loc_node> index_;
+  // The loaded dictionary (the reader), its index and the run's requests.
+  std::unique_ptr<detail::loc_index> index_;
   // The open sections, the root first (never empty).
   std::vector<frame> stack_;
-  // The fresh dictionary of this run, made by open.
-  std::unique_ptr<xstruct_format> writer_;
   // The saved fresh dictionary while it is not yet on the disk.
   std::string pending_;
   std::vector<xstr> excluded_components_;
   std::vector<xstr> excluded_component_childs_;
-  // Texts used on every call, made once.
-  const xstr key_o_, key_t_, key_p_, not_translated_, same_as_source_, empty_;
 };
 
 }  // namespace xum
