@@ -151,7 +151,6 @@ void xlocalizer::open_file(const xstr& file, const xstr& language) {
   active_ = language != platform::base_language;
   write_done_ = false;
   modified_ = false;
-  pending_.clear();
   file_name_ = file;
   index_ = std::make_unique<loc_index>();
   stack_.assign(1, frame{0, 0});
@@ -261,7 +260,7 @@ void xlocalizer::keep_backup() const {
   backup.close();
 }
 
-void xlocalizer::build_pending() {
+std::string xlocalizer::build_dictionary() const {
   xstruct_format writer;
   writer.identifier(xstr(file_identifier));
   const xstr key_o("o"), key_t("t"), key_p("p"), none(not_translated), same(same_as_source), empty;
@@ -297,23 +296,21 @@ void xlocalizer::build_pending() {
   xmemory_stream m;
   writer.save_to_stream(m);
   writer.close();
-  pending_.assign(reinterpret_cast<const char*>(m.data()), static_cast<std::size_t>(m.size()));
+  return std::string(reinterpret_cast<const char*>(m.data()), static_cast<std::size_t>(m.size()));
 }
 
 void xlocalizer::end_writing() {
   if (!active_ || write_done_) return;
   if (modified_) {
-    // The new contents are made in memory first and kept until they are on
-    // the disk, so that a failed write can be retried with the same bytes.
-    if (pending_.empty()) build_pending();
+    // The new contents come from the run's requests, which stay until they
+    // are on the disk: a failed write can be tried again.
+    const std::string bytes = build_dictionary();
     if (drops_translations() && xfile_exists(file_name_, false)) keep_backup();
     // Refuses a file the user may not write as a direct write would; the
     // old file stays until the new one is whole.
     xreplace_file_stream out(file_name_);
-    out.write_buffer(pending_.data(), static_cast<int>(pending_.size()));
+    out.write_buffer(bytes.data(), static_cast<int>(bytes.size()));
     out.close();
-    pending_.clear();
-    pending_.shrink_to_fit();
     load();
   }
   index_->requests.clear();

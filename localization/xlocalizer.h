@@ -168,9 +168,8 @@ class XUM_API xlocalizer {
   // The node of the section `name` in the current one, or -1; made when
   // `make` is set and it is missing.
   int child(const xstr& name, bool make);
-  // Builds the fresh dictionary from the run's requests and saves it to
-  // pending_.
-  void build_pending();
+  // The fresh dictionary made from the run's requests, saved in text form.
+  std::string build_dictionary() const;
   // Whether the loaded dictionary holds a translation that this run did
   // not ask for (and a rewrite would drop).
   bool drops_translations() const;
@@ -186,8 +185,6 @@ class XUM_API xlocalizer {
   std::unique_ptr<detail::loc_index> index_;
   // The open sections, the root first (never empty).
   std::vector<frame> stack_;
-  // The saved fresh dictionary while it is not yet on the disk.
-  std::string pending_;
   std::vector<xstr> excluded_components_;
   std::vector<xstr> excluded_component_childs_;
 };

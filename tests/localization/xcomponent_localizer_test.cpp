@@ -6,6 +6,7 @@
 
 #include "core/xcatalogue.h"
 #include "framework/tactions.h"
+#include "framework/tapplication.h"
 #include "framework/tcomctrls.h"
 #include "framework/tdialogs.h"
 #include "framework/tforms.h"
@@ -213,6 +214,24 @@ TEST_F(xcomponent_localizer_test, sub_components_excluded_forms_and_inactive_loc
   f.form->SetCaption(u"Main window");
   off.component(f.form, nullptr);
   EXPECT_EQ(f.form->Caption(), u"Main window");
+}
+
+TEST_F(xcomponent_localizer_test, created_forms_walks_the_applications_forms_but_excluded_ones) {
+  auto* shown = new TForm(Application());
+  shown->SetName(u"ShownForm");
+  shown->SetCaption(u"Shown");
+  auto* hidden = new TForm(Application());
+  hidden->SetName(u"HiddenForm");
+  hidden->SetCaption(u"Hidden");
+  xlocalizer loc;
+  loc.open("app", "DEU");
+  loc.exclude_component("HiddenForm");
+  loc.created_forms();
+  loc.end_writing();
+  delete shown;
+  delete hidden;
+  EXPECT_EQ(stored("ShownForm/@Caption/o"), "Shown");
+  EXPECT_EQ(stored("HiddenForm/@Caption/o"), "(none)");
 }
 
 TEST_F(xcomponent_localizer_test, registered_callbacks_run_newest_first_when_active) {
