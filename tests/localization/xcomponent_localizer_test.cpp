@@ -1,6 +1,7 @@
 #include "localization/xcomponent_localizer.h"
 
 #include <string>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 
@@ -29,64 +30,45 @@ class TProjectIntegrator : public TComponent {
   UnicodeString untitled = u"Untitled";
 };
 
+// A component of `owner` with a name and, for controls, a caption.
+template <class T>
+T* make(TComponent* owner, const char16_t* name, const char16_t* caption = u"") {
+  auto* c = new T(owner);
+  c->SetName(name);
+  if constexpr (std::is_base_of_v<TControl, T> || std::is_base_of_v<TMenuItem, T>) c->SetCaption(caption);
+  return c;
+}
+
 // A form with one of each case the walk tells apart.
 struct small_form {
-  TForm* form = new TForm(nullptr);
+  TForm* form = make<TForm>(nullptr, u"Main", u"Main window");
   TAction* save = new TAction(form);
-  TButton* ok = new TButton(form);
-  TBitBtn* go = new TBitBtn(form);
-  TButton* linked = new TButton(form);
-  TLabel* number = new TLabel(form);
-  TLabel* empty = new TLabel(form);
-  TMenuItem* line = new TMenuItem(form);
-  TMenuItem* open = new TMenuItem(form);
-  TComboBox* combo = new TComboBox(form);
-  TListView* list = new TListView(form);
-  TGroupBox* box = new TGroupBox(form);
-  TEdit* in_box = new TEdit(box);
-  TDatePicker* date = new TDatePicker(form);
-  TLabel* in_date = new TLabel(date);
-  TProjectIntegrator* project = new TProjectIntegrator(form);
-  TEdit* hidden = new TEdit(form);
-  TOpenDialog* dialog = new TOpenDialog(form);
+  TButton* ok = make<TButton>(form, u"OkBtn", u"OK");
+  TBitBtn* go = make<TBitBtn>(form, u"GoBtn", u"Go");
+  TButton* linked = make<TButton>(form, u"SaveBtn");
+  TLabel* number = make<TLabel>(form, u"Count", u"25");
+  TLabel* empty = make<TLabel>(form, u"Empty");
+  TMenuItem* line = make<TMenuItem>(form, u"Sep", u"-");
+  TMenuItem* open = make<TMenuItem>(form, u"OpenItem", u"Open");
+  TComboBox* combo = make<TComboBox>(form, u"Kind", u"first");
+  TListView* list = make<TListView>(form, u"Files");
+  TGroupBox* box = make<TGroupBox>(form, u"Box", u"Options");
+  TEdit* in_box = make<TEdit>(box, u"Inner", u"inner text");
+  TDatePicker* date = make<TDatePicker>(form, u"Date");
+  TLabel* in_date = make<TLabel>(date, u"DateLabel", u"never");
+  TProjectIntegrator* project = make<TProjectIntegrator>(form, u"Project");
+  TEdit* hidden = make<TEdit>(form, u"Hidden", u"secret");
+  TOpenDialog* dialog = make<TOpenDialog>(form, u"OpenDlg");
 
   small_form() {
-    form->SetName(u"Main");
-    form->SetCaption(u"Main window");
     save->SetName(u"SaveAction");
     save->SetCaption(u"Save");
     save->SetHint(u"Saves the file");
-    ok->SetName(u"OkBtn");
-    ok->SetCaption(u"OK");
-    go->SetName(u"GoBtn");
-    go->SetCaption(u"Go");
-    linked->SetName(u"SaveBtn");
     linked->SetAction(save);
-    number->SetName(u"Count");
-    number->SetCaption(u"25");
-    empty->SetName(u"Empty");
-    line->SetName(u"Sep");
-    line->SetCaption(u"-");
-    open->SetName(u"OpenItem");
-    open->SetCaption(u"Open");
-    combo->SetName(u"Kind");
-    combo->SetText(u"first");
     combo->Items().Add(u"first");
     combo->Items().Add(u"second");
-    list->SetName(u"Files");
     list->Columns().Add()->SetCaption(u"Name");
     list->Columns().Add()->SetCaption(u"Size");
-    box->SetName(u"Box");
-    box->SetCaption(u"Options");
-    in_box->SetName(u"Inner");
-    in_box->SetText(u"inner text");
-    date->SetName(u"Date");
-    in_date->SetName(u"DateLabel");
-    in_date->SetCaption(u"never");
-    project->SetName(u"Project");
-    hidden->SetName(u"Hidden");
-    hidden->SetText(u"secret");
-    dialog->SetName(u"OpenDlg");
     dialog->SetTitle(u"Open a file");
     dialog->SetFilter(u"Text|*.txt");
   }
