@@ -173,19 +173,6 @@ TEST_F(xlocalizer_test, after_end_writing_strings_translate_and_nothing_is_writt
   EXPECT_EQ(bytes(), dictionary);
 }
 
-TEST_F(xlocalizer_test, the_catalogue_list_goes_to_the_strings_section_in_list_order) {
-  xloc_str* head = nullptr;
-  xloc_str a("Abort", "Abort", &head);
-  xloc_str b("Line: ", "Line", &head);
-  xlocalizer loc;
-  loc.open("app", "DEU");
-  loc.strings(head);
-  loc.end_writing();
-  const std::string text = bytes();
-  EXPECT_LT(text.find("<Line"), text.find("<Abort"));
-  EXPECT_EQ(stored("Strings/Line/o"), "Line: ");
-}
-
 TEST_F(xlocalizer_test, dropped_translations_are_kept_in_a_backup) {
   write(dictionary);
   run({{"Main", "Title", "Settings"}, {"Main", "New", "x"}});  // "Same" held "!@!" and goes
