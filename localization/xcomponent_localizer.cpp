@@ -18,7 +18,8 @@ namespace xum {
 
 constinit xcomponent_localizer* component_localizers = nullptr;
 
-xcomponent_localizer::xcomponent_localizer(callback_fn cb) : next(component_localizers), callback(cb) {
+xcomponent_localizer::xcomponent_localizer(callback_fn cb)
+    : next(component_localizers), callback(cb) {
   component_localizers = this;
 }
 
@@ -102,41 +103,57 @@ void bound_properties(xlocalizer& loc, const class_binding* b, TComponent* c) {
   if (b == nullptr) return;
   for (int i = 0; i < b->count; ++i) {
     const xlocalizer_text_property& p = b->properties[static_cast<std::size_t>(i)];
-    text_property(loc, p.key, [&] { return p.get(c); }, [&](const UnicodeString& v) { p.set(c, v); });
+    text_property(
+        loc, p.key, [&] { return p.get(c); }, [&](const UnicodeString& v) { p.set(c, v); });
   }
 }
 
 // The class table, in its order: each row that applies to `c` is visited.
 void own_properties(xlocalizer& loc, TComponent* c) {
   auto caption = [&loc](TControl* k) {
-    text_property(loc, "@Caption", [k] { return k->Caption(); }, [k](const UnicodeString& v) { k->SetCaption(v); });
+    text_property(
+        loc, "@Caption", [k] { return k->Caption(); },
+        [k](const UnicodeString& v) { k->SetCaption(v); });
   };
   TControl* const control = as<TControl>(c);
   const bool no_action = control != nullptr && control->Action() == nullptr;
 
   if (auto* k = as<TCustomForm>(c)) caption(k);
   if (no_action) {
-    text_property(loc, "@Hint", [control] { return control->Hint(); },
-                  [control](const UnicodeString& v) { control->SetHint(v); });
-    text_property(loc, "@HelpKeyword", [control] { return control->HelpKeyword(); },
-                  [control](const UnicodeString& v) { control->SetHelpKeyword(v); });
+    text_property(
+        loc, "@Hint", [control] { return control->Hint(); },
+        [control](const UnicodeString& v) { control->SetHint(v); });
+    text_property(
+        loc, "@HelpKeyword", [control] { return control->HelpKeyword(); },
+        [control](const UnicodeString& v) { control->SetHelpKeyword(v); });
   }
   if (auto* k = as<TEdit>(c))
-    text_property(loc, "@Text", [k] { return k->Text(); }, [k](const UnicodeString& v) { k->SetText(v); });
+    text_property(
+        loc, "@Text", [k] { return k->Text(); }, [k](const UnicodeString& v) { k->SetText(v); });
   if (auto* k = as<TStaticText>(c)) caption(k);
   if (auto* k = as<TOpenDialog>(c)) {
-    text_property(loc, "@Title", [k] { return k->Title(); }, [k](const UnicodeString& v) { k->SetTitle(v); });
-    text_property(loc, "@Filter", [k] { return k->Filter(); }, [k](const UnicodeString& v) { k->SetFilter(v); });
+    text_property(
+        loc, "@Title", [k] { return k->Title(); }, [k](const UnicodeString& v) { k->SetTitle(v); });
+    text_property(
+        loc, "@Filter", [k] { return k->Filter(); },
+        [k](const UnicodeString& v) { k->SetFilter(v); });
   }
   if (auto* k = as<TCustomAction>(c)) {
-    text_property(loc, "@Caption", [k] { return k->Caption(); }, [k](const UnicodeString& v) { k->SetCaption(v); });
-    text_property(loc, "@Hint", [k] { return k->Hint(); }, [k](const UnicodeString& v) { k->SetHint(v); });
-    text_property(loc, "@HelpKeyword", [k] { return k->HelpKeyword(); },
-                  [k](const UnicodeString& v) { k->SetHelpKeyword(v); });
+    text_property(
+        loc, "@Caption", [k] { return k->Caption(); },
+        [k](const UnicodeString& v) { k->SetCaption(v); });
+    text_property(
+        loc, "@Hint", [k] { return k->Hint(); }, [k](const UnicodeString& v) { k->SetHint(v); });
+    text_property(
+        loc, "@HelpKeyword", [k] { return k->HelpKeyword(); },
+        [k](const UnicodeString& v) { k->SetHelpKeyword(v); });
   }
   if (auto* k = as<TMenuItem>(c); k != nullptr && k->Action() == nullptr && k->Caption() != u"-") {
-    text_property(loc, "@Caption", [k] { return k->Caption(); }, [k](const UnicodeString& v) { k->SetCaption(v); });
-    text_property(loc, "@Hint", [k] { return k->Hint(); }, [k](const UnicodeString& v) { k->SetHint(v); });
+    text_property(
+        loc, "@Caption", [k] { return k->Caption(); },
+        [k](const UnicodeString& v) { k->SetCaption(v); });
+    text_property(
+        loc, "@Hint", [k] { return k->Hint(); }, [k](const UnicodeString& v) { k->SetHint(v); });
   }
   if (no_action) {
     if (auto* k = as<TButton>(c)) caption(k);
@@ -152,7 +169,8 @@ void own_properties(xlocalizer& loc, TComponent* c) {
   if (auto* k = as<TTabSheet>(c)) caption(k);
   if (auto* k = as<TListBox>(c)) loc.strings_list("@Items", &k->Items());
   if (auto* k = as<TComboBox>(c)) {
-    text_property(loc, "@Text", [k] { return k->Text(); }, [k](const UnicodeString& v) { k->SetText(v); });
+    text_property(
+        loc, "@Text", [k] { return k->Text(); }, [k](const UnicodeString& v) { k->SetText(v); });
     loc.strings_list("@Items", &k->Items());
   }
   if (auto* k = as<TValueListEditor>(c)) {
@@ -186,7 +204,8 @@ void xlocalizer::created_forms() {
   TApplication* app = Application();
   for (int i = 0; i < app->ComponentCount(); ++i) {
     auto* form = dynamic_cast<TCustomForm*>(app->Components(i));
-    if (form != nullptr && !listed(excluded_components_, FromUnicode(form->Name()))) component(form, nullptr);
+    if (form != nullptr && !listed(excluded_components_, FromUnicode(form->Name())))
+      component(form, nullptr);
   }
 }
 

@@ -67,7 +67,12 @@ struct XUM_API xcomponent_localizer {
 XUM_API extern xcomponent_localizer* component_localizers;
 
 // Rows of the class table whose classes live above this layer.
-enum class xlocalizer_class { date_picker, minimizable_group_box, color_selector, project_integrator };
+enum class xlocalizer_class {
+  date_picker,
+  minimizable_group_box,
+  color_selector,
+  project_integrator
+};
 
 // A text property of a bound class: its key and how to read and write it.
 struct xlocalizer_text_property {

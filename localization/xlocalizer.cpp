@@ -61,7 +61,8 @@ struct loc_index {
   loc_index() { nodes.emplace_back(-1, 0); }
 
   static unsigned hash(int parent, int code) {
-    const std::uint32_t words[2] = {static_cast<std::uint32_t>(parent), static_cast<std::uint32_t>(code)};
+    const std::uint32_t words[2] = {static_cast<std::uint32_t>(parent),
+                                    static_cast<std::uint32_t>(code)};
     return xcalculate_buffer_hash(words, sizeof words, 0x5bd1e995u);
   }
   int find(int parent, int code) const {
@@ -92,9 +93,12 @@ struct loc_index {
     for (int i = 0; i < s.value_count(); ++i) {
       const xstruct_value& v = s.value(i);
       loc_node& n = nodes[static_cast<std::size_t>(id)];
-      if (v.code() == co && !n.has_o) n.o = text_of(v), n.has_o = true;
-      else if (v.code() == ct && !n.has_t) n.t = text_of(v), n.has_t = true;
-      else if (v.code() == cp && !n.has_p) n.p = text_of(v), n.has_p = true;
+      if (v.code() == co && !n.has_o)
+        n.o = text_of(v), n.has_o = true;
+      else if (v.code() == ct && !n.has_t)
+        n.t = text_of(v), n.has_t = true;
+      else if (v.code() == cp && !n.has_p)
+        n.p = text_of(v), n.has_p = true;
     }
     for (int i = 0; i < s.child_count(); ++i) {
       const xstruct_section& c = s.child(i);
@@ -167,9 +171,12 @@ void xlocalizer::load() {
   xstruct_format& reader = index_->reader;
   reader.open_file(file_name_, xfile_read);
   reader.identifier(xstr(file_identifier));
-  const auto code = [&reader](std::string_view label) { return reader.find_code(label).value_or(-1); };
+  const auto code = [&reader](std::string_view label) {
+    return reader.find_code(label).value_or(-1);
+  };
   const int co = code("o"), ct = code("t"), cp = code("p");
-  index_->index(reader.root(), 0, co < 0 ? INT32_MIN : co, ct < 0 ? INT32_MIN : ct, cp < 0 ? INT32_MIN : cp);
+  index_->index(reader.root(), 0, co < 0 ? INT32_MIN : co, ct < 0 ? INT32_MIN : ct,
+                cp < 0 ? INT32_MIN : cp);
 }
 
 int xlocalizer::child(const xstr& name, bool make) {
@@ -206,7 +213,8 @@ bool xlocalizer::begin_section(const xstr& name) {
 void xlocalizer::end_section() {
   if (stack_.size() <= 1) throw xexception(xexception::out_of_range);
   stack_.pop_back();
-  if (active_ && !write_done_) index_->requests.push_back(loc_request{loc_request::end, -1, xstr()});
+  if (active_ && !write_done_)
+    index_->requests.push_back(loc_request{loc_request::end, -1, xstr()});
 }
 
 void xlocalizer::string(const xstr& key, xstr& text) {

@@ -13,16 +13,18 @@ namespace {
 // The row of exactly `locale`, or null.
 const xlanguage_row* find_row(std::string_view locale) {
   const auto* const end = std::end(language_rows);
-  const auto* it = std::lower_bound(std::begin(language_rows), end, locale,
-                                    [](const xlanguage_row& r, std::string_view l) { return r.locale < l; });
+  const auto* it =
+      std::lower_bound(std::begin(language_rows), end, locale,
+                       [](const xlanguage_row& r, std::string_view l) { return r.locale < l; });
   return it != end && it->locale == locale ? it : nullptr;
 }
 
 // The first row whose locale begins with `prefix`, or null.
 const xlanguage_row* first_with_prefix(std::string_view prefix) {
   const auto* const end = std::end(language_rows);
-  const auto* it = std::lower_bound(std::begin(language_rows), end, prefix,
-                                    [](const xlanguage_row& r, std::string_view l) { return r.locale < l; });
+  const auto* it =
+      std::lower_bound(std::begin(language_rows), end, prefix,
+                       [](const xlanguage_row& r, std::string_view l) { return r.locale < l; });
   return it != end && std::string_view(it->locale).starts_with(prefix) ? it : nullptr;
 }
 
@@ -39,7 +41,8 @@ std::string language_of_locale(std::string_view locale) {
     modifier = locale.substr(at);
     locale = locale.substr(0, at);
   }
-  if (const auto dot = locale.find('.'); dot != std::string_view::npos) locale = locale.substr(0, dot);
+  if (const auto dot = locale.find('.'); dot != std::string_view::npos)
+    locale = locale.substr(0, dot);
   if (locale.empty() || locale == "C" || locale == "POSIX") return std::string(base_language);
 
   const std::string name(locale);

@@ -93,20 +93,22 @@ struct fixture {
         f.end_section();
         const std::string context = section_names.back().str() + "/" + keys.back().str();
         gettext_ids.push_back(context + '\004' + sources.back().str());
-        po += "\nmsgctxt \"" + context + "\"\nmsgid \"" + sources.back().str() + "\"\nmsgstr \"" + translation +
-              "\"\n";
+        po += "\nmsgctxt \"" + context + "\"\nmsgid \"" + sources.back().str() + "\"\nmsgstr \"" +
+              translation + "\"\n";
       }
       f.end_section();
     }
     f.close();
     std::ofstream(dir / "bench.po") << po;
     const std::string mo = (dir / "de" / "LC_MESSAGES" / (std::string(domain) + ".mo")).string();
-    have_gettext = std::system(("msgfmt -o '" + mo + "' '" + (dir / "bench.po").string() + "'").c_str()) == 0;
+    have_gettext =
+        std::system(("msgfmt -o '" + mo + "' '" + (dir / "bench.po").string() + "'").c_str()) == 0;
     if (have_gettext) {
       setenv("LANGUAGE", "de", 1);
       std::setlocale(LC_ALL, "C.UTF-8");
       bindtextdomain(domain, dir.string().c_str());
-      have_gettext = std::string(dgettext(domain, gettext_ids[5].c_str())) == "Übersetzter Text Nummer 5";
+      have_gettext =
+          std::string(dgettext(domain, gettext_ids[5].c_str())) == "Übersetzter Text Nummer 5";
     }
   }
 };
@@ -149,7 +151,8 @@ void BM_Run(benchmark::State& state) {
     const auto t2 = clock::now();
     loc.end_writing();
     const auto t3 = clock::now();
-    if (translated != entries || loc.modified()) state.SkipWithError("the dictionary did not translate everything");
+    if (translated != entries || loc.modified())
+      state.SkipWithError("the dictionary did not translate everything");
     open_ms += std::chrono::duration<double, std::milli>(t1 - t0).count();
     calls_ms += std::chrono::duration<double, std::milli>(t2 - t1).count();
     end_ms += std::chrono::duration<double, std::milli>(t3 - t2).count();
@@ -183,7 +186,8 @@ void BM_Lookup<Gettext>(benchmark::State& state) {
     return;
   }
   for (auto _ : state) {
-    for (const std::string& id : d.gettext_ids) benchmark::DoNotOptimize(dgettext(domain, id.c_str()));
+    for (const std::string& id : d.gettext_ids)
+      benchmark::DoNotOptimize(dgettext(domain, id.c_str()));
   }
   state.SetItemsProcessed(state.iterations() * entries);
 }

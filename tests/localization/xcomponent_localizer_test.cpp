@@ -35,7 +35,8 @@ template <class T>
 T* make(TComponent* owner, const char16_t* name, const char16_t* caption = u"") {
   auto* c = new T(owner);
   c->SetName(name);
-  if constexpr (std::is_base_of_v<TControl, T> || std::is_base_of_v<TMenuItem, T>) c->SetCaption(caption);
+  if constexpr (std::is_base_of_v<TControl, T> || std::is_base_of_v<TMenuItem, T>)
+    c->SetCaption(caption);
   return c;
 }
 
@@ -78,15 +79,21 @@ struct small_form {
 class xcomponent_localizer_test : public test::loc_test {
  protected:
   static void SetUpTestSuite() {
-    xbind_localizer_class(xlocalizer_class::date_picker,
-                          [](const TComponent* c) { return dynamic_cast<const TDatePicker*>(c) != nullptr; });
+    xbind_localizer_class(xlocalizer_class::date_picker, [](const TComponent* c) {
+      return dynamic_cast<const TDatePicker*>(c) != nullptr;
+    });
     xbind_localizer_class(
         xlocalizer_class::project_integrator,
         [](const TComponent* c) { return dynamic_cast<const TProjectIntegrator*>(c) != nullptr; },
-        {{"@SaveQuest", [](TComponent* c) { return static_cast<TProjectIntegrator*>(c)->save_quest; },
-          [](TComponent* c, const UnicodeString& v) { static_cast<TProjectIntegrator*>(c)->save_quest = v; }},
+        {{"@SaveQuest",
+          [](TComponent* c) { return static_cast<TProjectIntegrator*>(c)->save_quest; },
+          [](TComponent* c, const UnicodeString& v) {
+            static_cast<TProjectIntegrator*>(c)->save_quest = v;
+          }},
          {"@Untitled", [](TComponent* c) { return static_cast<TProjectIntegrator*>(c)->untitled; },
-          [](TComponent* c, const UnicodeString& v) { static_cast<TProjectIntegrator*>(c)->untitled = v; }}});
+          [](TComponent* c, const UnicodeString& v) {
+            static_cast<TProjectIntegrator*>(c)->untitled = v;
+          }}});
   }
   static void TearDownTestSuite() {
     xbind_localizer_class(xlocalizer_class::date_picker, nullptr);
@@ -178,7 +185,8 @@ TEST_F(xcomponent_localizer_test, a_translated_dictionary_reaches_the_components
   EXPECT_EQ(bytes(), text);            // nothing new: not rewritten
 }
 
-TEST_F(xcomponent_localizer_test, sub_components_excluded_forms_and_inactive_localizers_are_skipped) {
+TEST_F(xcomponent_localizer_test,
+       sub_components_excluded_forms_and_inactive_localizers_are_skipped) {
   small_form f;
   f.go->SetSubComponent(true);
   xlocalizer loc;

@@ -45,8 +45,12 @@ class loc_test : public ::testing::Test {
  protected:
   loc_test() { sys.exe = (dir.path / "app").string(); }
 
-  std::filesystem::path file(const std::string& name = "app_DEU.loc") const { return dir.path / name; }
-  std::string bytes(const std::string& name = "app_DEU.loc") const { return file_bytes(file(name)); }
+  std::filesystem::path file(const std::string& name = "app_DEU.loc") const {
+    return dir.path / name;
+  }
+  std::string bytes(const std::string& name = "app_DEU.loc") const {
+    return file_bytes(file(name));
+  }
   void write(const std::string& text, const std::string& name = "app_DEU.loc") const {
     std::ofstream(file(name), std::ios::binary) << text;
   }

@@ -64,11 +64,11 @@ TEST_F(xlocalizer_test, entry_states_of_a_second_run) {
     const char* p;
   } rows[] = {
       {"Title", "Settings", "Einstellungen", "Settings", "Einstellungen", "(none)"},  // translated
-      {"Same", "OK", "OK", "OK", "!@!", "(none)"},                                    // same as source
+      {"Same", "OK", "OK", "OK", "!@!", "(none)"},           // same as source
       {"Open", "Open", "Open", "Open", "(none)", "(none)"},  // missing t: unchanged, not rewritten
-      {"Title", "Options", "Options", "Options", "!#!", "Einstellungen"},             // source changed
-      {"Same", "Okay", "Okay", "Okay", "!#!", "OK"},                                  // "!@!" kept as p
-      {"New", "Fresh", "Fresh", "Fresh", "!#!", "(none)"},                            // new
+      {"Title", "Options", "Options", "Options", "!#!", "Einstellungen"},  // source changed
+      {"Same", "Okay", "Okay", "Okay", "!#!", "OK"},                       // "!@!" kept as p
+      {"New", "Fresh", "Fresh", "Fresh", "!#!", "(none)"},                 // new
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(std::string(r.key) + "=" + r.text);
@@ -106,7 +106,10 @@ TEST_F(xlocalizer_test, an_unchanged_run_leaves_the_file_alone_and_two_runs_are_
 
 TEST_F(xlocalizer_test, a_key_asked_for_twice_is_recorded_once) {
   write(dictionary);
-  EXPECT_EQ(run({{"Main", "Title", "Settings"}, {"Main", "Title", "Settings"}, {"Main", "X", "x"}, {"Main", "X", "x"}}),
+  EXPECT_EQ(run({{"Main", "Title", "Settings"},
+                 {"Main", "Title", "Settings"},
+                 {"Main", "X", "x"},
+                 {"Main", "X", "x"}}),
             (std::vector<std::string>{"Einstellungen", "Einstellungen", "x", "x"}));
   const std::string text = bytes();
   EXPECT_EQ(text.find("<X"), text.rfind("<X"));
@@ -192,7 +195,8 @@ TEST_F(xlocalizer_test, broken_dictionaries_fail_open_with_the_formats_error) {
   } rows[] = {
       {"identifier", "TSFOther\r\n", "Invalid data format !"},
       {"binary garbage", std::string("\x01\x02\xff\x00zz", 6), "Invalid data format !"},
-      {"duplicate key", "TSF_Localization\r\n<A\r\no=1\r\no=2\r\n>\r\n", "Key duplication ! Key: o"},
+      {"duplicate key", "TSF_Localization\r\n<A\r\no=1\r\no=2\r\n>\r\n",
+       "Key duplication ! Key: o"},
       {"line", "TSF_Localization\r\njunk\r\n", "Key without value ! Key: junk"},
   };
   for (const auto& r : rows) {

@@ -53,12 +53,23 @@ TEST(xlanguages, locale_names_as_environments_write_them) {
     const char* locale;
     const char* name;
   } rows[] = {
-      {"de_DE.UTF-8", "DEU"},      {"de_AT.ISO-8859-1", "DEA"}, {"sr_RS.UTF-8@latin", "SRM"},
-      {"sr_RS@latin", "SRM"},      {"ca_ES.UTF-8@valencia", "VAL"}, {"de_DE@euro", "DEU"},
-      {"de_LU", "DEL"},            {"de_XX", "DEU"},           {"de", "DEU"},
-      {"fr", "FRA"},               {"en", "ENU"},              {"C", "ENU"},
-      {"C.UTF-8", "ENU"},          {"POSIX", "ENU"},           {"", "ENU"},
-      {"xx_YY", ""},               {"_DE", ""},
+      {"de_DE.UTF-8", "DEU"},
+      {"de_AT.ISO-8859-1", "DEA"},
+      {"sr_RS.UTF-8@latin", "SRM"},
+      {"sr_RS@latin", "SRM"},
+      {"ca_ES.UTF-8@valencia", "VAL"},
+      {"de_DE@euro", "DEU"},
+      {"de_LU", "DEL"},
+      {"de_XX", "DEU"},
+      {"de", "DEU"},
+      {"fr", "FRA"},
+      {"en", "ENU"},
+      {"C", "ENU"},
+      {"C.UTF-8", "ENU"},
+      {"POSIX", "ENU"},
+      {"", "ENU"},
+      {"xx_YY", ""},
+      {"_DE", ""},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(r.locale);
@@ -87,7 +98,8 @@ TEST(xlanguages, the_environment_decides_in_the_c_librarys_order) {
   scoped_os use(env);
   for (const auto& r : rows) {
     SCOPED_TRACE(std::string(r.xum) + "|" + r.all + "|" + r.messages + "|" + r.lang);
-    env.vars = {{"XUM_LANGUAGE", r.xum}, {"LC_ALL", r.all}, {"LC_MESSAGES", r.messages}, {"LANG", r.lang}};
+    env.vars = {
+        {"XUM_LANGUAGE", r.xum}, {"LC_ALL", r.all}, {"LC_MESSAGES", r.messages}, {"LANG", r.lang}};
     EXPECT_EQ(user_language(), r.name);
   }
 }

@@ -1,6 +1,5 @@
 // `xum loc` on dictionaries the localizer wrote, and the .po exchange
 // checked by the real msgfmt.
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -9,6 +8,7 @@
 #include <fstream>
 #include <regex>
 #include <string>
+#include <sys/wait.h>
 
 #include <gtest/gtest.h>
 
@@ -30,7 +30,8 @@ run_result run(const std::string& line) {
   const std::string base = ::testing::TempDir() + "xum_loc_" + std::to_string(getpid());
   const std::string out = base + "_out.txt", err = base + "_err.txt";
   const int status = std::system(("{ " + line + "; } >" + out + " 2>" + err).c_str());
-  run_result r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, test::file_bytes(out), test::file_bytes(err)};
+  run_result r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, test::file_bytes(out),
+               test::file_bytes(err)};
   std::remove(out.c_str());
   std::remove(err.c_str());
   return r;
@@ -71,7 +72,9 @@ class xum_loc : public test::loc_test {
     loc.strings(head);
     loc.end_writing();
   }
-  run_result xum(const std::string& args) { return run(std::string(XUM_TOOL_PATH) + " loc " + args); }
+  run_result xum(const std::string& args) {
+    return run(std::string(XUM_TOOL_PATH) + " loc " + args);
+  }
 };
 
 TEST_F(xum_loc, status_and_todo_tell_the_states_apart) {
@@ -99,9 +102,10 @@ TEST_F(xum_loc, set_and_merge_store_exact_translations_only) {
 
   // A newer dictionary: the same close button, a renamed key with the old
   // source text, and a source text that only resembles one.
-  write("TSF_Localization\r\n<Main\r\n<CloseBtn\r\no=Close\r\n>\r\n<Quit\r\no=Close\r\n>\r\n"
-        "<Opening\r\no=Open @\r\n>\r\n>\r\n",
-        "new.loc");
+  write(
+      "TSF_Localization\r\n<Main\r\n<CloseBtn\r\no=Close\r\n>\r\n<Quit\r\no=Close\r\n>\r\n"
+      "<Opening\r\no=Open @\r\n>\r\n>\r\n",
+      "new.loc");
   const auto m = xum("merge " + q(file()) + " " + q(file("new.loc")));
   EXPECT_EQ(m.out, "2 translations carried into " + file("new.loc").string() + "\n") << m.err;
   EXPECT_EQ(stored("Main/CloseBtn/t", "new.loc"), "Schließen");
@@ -114,9 +118,10 @@ TEST_F(xum_loc, export_passes_msgfmt_and_imports_back_byte_for_byte) {
   const auto e = xum("export -o " + q(po) + " " + q(file()));
   ASSERT_EQ(e.code, 0) << e.err;
   const std::string text = test::file_bytes(po);
-  EXPECT_NE(text.find("# previous: Einstellungen\n#, fuzzy\nmsgctxt \"Main/Title\"\nmsgid \"Options\"\n"
-                      "msgstr \"Einstellungen\"\n"),
-            std::string::npos)
+  EXPECT_NE(
+      text.find("# previous: Einstellungen\n#, fuzzy\nmsgctxt \"Main/Title\"\nmsgid \"Options\"\n"
+                "msgstr \"Einstellungen\"\n"),
+      std::string::npos)
       << text;
   EXPECT_NE(text.find("msgid \"OK\"\nmsgstr \"OK\"\n"), std::string::npos);
   EXPECT_NE(text.find("msgstr \"Öffnen \\\"jetzt\\\"\"\n"), std::string::npos);
@@ -143,7 +148,8 @@ TEST_F(xum_loc, import_takes_a_translators_edits_and_refuses_what_does_not_fit) 
   // The translator confirms the fuzzy entry, translates "Close" and edits
   // a source text by mistake.
   text = std::regex_replace(text, std::regex("#, fuzzy\n"), "");
-  text = std::regex_replace(text, std::regex("msgid \"Close\"\nmsgstr \"\""), "msgid \"Close\"\nmsgstr \"Zu\"");
+  text = std::regex_replace(text, std::regex("msgid \"Close\"\nmsgstr \"\""),
+                            "msgid \"Close\"\nmsgstr \"Zu\"");
   text = std::regex_replace(text, std::regex("msgid \"Line: \""), "msgid \"Lines: \"");
   std::ofstream(po, std::ios::binary) << text;
   const auto i = xum("import " + q(po) + " " + q(file()));
@@ -154,7 +160,8 @@ TEST_F(xum_loc, import_takes_a_translators_edits_and_refuses_what_does_not_fit) 
   EXPECT_EQ(stored("Strings/Line/o"), "Line: ");
 
   const std::string before = bytes();
-  std::ofstream(po, std::ios::binary) << "msgctxt \"Main/Title\"\nmsgid \"Options\"\nmsgstr \"unterminated\n";
+  std::ofstream(po, std::ios::binary)
+      << "msgctxt \"Main/Title\"\nmsgid \"Options\"\nmsgstr \"unterminated\n";
   const auto bad = xum("import " + q(po) + " " + q(file()));
   EXPECT_EQ(bad.code, 1);
   EXPECT_NE(bad.err.find("Line: 3"), std::string::npos) << bad.err;

@@ -79,7 +79,10 @@ void load(dictionary& d, const std::string& file) {
     bool any = false;
     for (int i = s.value_count() - 1; i >= 0; --i) {  // the first of equal keys wins
       const xstruct_value& v = s.value(i);
-      std::string* target = v.code() == co ? &e.o : v.code() == ct ? &e.t : v.code() == cp ? &e.p : nullptr;
+      std::string* target = v.code() == co   ? &e.o
+                            : v.code() == ct ? &e.t
+                            : v.code() == cp ? &e.p
+                                             : nullptr;
       if (target == nullptr) continue;
       *target = v.text().str();
       any = true;
@@ -131,7 +134,8 @@ std::vector<std::string> split_path(const std::string& path) {
   for (;;) {
     const std::size_t slash = path.find('/', start);
     parts.push_back(path.substr(start, slash - start));
-    if (xstr(parts.back()).trim().empty()) throw cli::usage_error("empty part in path '" + path + "'");
+    if (xstr(parts.back()).trim().empty())
+      throw cli::usage_error("empty part in path '" + path + "'");
     if (slash == std::string::npos) return parts;
     start = slash + 1;
   }
@@ -170,14 +174,16 @@ cli::command status_command() {
     counts total;
     for (const entry& e : d.entries) {
       const std::string top = e.path.size() > 1 ? e.path[0] : std::string("(top)");
-      auto it = std::find_if(sections.begin(), sections.end(), [&](const auto& s) { return s.first == top; });
+      auto it = std::find_if(sections.begin(), sections.end(),
+                             [&](const auto& s) { return s.first == top; });
       if (it == sections.end()) it = sections.insert(sections.end(), {top, counts{}});
       it->second.add(e);
       total.add(e);
     }
     const auto line = [](const std::string& name, const counts& n) {
-      std::cout << name << ": " << n.entries << " entries, " << n.translated << " translated, " << n.same
-                << " same as source, " << n.untranslated << " untranslated, " << n.changed << " changed\n";
+      std::cout << name << ": " << n.entries << " entries, " << n.translated << " translated, "
+                << n.same << " same as source, " << n.untranslated << " untranslated, " << n.changed
+                << " changed\n";
     };
     for (const auto& [name, n] : sections) line(name, n);
     line("total", total);
@@ -229,7 +235,8 @@ cli::command set_command() {
     const auto path = split_path(pos[1]);
     dictionary d;
     load(d, pos[0]);
-    const auto it = std::find_if(d.entries.begin(), d.entries.end(), [&](const entry& e) { return e.path == path; });
+    const auto it = std::find_if(d.entries.begin(), d.entries.end(),
+                                 [&](const entry& e) { return e.path == path; });
     if (it == d.entries.end()) {
       xerror(xstr("No such entry ! Key: ") + xstr(pos[1]) + "\n" + xstr("File: ") + xstr(pos[0]));
       return cli::exit_failure;
@@ -291,14 +298,25 @@ std::string po_quote(std::string_view s) {
   for (const char ch : s) {
     const auto c = static_cast<unsigned char>(ch);
     switch (c) {
-      case '"': q += "\\\""; break;
-      case '\\': q += "\\\\"; break;
-      case '\n': q += "\\n"; break;
-      case '\r': q += "\\r"; break;
-      case '\t': q += "\\t"; break;
+      case '"':
+        q += "\\\"";
+        break;
+      case '\\':
+        q += "\\\\";
+        break;
+      case '\n':
+        q += "\\n";
+        break;
+      case '\r':
+        q += "\\r";
+        break;
+      case '\t':
+        q += "\\t";
+        break;
       default:
         if (c < 0x20 || c == 0x7f) {
-          const char octal[] = {'\\', static_cast<char>('0' + (c >> 6)), static_cast<char>('0' + ((c >> 3) & 7)),
+          const char octal[] = {'\\', static_cast<char>('0' + (c >> 6)),
+                                static_cast<char>('0' + ((c >> 3) & 7)),
                                 static_cast<char>('0' + (c & 7)), 0};
           q += octal;
         } else {
@@ -371,7 +389,10 @@ std::string export_po(const dictionary& d) {
     if (e.changed()) po += "#, fuzzy\n";
     po += "msgctxt " + po_quote(e.key()) + "\n";
     po += "msgid " + po_quote(e.o) + "\n";
-    const std::string& str = e.same_as_source() ? e.o : e.changed() ? e.p : e.t == none ? std::string() : e.t;
+    const std::string& str = e.same_as_source() ? e.o
+                             : e.changed()      ? e.p
+                             : e.t == none      ? std::string()
+                                                : e.t;
     po += "msgstr " + po_quote(str) + "\n";
   }
   return po;
@@ -387,15 +408,17 @@ struct po_entry {
 };
 
 [[noreturn]] void po_error(const std::string& file, int line, const std::string& what) {
-  xerror(xstr("Invalid data format ! ") + xstr(what) + "\n" + xstr("Line: ") + xstr(std::to_string(line)) + "\n" +
-         xstr("File: ") + xstr(file));
+  xerror(xstr("Invalid data format ! ") + xstr(what) + "\n" + xstr("Line: ") +
+         xstr(std::to_string(line)) + "\n" + xstr("File: ") + xstr(file));
   throw cli::usage_error(what);  // only reached with a non-throwing error hook
 }
 
 // The text of a quoted .po string starting at `s`.
 std::string po_unquote(std::string_view s, const std::string& file, int line) {
-  while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r')) s.remove_suffix(1);
-  if (s.size() < 2 || s.front() != '"' || s.back() != '"') po_error(file, line, "quoted text expected");
+  while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r'))
+    s.remove_suffix(1);
+  if (s.size() < 2 || s.front() != '"' || s.back() != '"')
+    po_error(file, line, "quoted text expected");
   s = s.substr(1, s.size() - 2);
   std::string out;
   for (std::size_t i = 0; i < s.size(); ++i) {
@@ -406,18 +429,38 @@ std::string po_unquote(std::string_view s, const std::string& file, int line) {
     }
     if (++i == s.size()) po_error(file, line, "escape at the end of a text");
     switch (s[i]) {
-      case 'n': out += '\n'; break;
-      case 'r': out += '\r'; break;
-      case 't': out += '\t'; break;
-      case 'a': out += '\a'; break;
-      case 'b': out += '\b'; break;
-      case 'f': out += '\f'; break;
-      case 'v': out += '\v'; break;
-      case '\\': case '"': case '\'': case '?': out += s[i]; break;
+      case 'n':
+        out += '\n';
+        break;
+      case 'r':
+        out += '\r';
+        break;
+      case 't':
+        out += '\t';
+        break;
+      case 'a':
+        out += '\a';
+        break;
+      case 'b':
+        out += '\b';
+        break;
+      case 'f':
+        out += '\f';
+        break;
+      case 'v':
+        out += '\v';
+        break;
+      case '\\':
+      case '"':
+      case '\'':
+      case '?':
+        out += s[i];
+        break;
       default:
         if (s[i] >= '0' && s[i] <= '7') {
           int v = 0, n = 0;
-          for (; n < 3 && i < s.size() && s[i] >= '0' && s[i] <= '7'; ++n, ++i) v = v * 8 + (s[i] - '0');
+          for (; n < 3 && i < s.size() && s[i] >= '0' && s[i] <= '7'; ++n, ++i)
+            v = v * 8 + (s[i] - '0');
           --i;
           out += static_cast<char>(v);
         } else {
@@ -548,8 +591,10 @@ cli::command import_command() {
     const auto pos = a.positionals(2, 2);
     const auto messages = parse_po(read_input(pos[0]), pos[0]);
     dictionary d;
-    if (xfile_exists(xstr(pos[1]), false)) load(d, pos[1]);
-    else d.file = pos[1];
+    if (xfile_exists(xstr(pos[1]), false))
+      load(d, pos[1]);
+    else
+      d.file = pos[1];
     std::map<std::vector<std::string>, const entry*> by_path;
     for (const entry& e : d.entries) by_path.emplace(e.path, &e);
     std::vector<edit> edits;
@@ -562,17 +607,20 @@ cli::command import_command() {
         continue;
       }
       const auto path = split_path(m.context);
-      const std::string t = m.fuzzy || m.str.empty() ? std::string(none) : m.str == m.id ? std::string(same) : m.str;
+      const std::string t = m.fuzzy || m.str.empty() ? std::string(none)
+                            : m.str == m.id          ? std::string(same)
+                                                     : m.str;
       const std::string p = m.previous.value_or(std::string(none));
       const auto it = by_path.find(path);
       if (it == by_path.end()) {
-        edits.push_back(edit{path, m.id, t, p == none ? std::nullopt : std::optional<std::string>(p)});
+        edits.push_back(
+            edit{path, m.id, t, p == none ? std::nullopt : std::optional<std::string>(p)});
         continue;
       }
       const entry& e = *it->second;
       if (e.o != m.id) {
-        std::cerr << pos[0] << ":" << m.line << ": " << m.context << ": the source text differs from " << pos[1]
-                  << "; left alone\n";
+        std::cerr << pos[0] << ":" << m.line << ": " << m.context
+                  << ": the source text differs from " << pos[1] << "; left alone\n";
         ++refused;
         continue;
       }
@@ -596,8 +644,8 @@ cli::command loc_command() {
   c.name = "loc";
   c.summary = "Inspect, translate and exchange localization dictionaries (.loc)";
   c.usage = "COMMAND [ARGS...]";
-  c.children = {status_command(), todo_command(), set_command(), merge_command(), export_command(),
-                import_command()};
+  c.children = {status_command(), todo_command(),   set_command(),
+                merge_command(),  export_command(), import_command()};
   return c;
 }
 

@@ -12,9 +12,9 @@
 #include "formats/xstruct_format.h"
 #include "framework/tforms.h"
 #include "framework/tstdctrls.h"
-#include "streams/xreplace_file_stream.h"
 #include "localization/xcomponent_localizer.h"
 #include "localization/xlocalizer.h"
+#include "streams/xreplace_file_stream.h"
 #include "tools/xum/demo_sections.h"
 
 namespace fs = std::filesystem;
@@ -100,8 +100,9 @@ void localization_section() {
     }
   } dictionary{file.str()};
   const run_result first = run(file);
-  std::cout << "  first run: \"" << first.caption << "\", \"" << first.label << "\"; the new dictionary "
-            << xextract_file_name(file).view() << " holds " << entries(file) << " entries, none translated\n";
+  std::cout << "  first run: \"" << first.caption << "\", \"" << first.label
+            << "\"; the new dictionary " << xextract_file_name(file).view() << " holds "
+            << entries(file) << " entries, none translated\n";
   translate(file, {"ReportForm", "@Caption"}, "Monatsbericht");
   translate(file, {"ReportForm", "RowsLabel", "@Caption"}, "Zeilen pro Seite");
   std::cout << "  a translator sets ReportForm/@Caption and ReportForm/RowsLabel/@Caption\n";
