@@ -119,6 +119,13 @@ using detail::loc_request;
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
 
+// Whether the dictionary's text form holds `v` as it is: no line breaks,
+// no tab at the end (the reader trims it) and no blank and "@" at the end
+// (the reader takes the "@" for the writer's mark of a trailing blank).
+bool storable(std::string_view v) {
+  return v.find_first_of("\r\n") == std::string_view::npos && !v.ends_with('\t') && !v.ends_with(" @");
+}
+
 std::string_view trimmed(std::string_view n) {
   while (!n.empty() && is_blank(n.front())) n.remove_prefix(1);
   while (!n.empty() && is_blank(n.back())) n.remove_suffix(1);
@@ -218,7 +225,9 @@ void xlocalizer::end_section() {
 }
 
 void xlocalizer::string(const xstr& key, xstr& text) {
-  if (!active_) return;
+  // A text the dictionary cannot hold would come back different (or break
+  // the file): it is shown as it is and never recorded.
+  if (!active_ || !storable(text.view())) return;
   const bool collecting = !write_done_;
   const int id = child(key, collecting);
   if (id < 0) {
@@ -319,7 +328,10 @@ void xlocalizer::end_writing() {
     xreplace_file_stream out(file_name_);
     out.write_buffer(bytes.data(), static_cast<int>(bytes.size()));
     out.close();
+    // Written: the run is over even if reading the new file back fails.
+    write_done_ = true;
     load();
+    return;
   }
   index_->requests.clear();
   index_->requests.shrink_to_fit();

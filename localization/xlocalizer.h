@@ -107,7 +107,9 @@ class XUM_API xlocalizer {
   // replaces `text` by its translation when the entry's source text equals
   // `text` and it has one; records the entry while collecting. A key asked
   // for again in the same section and run gives the same answer and is
-  // recorded once. Does nothing when inactive.
+  // recorded once. Does nothing when inactive, nor for a text that the
+  // dictionary file cannot hold as it is (one with a line break, or ending
+  // in a tab or in " @"): such a text is never translated.
   void string(const xstr& key, xstr& text);
   // When active: `string(key, text)` for each record from `first` along the
   // `next` links, inside the section "Strings".
