@@ -123,7 +123,8 @@ bool is_blank(char c) { return c == ' ' || c == '\t'; }
 // no tab at the end (the reader trims it) and no blank and "@" at the end
 // (the reader takes the "@" for the writer's mark of a trailing blank).
 bool storable(std::string_view v) {
-  return v.find_first_of("\r\n") == std::string_view::npos && !v.ends_with('\t') && !v.ends_with(" @");
+  return v.find_first_of("\r\n") == std::string_view::npos && !v.ends_with('\t') &&
+         !v.ends_with(" @");
 }
 
 std::string_view trimmed(std::string_view n) {
@@ -134,7 +135,7 @@ std::string_view trimmed(std::string_view n) {
 
 }  // namespace
 
-xlocalizer::xlocalizer() : index_(std::make_unique<loc_index>()), stack_(1, frame{0, 0}) {}
+xlocalizer::xlocalizer() : index_(std::make_unique<loc_index>()), stack_(1, frame{0, 0, false}) {}
 
 xlocalizer::~xlocalizer() {
   if (active_ && !write_done_) {
@@ -164,7 +165,7 @@ void xlocalizer::open_file(const xstr& file, const xstr& language) {
   modified_ = false;
   file_name_ = file;
   index_ = std::make_unique<loc_index>();
-  stack_.assign(1, frame{0, 0});
+  stack_.assign(1, frame{0, 0, false});
   if (active_) load();
 }
 
@@ -172,8 +173,8 @@ void xlocalizer::load() {
   // Sections still open keep their pairing but see nothing loaded.
   const std::size_t depth = stack_.size();
   index_ = std::make_unique<loc_index>();
-  stack_.assign(1, frame{0, 0});
-  stack_.resize(std::max<std::size_t>(depth, 1), frame{-1, 0});
+  stack_.assign(1, frame{0, 0, false});
+  stack_.resize(std::max<std::size_t>(depth, 1), frame{-1, 0, false});
   if (!xfile_exists(file_name_, true)) return;
   xstruct_format& reader = index_->reader;
   reader.open_file(file_name_, xfile_read);
@@ -189,6 +190,7 @@ void xlocalizer::load() {
 int xlocalizer::child(const xstr& name, bool make) {
   frame& f = stack_.back();
   const std::string_view n = trimmed(name.view());
+  if (n.find_first_of("\r\n") != std::string_view::npos) return -1;
   // "" is the next anonymous section ("#n" in the file), as the format
   // counts them.
   int code;
@@ -209,8 +211,9 @@ int xlocalizer::child(const xstr& name, bool make) {
 bool xlocalizer::begin_section(const xstr& name) {
   const bool collecting = active_ && !write_done_;
   const int node = child(name, collecting);
-  if (collecting) index_->requests.push_back(loc_request{loc_request::begin, node, name});
-  stack_.push_back(frame{node, 0});
+  const bool recorded = collecting && node >= 0;
+  if (recorded) index_->requests.push_back(loc_request{loc_request::begin, node, name});
+  stack_.push_back(frame{node, 0, recorded});
   // Whether the loaded dictionary has it (a node made in this run holds
   // nothing loaded).
   if (node < 0) return false;
@@ -219,8 +222,9 @@ bool xlocalizer::begin_section(const xstr& name) {
 
 void xlocalizer::end_section() {
   if (stack_.size() <= 1) throw xexception(xexception::out_of_range);
+  const bool recorded = stack_.back().recorded;
   stack_.pop_back();
-  if (active_ && !write_done_)
+  if (recorded && !write_done_)
     index_->requests.push_back(loc_request{loc_request::end, -1, xstr()});
 }
 

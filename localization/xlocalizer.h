@@ -163,12 +163,14 @@ class XUM_API xlocalizer {
   struct frame {
     int node;
     int anonymous;
+    bool recorded;  // entered in the run's requests
   };
 
   // Loads file_name_ (or nothing when it does not exist) and indexes it.
   void load();
   // The node of the section `name` in the current one, or -1; made when
-  // `make` is set and it is missing.
+  // `make` is set and it is missing. A name with a line break, which the
+  // file cannot hold, has none.
   int child(const xstr& name, bool make);
   // The fresh dictionary made from the run's requests, saved in text form.
   std::string build_dictionary() const;

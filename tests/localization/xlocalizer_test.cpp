@@ -118,9 +118,13 @@ TEST_F(xlocalizer_test, a_key_asked_for_twice_is_recorded_once) {
 TEST_F(xlocalizer_test, texts_the_file_cannot_hold_are_left_alone_and_the_file_stays_readable) {
   for (int round = 0; round < 2; ++round) {
     SCOPED_TRACE(round);
-    EXPECT_EQ(run({{"Main", "Multi", "two\nlines"}, {"Main", "Tab", "tab\t"}, {"Main", "Mark", "a @"},
-                   {"Main", "Plain", "plain"}}),
-              (std::vector<std::string>{"two\nlines", "tab\t", "a @", "plain"}));
+    EXPECT_EQ(run({{"Main", "Multi", "two\nlines"},
+                   {"Main", "Tab", "tab\t"},
+                   {"Main", "Mark", "a @"},
+                   {"Main", "Plain", "plain"},
+                   {"Main", "Key\nbreak", "x"},
+                   {"Sec\ntion", "K", "y"}}),
+              (std::vector<std::string>{"two\nlines", "tab\t", "a @", "plain", "x", "y"}));
     EXPECT_EQ(modified, round == 0);
   }
   EXPECT_EQ(stored("Main/Plain/o"), "plain");

@@ -216,6 +216,13 @@ cli::command todo_command() {
 
 // --- set and merge -------------------------------------------------------------------
 
+// Whether the dictionary's text form holds `v` as it is (see xlocalizer's
+// `string`): no line break, no tab or " @" at the end.
+bool storable(std::string_view v) {
+  return v.find_first_of("\r\n") == std::string_view::npos && !v.ends_with('\t') &&
+         !v.ends_with(" @");
+}
+
 // What "t" stores for a translation `text` of the source `o`.
 std::string stored_translation(const std::string& o, const std::string& text) {
   return text == o ? std::string(same) : text.empty() ? std::string(none) : text;
@@ -241,6 +248,9 @@ cli::command set_command() {
       xerror(xstr("No such entry ! Key: ") + xstr(pos[1]) + "\n" + xstr("File: ") + xstr(pos[0]));
       return cli::exit_failure;
     }
+    if (!storable(pos[2]))
+      throw cli::usage_error(
+          "a dictionary cannot hold a TEXT with a line break or ending in a tab or \" @\"");
     rewrite(d, {edit{path, std::nullopt, stored_translation(it->o, pos[2]), std::nullopt}});
     return cli::exit_ok;
   };
@@ -611,6 +621,13 @@ cli::command import_command() {
                             : m.str == m.id          ? std::string(same)
                                                      : m.str;
       const std::string p = m.previous.value_or(std::string(none));
+      if (!storable(m.id) || !storable(t) || !storable(p)) {
+        std::cerr << pos[0] << ":" << m.line << ": " << m.context
+                  << ": a text with a line break (or ending in a tab or \" @\") cannot be stored; "
+                     "skipped\n";
+        ++refused;
+        continue;
+      }
       const auto it = by_path.find(path);
       if (it == by_path.end()) {
         edits.push_back(
