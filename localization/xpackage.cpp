@@ -5,6 +5,7 @@
 #include "core/xcatalogue.h"
 #include "core/xexceptions.h"
 #include "framework/xui_backend.h"
+#include "localization/xlocalizer.h"
 
 namespace xum {
 
@@ -28,6 +29,19 @@ void xpackage_attach() {
   std::set_new_handler(&out_of_memory);
   xerror_handler = &xthrow_error;  // typed errors stay typed
   xinstall_ui_backend_hook();
+}
+
+xlocalizer& package_localizer() {
+  static xlocalizer* const localizer = new xlocalizer();
+  return *localizer;
+}
+
+void xpackage_localize() {
+  xlocalizer& loc = package_localizer();
+  loc.open("XUMComps.bpl");
+  loc.strings(loc_strings);
+  if (loc.excluded_components().empty()) loc.exclude_component("LastProjectsBox");
+  loc.end_writing();
 }
 
 }  // namespace xum

@@ -229,6 +229,7 @@ cli::command demo_command() {
     settings_section(dir);
     catalogue_section();
     exceptions_section(dir);
+    localization_section();
     streams_section(dir);
     archive_section(dir);
     return cli::exit_ok;

@@ -11,6 +11,10 @@ namespace xum::tool {
 // iostream-adapted streams.
 void streams_section(const std::filesystem::path& samples);
 
+// Localization: a small form translated through a dictionary in a
+// temporary folder, before and after a translator's edit.
+void localization_section();
+
 // Archives: the samples packed, listed and read back by name, also through
 // the file-stream fallback.
 void archive_section(const std::filesystem::path& samples);
