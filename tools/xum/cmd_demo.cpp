@@ -231,6 +231,7 @@ cli::command demo_command() {
     exceptions_section(dir);
     streams_section(dir);
     archive_section(dir);
+    images_section();
     return cli::exit_ok;
   };
   return c;

@@ -15,6 +15,9 @@ void streams_section(const std::filesystem::path& samples);
 // the file-stream fallback.
 void archive_section(const std::filesystem::path& samples);
 
+// Images: a compiled-in glyph made into a button glyph and tool bar lists.
+void images_section();
+
 }  // namespace xum::tool
 
 #endif  // XUM_TOOLS_XUM_DEMO_SECTIONS_H
