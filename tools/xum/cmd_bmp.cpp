@@ -49,7 +49,7 @@ class input_bytes final : public xbuffer_stream {
   xstr description() const override { return msg::FileName.text + xstr(name_); }
   const std::vector<char>& bytes() const noexcept { return bytes_; }
   bool is_icon() const noexcept {
-    return bytes_.size() >= 4 && bytes_[0] == 0 && bytes_[1] == 0 && bytes_[2] == 1 && bytes_[3] == 0;
+    return bytes_.size() >= 6 && bytes_[0] == 0 && bytes_[1] == 0 && bytes_[2] == 1 && bytes_[3] == 0;
   }
 
  private:
