@@ -68,6 +68,9 @@ TEST(XumBmp, InfoDescribesHeadersAndWhatTheLoaderDoes) {
   const auto piped = shell("$XUM bmp info - < " + suite + "/pal1.bmp");
   EXPECT_TRUE(has(piped.out, "colours used 2")) << piped.out;
   const auto text = shell("echo hello | $XUM bmp info -");
+  const auto tiny = shell("printf '\\0\\0\\1\\0' | $XUM bmp info -");  // an icon's first 4 bytes, no count
+  EXPECT_EQ(tiny.code, 1);
+  EXPECT_TRUE(has(tiny.err, "Not a BMP or icon file")) << tiny.out << tiny.err;
   EXPECT_EQ(text.code, 1);
   EXPECT_TRUE(has(text.err, "Not a BMP or icon file\nFile: standard input")) << text.err;
 }
