@@ -4,6 +4,7 @@
 #define XUM_TESTS_IMAGING_BMP_BUILDER_H
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstdint>
 #include <functional>
 #include <vector>
@@ -42,9 +43,9 @@ inline std::vector<unsigned char> build_bmp(const bmp_spec& s) {
   for (std::size_t i = 0; i < s.masks.size(); ++i) le::store<std::uint32_t>(&out[54 + 4 * i], s.masks[i]);
   for (std::size_t i = 0; i < s.palette.size(); ++i) le::store<std::uint32_t>(&out[palette_at + 4 * i], s.palette[i]);
   out.resize(offset);
-  const int h = s.height < 0 ? -s.height : s.height;
+  const int h = s.pixels ? std::abs(s.height) : 0;  // no rows (and no INT_MIN) without pixels
   const std::size_t line = (static_cast<std::size_t>(s.bits) * static_cast<std::size_t>(s.width) + 31) / 32 * 4;
-  for (int k = 0; s.pixels && k < h; ++k) {
+  for (int k = 0; k < h; ++k) {
     const int y = s.height > 0 ? h - 1 - k : k;  // file order
     std::vector<unsigned char> r(line, 0);
     for (int x = 0; x < s.width; ++x) {
