@@ -515,8 +515,8 @@ void xbmp::create(int width, int height, int bytes_per_pixel) {
   set_u32(22, static_cast<std::uint32_t>(height));
   set_u16(26, 1);
   set_u16(28, static_cast<std::uint16_t>(bytes_per_pixel * 8));
-  set_u32(38, 2000);
-  set_u32(42, 2000);
+  set_u32(38, bmp::created_resolution);
+  set_u32(42, bmp::created_resolution);
   parse_header();
 }
 
@@ -565,7 +565,7 @@ void xbmp::assign(const TBitmap* bitmap) {
   clear();
   if (bitmap == nullptr || bitmap->Empty()) return;
   const TPixelFormat pf = bitmap->PixelFormat();
-  if (pf != pf24bit && pf != pf32bit) throw xexception(5);
+  if (pf != pf24bit && pf != pf32bit) throw xexception(bmp::wrong_format);
   const int bpp = pf == pf24bit ? 3 : 4;
   create(bitmap->Width(), bitmap->Height(), bpp);
   const std::size_t used = static_cast<std::size_t>(bitmap->Width()) * static_cast<std::size_t>(bpp);
@@ -591,12 +591,12 @@ void xbmp::assign_to(TBitmap* bitmap) const {
     bitmap->SetSize(0, 0);
     return;
   }
-  if (bytes_per_pixel_ != 3 && bytes_per_pixel_ != 4) throw xexception(5);
+  if (bytes_per_pixel_ != 3 && bytes_per_pixel_ != 4) throw xexception(bmp::wrong_format);
   copy_rows(*this, bitmap, bytes_per_pixel_ == 3 ? pf24bit : pf32bit, bytes_per_pixel_);
 }
 
 void xbmp::copy_pixels_to(TBitmap* bitmap) const {
-  if (bytes_per_pixel_ != 3) throw xexception(5);
+  if (bytes_per_pixel_ != 3) throw xexception(bmp::wrong_format);
   if (bitmap == nullptr) throw xexception(xexception::out_of_range);
   copy_rows(*this, bitmap, pf24bit, 3);
 }

@@ -77,8 +77,12 @@ inline constexpr int file_header_size = 14;
 inline constexpr int info_header_size = 40;            // the common header
 inline constexpr int header_size = file_header_size + info_header_size;  // 54
 inline constexpr int masks_offset = 54;                // red, green, blue masks
+inline constexpr std::uint32_t created_resolution = 2000;  // pixels per metre of new images
 inline constexpr std::uint32_t compression_none = 0;
 inline constexpr std::uint32_t compression_bitfields = 3;
+// xexception code: the image's pixel format or size does not suit the
+// operation (copy_pixels_to on a 32-bit image, glyphs of different sizes).
+inline constexpr int wrong_format = 5;
 }  // namespace bmp
 
 class XUM_API xbmp {

@@ -60,12 +60,12 @@ xglyph::xglyph(int id, xmodule module) {
 int xglyph::frame_count() const noexcept { return empty() || width() <= 0 ? 0 : abs_height() / width(); }
 
 void xglyph::require_rgba() const {
-  if (bytes_per_pixel() != 4) throw xexception(5);
+  if (bytes_per_pixel() != 4) throw xexception(bmp::wrong_format);
 }
 
 void xglyph::calculate_alpha(const xbmp& on_black) {
   if (width() != on_black.width() || abs_height() != on_black.abs_height() || on_black.bytes_per_pixel() < 3)
-    throw xexception(5);
+    throw xexception(bmp::wrong_format);
   make32bit_rgba();
   const int w = width(), h = abs_height();
   for (int y = 0; y < h; ++y) {
