@@ -153,6 +153,29 @@ TEST(XbmpLoad, EveryTruncationFailsCleanlyAndNotBmpIsCodeZero) {
   EXPECT_EQ(test::code_of([&] { load_bytes(other); }), 0);
 }
 
+// A stream that cannot seek, as a pipe: the reader cannot ask for its size.
+class pipe_stream final : public xstream {
+ public:
+  explicit pipe_stream(const bytes& b) : inner_(b.data(), static_cast<int>(b.size())) { mode_ = xstream_read; }
+  xstr description() const override { return "pipe"; }
+  int read(void* buffer, int count) override { return inner_.read(buffer, count); }
+  std::int64_t seek(std::int64_t, xseek_origin) override { throw xexception(xexception::not_supported); }
+
+ private:
+  xbuffer_stream inner_;
+};
+
+TEST(XbmpLoad, StreamsWithoutASizeLoadAndStillRefuseMissingRows) {
+  const bytes good = test::build_bmp({.width = 5, .height = 2, .pixels = [](int x, int y) { return x * 16u + y; }});
+  pipe_stream p(good);
+  xbmp b;
+  b.load(p);
+  EXPECT_EQ(b.get_pixel(4, 1), 0x41u);
+  const bytes claim = test::build_bmp({.width = 100000, .height = 100000});  // 30 GB of rows, none present
+  pipe_stream huge(claim);
+  EXPECT_NE(test::error_of([&] { b.load(huge); }).find("truncated in its pixel rows\npipe"), std::string::npos);
+}
+
 TEST(XbmpLoad, TopDownRowsMapThroughTheAbsoluteHeightAndSurviveAddRows) {
   xbmp b = load_bytes(test::build_bmp(
       {.width = 2, .height = -3, .pixels = [](int x, int y) { return static_cast<std::uint32_t>(0x100 * y + x); }}));
