@@ -143,6 +143,23 @@ xbmp& xbmp::operator=(const xbmp& other) {
   return *this;
 }
 
+xbmp::xbmp(xbmp&& other) noexcept { *this = std::move(other); }
+
+xbmp& xbmp::operator=(xbmp&& other) noexcept {
+  if (this == &other) return *this;
+  header_ = std::move(other.header_);
+  pixels_ = std::move(other.pixels_);
+  row_len_ = other.row_len_;
+  line_size_ = other.line_size_;
+  rows_ = other.rows_;
+  bytes_per_pixel_ = other.bytes_per_pixel_;
+  top_down_ = other.top_down_;
+  transparent = other.transparent;
+  transparent_color = other.transparent_color;
+  other.clear();
+  return *this;
+}
+
 std::uint32_t xbmp::u32(std::size_t at) const noexcept {
   return header_.size() >= at + 4 ? le::load<std::uint32_t>(header_.data() + at) : 0;
 }
@@ -162,10 +179,8 @@ void xbmp::init() noexcept {
 }
 
 void xbmp::clear() noexcept {
-  header_.clear();
-  header_.shrink_to_fit();
-  pixels_.clear();
-  pixels_.shrink_to_fit();
+  std::vector<unsigned char>().swap(header_);  // frees the storage
+  std::vector<unsigned char>().swap(pixels_);
   row_len_ = 0;
   rows_ = 0;
   init();

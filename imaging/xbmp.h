@@ -93,8 +93,9 @@ class XUM_API xbmp {
   // parse_header does.
   xbmp(const xbmp& other);
   xbmp& operator=(const xbmp& other);
-  xbmp(xbmp&& other) noexcept = default;
-  xbmp& operator=(xbmp&& other) noexcept = default;
+  // Moves leave `other` empty.
+  xbmp(xbmp&& other) noexcept;
+  xbmp& operator=(xbmp&& other) noexcept;
 
   // Clears the derived values (top_down, sizes) but keeps the bytes.
   void init() noexcept;

@@ -208,6 +208,10 @@ TEST(XbmpCreate, ThreeByTwoSaves78BytesRoundTripsAndWidens) {
   EXPECT_EQ(saved(load_bytes(saved(b))), saved(b));
   for (int i = 0; i < 10; ++i) EXPECT_EQ(b.get_pixel(i % 5, i / 5), 0xFF102030u);
   EXPECT_EQ(test::code_of([&] { b.create(0, 1, 3); }) + test::code_of([&] { b.create(1, 1, 2); }), 0);
+  xbmp moved = std::move(b);
+  EXPECT_TRUE(b.empty());
+  b.fill(0);  // a moved-from image is empty, not broken
+  EXPECT_EQ(moved.get_pixel(4, 1), 0xFF102030u);
 }
 
 TEST(XbmpPixels, CopyFromClipsOnEverySide) {
