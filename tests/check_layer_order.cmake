@@ -10,7 +10,8 @@ cmake_minimum_required(VERSION 3.25)
 #   framework/ sits on core and platform; net/ on framework; ui/ and app/ on
 #   everything below them; tools/ on everything.
 # localization/ includes framework/ for the package start-up and the font
-# record's TFont half. app/ may include ui/ (its shared UI utilities), not
+# record's TFont half; imaging/ includes framework/ for the exchange with
+# TBitmap and the image lists, tool bars and buttons it fills. app/ may include ui/ (its shared UI utilities), not
 # the other way round. Widen a row only together with the folder's README.
 
 # Folder -> the folders its files may include ("self" is always allowed).
@@ -20,7 +21,7 @@ set(allowed_streams      core platform streams)
 set(allowed_formats      core streams formats)
 set(allowed_framework    core platform framework)
 set(allowed_localization core platform streams formats framework localization)
-set(allowed_imaging      core streams formats imaging)
+set(allowed_imaging      core streams formats framework imaging)
 set(allowed_net          core platform streams framework net)
 set(allowed_ui           core platform streams formats framework localization imaging net ui)
 set(allowed_app          core platform streams formats framework localization imaging net ui app)

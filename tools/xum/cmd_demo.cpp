@@ -232,6 +232,7 @@ cli::command demo_command() {
     localization_section();
     streams_section(dir);
     archive_section(dir);
+    images_section();
     return cli::exit_ok;
   };
   return c;

@@ -9,6 +9,7 @@
 namespace xum::tool {
 
 cli::command bin_command();
+cli::command bmp_command();
 cli::command catalogue_command();
 cli::command date_command();
 cli::command demo_command();

@@ -19,6 +19,9 @@ void localization_section();
 // the file-stream fallback.
 void archive_section(const std::filesystem::path& samples);
 
+// Images: a compiled-in glyph made into a button glyph and tool bar lists.
+void images_section();
+
 }  // namespace xum::tool
 
 #endif  // XUM_TOOLS_XUM_DEMO_SECTIONS_H

@@ -29,6 +29,7 @@ xum::cli::command root_command() {
       "Exit status: 0 on success, 1 when the library reports a failure (its\n"
       "message is written to standard error), 2 on a usage error.";
   root.children.push_back(xum::tool::bin_command());
+  root.children.push_back(xum::tool::bmp_command());
   root.children.push_back(xum::tool::catalogue_command());
   root.children.push_back(xum::tool::date_command());
   root.children.push_back(xum::tool::demo_command());
