@@ -1,0 +1,126 @@
+#include "net/xumdemoprotocol.h"
+
+#include "core/xle.h"
+#include "core/xutf.h"
+
+namespace xum {
+
+void TxumDemoProtocol::send_int(TxumBaseInterface& channel, std::int32_t value) {
+  unsigned char bytes[4];
+  le::store<std::int32_t>(bytes, value);
+  channel.SendBuf(bytes, 4);
+}
+
+std::int32_t TxumDemoProtocol::receive_int(TxumBaseInterface& channel) {
+  unsigned char bytes[4];
+  channel.ReceiveBuf(bytes, 4);
+  return le::load<std::int32_t>(bytes);
+}
+
+void TxumDemoProtocol::log(const std::string& line) {
+  if (OnLog) OnLog(line);
+}
+
+UnicodeString TxumDemoProtocol::Echo(const UnicodeString& Text) {
+  send_int(OutChannel, rqEcho);
+  OutChannel.SendText(Text);
+  OutChannel.EndSend();
+  return OutChannel.ReceiveText();
+}
+
+std::int32_t TxumDemoProtocol::Add(std::int32_t A, std::int32_t B) {
+  send_int(OutChannel, rqAdd);
+  send_int(OutChannel, A);
+  send_int(OutChannel, B);
+  OutChannel.EndSend();
+  return receive_int(OutChannel);
+}
+
+std::int32_t TxumDemoProtocol::Ping(std::int32_t N) {
+  send_int(OutChannel, rqPing);
+  send_int(OutChannel, N);
+  OutChannel.EndSend();
+  return receive_int(OutChannel);
+}
+
+std::string TxumDemoProtocol::Transfer(const std::string& Bytes) {
+  if (Bytes.size() > static_cast<std::size_t>(MaxTransfer)) throw xexception(xexception::out_of_range);
+  const auto size = static_cast<std::int32_t>(Bytes.size());
+  send_int(OutChannel, rqTransfer);
+  send_int(OutChannel, size);
+  OutChannel.SendBuf(Bytes.data(), size);
+  OutChannel.EndSend();
+  std::string back(Bytes.size(), '\0');
+  OutChannel.ReceiveBuf(back.data(), size);
+  return back;
+}
+
+void TxumDemoProtocol::Note(const UnicodeString& Text) {
+  send_int(OutChannel, rqNote);
+  OutChannel.SendText(Text);
+  OutChannel.EndSend();
+}
+
+void TxumDemoProtocol::Initialized() {
+  ++InitializedCount;
+  log("linked");
+}
+
+void TxumDemoProtocol::DispatchRequest(int Code) {
+  switch (Code) {
+    case rqEcho: {
+      const UnicodeString text = InChannel.ReceiveText();
+      InChannel.SendText(text);
+      InChannel.EndSend();
+      log("echo \"" + xutf16_to_utf8(text) + "\"");
+      break;
+    }
+    case rqAdd: {
+      const std::int32_t a = receive_int(InChannel);
+      const std::int32_t b = receive_int(InChannel);
+      // Wraps as the 32-bit machine does, without signed overflow.
+      const auto sum = static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+      send_int(InChannel, sum);
+      InChannel.EndSend();
+      log("add " + std::to_string(a) + " + " + std::to_string(b) + " = " + std::to_string(sum));
+      break;
+    }
+    case rqPing: {
+      const std::int32_t n = receive_int(InChannel);
+      send_int(InChannel, n);
+      InChannel.EndSend();
+      log("ping " + std::to_string(n) + " answered");
+      break;
+    }
+    case rqTransfer: {
+      const std::int32_t size = receive_int(InChannel);
+      if (size < 0 || size > MaxTransfer)
+        throw ESocketError(u"A transfer announced " + xutf8_to_utf16(std::to_string(size)) + u" bytes");
+      std::string bytes(static_cast<std::size_t>(size), '\0');
+      InChannel.ReceiveBuf(bytes.data(), size);
+      InChannel.SendBuf(bytes.data(), size);
+      InChannel.EndSend();
+      log("transfer of " + std::to_string(size) + " bytes returned");
+      break;
+    }
+    case rqNote: {
+      const UnicodeString text = InChannel.ReceiveText();
+      const auto deliver = [this, &text] {
+        if (OnNote) OnNote(text);
+      };
+      if (ServingThread != nullptr)
+        Synchronize(deliver);
+      else
+        deliver();  // the client already handles requests on the main thread
+      log("note \"" + xutf16_to_utf8(text) + "\"");
+      break;
+    }
+    default:
+      ++Unknown;
+      log("unknown request " + std::to_string(Code) + " ignored");
+      return;
+  }
+  ++Served;
+}
+
+}  // namespace xum
