@@ -21,6 +21,16 @@ void TxumDemoProtocol::log(const std::string& line) {
   if (OnLog) OnLog(line);
 }
 
+namespace {
+
+// A received text for a log line: up to its first zero unit (the part of
+// the text that came whole), with its length in code units.
+std::string shown(const UnicodeString& text) {
+  return "\"" + xutf16_to_utf8(text.substr(0, text.find(u'\0'))) + "\" (" + std::to_string(text.size()) + " units)";
+}
+
+}  // namespace
+
 UnicodeString TxumDemoProtocol::Echo(const UnicodeString& Text) {
   send_int(OutChannel, rqEcho);
   OutChannel.SendText(Text);
@@ -36,10 +46,14 @@ std::int32_t TxumDemoProtocol::Add(std::int32_t A, std::int32_t B) {
   return receive_int(OutChannel);
 }
 
-std::int32_t TxumDemoProtocol::Ping(std::int32_t N) {
+std::int32_t TxumDemoProtocol::Ping(std::int32_t N, int TimeoutMs) {
   send_int(OutChannel, rqPing);
   send_int(OutChannel, N);
   OutChannel.EndSend();
+  // After EndSend the buffer is empty: the answer's first bytes are the
+  // socket's to wait for.
+  if (TimeoutMs >= 0 && !OutChannel.Socket->WaitForData(TimeoutMs))
+    throw ESocketError(u"No answer to the ping within " + xutf8_to_utf16(std::to_string(TimeoutMs)) + u" ms");
   return receive_int(OutChannel);
 }
 
@@ -72,7 +86,7 @@ void TxumDemoProtocol::DispatchRequest(int Code) {
       const UnicodeString text = InChannel.ReceiveText();
       InChannel.SendText(text);
       InChannel.EndSend();
-      log("echo \"" + xutf16_to_utf8(text) + "\"");
+      log("echo " + shown(text));
       break;
     }
     case rqAdd: {
@@ -112,7 +126,7 @@ void TxumDemoProtocol::DispatchRequest(int Code) {
         Synchronize(deliver);
       else
         deliver();  // the client already handles requests on the main thread
-      log("note \"" + xutf16_to_utf8(text) + "\"");
+      log("note " + shown(text));
       break;
     }
     default:

@@ -40,10 +40,11 @@ class XUM_API TxumDemoProtocol : public TxumBaseProtocol {
   static constexpr std::int32_t MaxTransfer = 64 << 20;
 
   // Requests to the peer, on OutChannel; each returns the peer's answer.
-  // They raise ESocketError when the connection fails or ends.
+  // They raise ESocketError when the connection fails or ends, and Ping
+  // also when no answer begins within TimeoutMs (-1: no limit).
   UnicodeString Echo(const UnicodeString& Text);
   std::int32_t Add(std::int32_t A, std::int32_t B);
-  std::int32_t Ping(std::int32_t N);
+  std::int32_t Ping(std::int32_t N, int TimeoutMs = -1);
   std::string Transfer(const std::string& Bytes);
   void Note(const UnicodeString& Text);
 
