@@ -1,5 +1,7 @@
 #include "net/xumdemoprotocol.h"
 
+#include <algorithm>
+
 #include "core/xle.h"
 #include "core/xutf.h"
 
@@ -110,8 +112,15 @@ void TxumDemoProtocol::DispatchRequest(int Code) {
       const std::int32_t size = receive_int(InChannel);
       if (size < 0 || size > MaxTransfer)
         throw ESocketError(u"A transfer announced " + xutf8_to_utf16(std::to_string(size)) + u" bytes");
-      std::string bytes(static_cast<std::size_t>(size), '\0');
-      InChannel.ReceiveBuf(bytes.data(), size);
+      // Taken in pieces: a size that announces more than comes costs no
+      // more memory than what came.
+      std::string bytes;
+      while (static_cast<std::int32_t>(bytes.size()) < size) {
+        const std::size_t at = bytes.size();
+        const auto piece = std::min<std::int32_t>(size - static_cast<std::int32_t>(at), 1 << 16);
+        bytes.resize(at + static_cast<std::size_t>(piece));
+        InChannel.ReceiveBuf(bytes.data() + at, piece);
+      }
       InChannel.SendBuf(bytes.data(), size);
       InChannel.EndSend();
       log("transfer of " + std::to_string(size) + " bytes returned");
