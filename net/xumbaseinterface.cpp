@@ -29,6 +29,13 @@ void TxumBaseInterface::SendBuf(const void* Data, int Count) {
   if (Filled != 0) Position = Filled = 0;  // a send run after a receive run
   const auto* in = static_cast<const unsigned char*>(Data);
   while (Count > 0) {
+    if (Position == 0 && Count >= BufferSize) {
+      // A whole buffer's worth: the same write, without the copy.
+      socket.SendBuf(in, BufferSize);
+      in += BufferSize;
+      Count -= BufferSize;
+      continue;
+    }
     const int n = std::min(Count, BufferSize - Position);
     std::memcpy(Buffer + Position, in, static_cast<std::size_t>(n));
     Position += n;
@@ -53,17 +60,22 @@ void TxumBaseInterface::ReceiveBuf(void* Data, int Count) {
     if (Position >= Filled) {
       Position = Filled = 0;
       TCustomWinSocket& socket = connection_of(Socket);
-      int waiting = socket.ReceiveLength();
-      if (waiting <= 0) {
-        while (!socket.WaitForData(-1)) {
-        }
-        waiting = socket.ReceiveLength();
+      // A read without waiting takes at most what has arrived, so it never
+      // blocks. A whole buffer's worth still wanted goes straight to the
+      // caller: the same read, without the copy.
+      const bool direct = Count >= BufferSize;
+      const int n = socket.ReceiveBuf(direct ? out : Buffer, BufferSize);
+      if (n <= 0) {
+        if (!socket.Connected()) throw ESocketError(u"The connection was closed while a request was being read");
+        socket.WaitForData(-1);  // nothing has arrived: wait in poll
+        continue;
       }
-      if (waiting > 0) Filled = socket.ReceiveBuf(Buffer, std::min(waiting, BufferSize));
-      if (Filled <= 0) {
-        Filled = 0;
-        throw ESocketError(u"The connection was closed while a request was being read");
+      if (direct) {
+        out += n;
+        Count -= n;
+        continue;
       }
+      Filled = n;
     }
     const int n = std::min(Count, Filled - Position);
     std::memcpy(out, Buffer + Position, static_cast<std::size_t>(n));

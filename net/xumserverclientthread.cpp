@@ -23,8 +23,8 @@ void TxumServerClientThread::ClientExecute() {
   try {
     while (!Terminated() && socket->Connected()) {
       if (!socket->WaitForData(request_wait_ms) || Terminated()) continue;
-      // Readable with nothing to read: the peer has closed.
-      if (socket->ReceiveLength() == 0) break;
+      // Readable with nothing to read means the peer has closed: the
+      // request's first read finds that out and ends the loop below.
       protocol_->ProcessRequest();
     }
   } catch (const ESocketError&) {
