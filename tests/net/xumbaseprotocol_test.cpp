@@ -9,6 +9,7 @@
 
 #include "core/xle.h"
 #include "net_test_support.h"
+#include "platform/testing/xfault_os.h"
 #include "platform/testing/xos_wrapper.h"
 
 namespace xum {
@@ -160,6 +161,18 @@ TEST(NetChannel, PeerClosingMidRequestEndsTheWaitWithAnError) {
   EXPECT_THROW(frame.ReceiveText(), ESocketError);
   TxumBaseInterface none;
   EXPECT_THROW(none.SendBuf("x", 1), ESocketError);
+}
+
+TEST(NetChannel, ConnectionBreakingMidSendRaisesInsteadOfGoingOn) {
+  platform::xfault_os faults(platform::os());
+  platform::scoped_os use(faults);
+  auto [near, far] = loopback_pair();
+  TxumBaseInterface channel;
+  channel.Socket = near.get();
+  faults.fill_after(10000);  // the second 8192-byte write breaks
+  const std::string block = pattern(20000);
+  EXPECT_THROW(channel.SendBuf(block.data(), 20000), ESocketError);
+  EXPECT_EQ(faults.writes(), 2);
 }
 
 TEST(NetChannel, NegativeTextLengthIsRefused) {
