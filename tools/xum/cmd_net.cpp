@@ -57,10 +57,14 @@ class served_client final : public TxumDemoProtocol {
   }
   int id() const noexcept { return id_; }
 
+  ~served_client() override { *alive_ = false; }
+
   void Initialized() override {
     TxumDemoProtocol::Initialized();
-    // After the accept handler has returned, on the main thread.
-    xmain_loop::instance().post([this] {
+    // After the accept handler has returned, on the main thread, unless
+    // the client has gone (and this object with it) by then.
+    xmain_loop::instance().post([this, alive = alive_] {
+      if (!*alive) return;
       try {
         const int n = 1000 + id_;
         const int back = Ping(n, answer_ms);
@@ -74,6 +78,7 @@ class served_client final : public TxumDemoProtocol {
 
  private:
   const int id_;
+  const std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
 int serve(cli::arguments& a) {
