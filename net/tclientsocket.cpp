@@ -33,13 +33,15 @@ void TClientSocket::Open() {
   const bool blocking = type_ == ctBlocking;
   const int fd = platform::os().tcp_connect(host.c_str(), port_, blocking, error);
   if (fd < 0)
-    throw ESocketError(xutf8_to_utf16("Cannot connect to " + host + ":" + std::to_string(port_) + ": " + error.text));
+    throw ESocketError(xutf8_to_utf16("Cannot connect to " + host + ":" + std::to_string(port_) +
+                                      ": " + error.text));
   socket_ = std::make_unique<TCustomWinSocket>(fd);
   if (blocking) {
     if (OnConnect) OnConnect(this, socket_.get());
     return;
   }
-  watch_ = xmain_loop::instance().watch(fd, xmain_loop::watch_out, [this](unsigned) { connect_ready(); });
+  watch_ = xmain_loop::instance().watch(fd, xmain_loop::watch_out,
+                                        [this](unsigned) { connect_ready(); });
 }
 
 void TClientSocket::unwatch() noexcept {
@@ -52,7 +54,8 @@ void TClientSocket::connect_ready() {
   platform::os_error error;
   if (!platform::os().socket_connect_result(socket_->Handle(), error)) {
     const std::string host = xutf16_to_utf8(address_);
-    lost(xutf8_to_utf16("Cannot connect to " + host + ":" + std::to_string(port_) + ": " + error.text));
+    lost(xutf8_to_utf16("Cannot connect to " + host + ":" + std::to_string(port_) + ": " +
+                        error.text));
     return;
   }
   TCustomWinSocket* s = socket_.get();

@@ -37,7 +37,8 @@ namespace xum {
 enum TClientType { ctNonBlocking = 0, ctBlocking = 1 };
 
 using TSocketEvent = std::function<void(TObject* Sender, TCustomWinSocket* Socket)>;
-using TSocketErrorEvent = std::function<void(TObject* Sender, TCustomWinSocket* Socket, const UnicodeString& Message)>;
+using TSocketErrorEvent =
+    std::function<void(TObject* Sender, TCustomWinSocket* Socket, const UnicodeString& Message)>;
 
 class XUM_API TClientSocket : public TComponent {
  public:

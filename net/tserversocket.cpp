@@ -40,12 +40,14 @@ void TServerSocket::Open() {
   const std::string address = xutf16_to_utf8(address_);
   const int fd = os.tcp_listen(address.c_str(), port_, type_ == stNonBlocking, error);
   if (fd < 0)
-    throw ESocketError(xutf8_to_utf16("Cannot listen on " + (address.empty() ? std::string("*") : address) + ":" +
+    throw ESocketError(xutf8_to_utf16("Cannot listen on " +
+                                      (address.empty() ? std::string("*") : address) + ":" +
                                       std::to_string(port_) + ": " + error.text));
   listener_ = fd;
   link_ = std::make_shared<link>(link{this});
   if (type_ == stNonBlocking) {
-    watch_ = xmain_loop::instance().watch(fd, xmain_loop::watch_in, [this](unsigned) { accept_ready(); });
+    watch_ = xmain_loop::instance().watch(fd, xmain_loop::watch_in,
+                                          [this](unsigned) { accept_ready(); });
     return;
   }
   if (!os.make_wake_pipe(wake_)) {
@@ -65,7 +67,8 @@ void TServerSocket::accept_loop(TThread& self) {
   platform::xos& os = platform::os();
   os.set_current_thread_name("xum accept");
   while (!self.Terminated()) {
-    platform::poll_entry entries[2] = {{listener_, platform::poll_in, 0}, {wake_[0], platform::poll_in, 0}};
+    platform::poll_entry entries[2] = {{listener_, platform::poll_in, 0},
+                                       {wake_[0], platform::poll_in, 0}};
     if (os.poll(entries, 2, -1) <= 0) continue;
     if (entries[1].revents) os.drain_pipe(wake_[0]);
     if (self.Terminated() || !entries[0].revents) continue;
@@ -165,9 +168,9 @@ void TServerSocket::CloseConnection(TCustomWinSocket* Socket) {
   connection c;
   {
     std::lock_guard guard(lock_);
-    const auto it = std::find_if(connections_.begin(), connections_.end(), [Socket](const connection& e) {
-      return e.socket.get() == Socket && e.thread == nullptr;
-    });
+    const auto it = std::find_if(
+        connections_.begin(), connections_.end(),
+        [Socket](const connection& e) { return e.socket.get() == Socket && e.thread == nullptr; });
     if (it == connections_.end()) return;
     c = std::move(*it);
     connections_.erase(it);

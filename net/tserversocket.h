@@ -41,8 +41,8 @@ namespace xum {
 
 enum TServerType { stNonBlocking = 0, stThreadBlocking = 1 };
 
-using TGetThreadEvent =
-    std::function<void(TObject* Sender, TServerClientWinSocket* ClientSocket, TServerClientThread*& SocketThread)>;
+using TGetThreadEvent = std::function<void(TObject* Sender, TServerClientWinSocket* ClientSocket,
+                                           TServerClientThread*& SocketThread)>;
 using TSocketNotifyEvent = std::function<void(TObject* Sender, TCustomWinSocket* Socket)>;
 using TThreadNotifyEvent = std::function<void(TObject* Sender, TServerClientThread* Thread)>;
 

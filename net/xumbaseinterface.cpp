@@ -66,7 +66,8 @@ void TxumBaseInterface::ReceiveBuf(void* Data, int Count) {
       const bool direct = Count >= BufferSize;
       const int n = socket.ReceiveBuf(direct ? out : Buffer, BufferSize);
       if (n <= 0) {
-        if (!socket.Connected()) throw ESocketError(u"The connection was closed while a request was being read");
+        if (!socket.Connected())
+          throw ESocketError(u"The connection was closed while a request was being read");
         socket.WaitForData(-1);  // nothing has arrived: wait in poll
         continue;
       }
@@ -111,7 +112,8 @@ void TxumBaseInterface::SendText(const UnicodeString& Text) {
     const int bytes = std::min<std::int32_t>(n - sent, sizeof piece);
     for (int i = 0; i < bytes; i += 2) {
       unsigned char pair[2];
-      le::store<std::uint16_t>(pair, static_cast<std::uint16_t>(Text[static_cast<std::size_t>(sent + i) / 2]));
+      le::store<std::uint16_t>(
+          pair, static_cast<std::uint16_t>(Text[static_cast<std::size_t>(sent + i) / 2]));
       piece[i] = pair[0];
       if (i + 1 < bytes) piece[i + 1] = pair[1];
     }
@@ -127,14 +129,16 @@ UnicodeString TxumBaseInterface::ReceiveText() {
   if (n < 0) throw ESocketError(u"A text frame announced a negative length");
   std::string bytes;
   while (static_cast<std::int32_t>(bytes.size()) < n) {
-    const int piece = std::min<std::int32_t>(n - static_cast<std::int32_t>(bytes.size()), text_piece);
+    const int piece =
+        std::min<std::int32_t>(n - static_cast<std::int32_t>(bytes.size()), text_piece);
     const std::size_t at = bytes.size();
     bytes.resize(at + static_cast<std::size_t>(piece));
     ReceiveBuf(bytes.data() + at, piece);
   }
   UnicodeString text(static_cast<std::size_t>(n), u'\0');
   for (std::int32_t i = 0; i < n; ++i) {
-    const auto b = static_cast<char16_t>(static_cast<unsigned char>(bytes[static_cast<std::size_t>(i)]));
+    const auto b =
+        static_cast<char16_t>(static_cast<unsigned char>(bytes[static_cast<std::size_t>(i)]));
     text[static_cast<std::size_t>(i / 2)] |= static_cast<char16_t>(i % 2 == 0 ? b : b << 8);
   }
   return text;

@@ -14,9 +14,10 @@
 //       if (code != 1) return;
 //       unsigned char b[8];
 //       InChannel.ReceiveBuf(b, 8);
+//       const auto a = xum::le::load<std::int32_t>(b), c = xum::le::load<std::int32_t>(b + 4);
 //       unsigned char sum[4];
-//       xum::le::store<std::int32_t>(sum, xum::le::load<std::int32_t>(b) + xum::le::load<std::int32_t>(b + 4));
-//       InChannel.SendBuf(sum, 4);                 // the answer goes back the way the request came
+//       xum::le::store<std::int32_t>(sum, a + c);
+//       InChannel.SendBuf(sum, 4);  // the answer goes back the way the request came
 //       InChannel.EndSend();
 //     }
 //   };

@@ -22,7 +22,9 @@ TxumClient::TxumClient(TComponent* AOwner)
   server_client_socket_->OnConnect = [this](TObject* Sender, TCustomWinSocket* Socket) {
     InClientConnect(Sender, Socket);
   };
-  server_client_socket_->OnRead = [this](TObject* Sender, TCustomWinSocket* Socket) { InClientRead(Sender, Socket); };
+  server_client_socket_->OnRead = [this](TObject* Sender, TCustomWinSocket* Socket) {
+    InClientRead(Sender, Socket);
+  };
   server_client_socket_->OnDisconnect = [this](TObject* Sender, TCustomWinSocket* Socket) {
     InClientDisconnect(Sender, Socket);
   };

@@ -5,7 +5,7 @@
 //   client->SetAddress(u"127.0.0.1");
 //   client->SetClientServerPort(7001);
 //   client->SetServerClientPort(7002);
-//   client->OnCreateProtocol = [](xum::TObject*, xum::TxumBaseProtocol*& p) { p = new my_protocol; };
+//   client->OnCreateProtocol = [](xum::TObject*, xum::TxumBaseProtocol*& p) { p = new mine; };
 //   client->Connect();                    // returns once the token is in
 //   while (!client->Protocol()) xum::xmain_loop::instance().run_once(100);
 //

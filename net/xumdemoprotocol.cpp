@@ -28,7 +28,8 @@ namespace {
 // A received text for a log line: up to its first zero unit (the part of
 // the text that came whole), with its length in code units.
 std::string shown(const UnicodeString& text) {
-  return "\"" + xutf16_to_utf8(text.substr(0, text.find(u'\0'))) + "\" (" + std::to_string(text.size()) + " units)";
+  return "\"" + xutf16_to_utf8(text.substr(0, text.find(u'\0'))) + "\" (" +
+         std::to_string(text.size()) + " units)";
 }
 
 }  // namespace
@@ -55,12 +56,14 @@ std::int32_t TxumDemoProtocol::Ping(std::int32_t N, int TimeoutMs) {
   // After EndSend the buffer is empty: the answer's first bytes are the
   // socket's to wait for.
   if (TimeoutMs >= 0 && !OutChannel.Socket->WaitForData(TimeoutMs))
-    throw ESocketError(u"No answer to the ping within " + xutf8_to_utf16(std::to_string(TimeoutMs)) + u" ms");
+    throw ESocketError(u"No answer to the ping within " +
+                       xutf8_to_utf16(std::to_string(TimeoutMs)) + u" ms");
   return receive_int(OutChannel);
 }
 
 std::string TxumDemoProtocol::Transfer(const std::string& Bytes) {
-  if (Bytes.size() > static_cast<std::size_t>(MaxTransfer)) throw xexception(xexception::out_of_range);
+  if (Bytes.size() > static_cast<std::size_t>(MaxTransfer))
+    throw xexception(xexception::out_of_range);
   const auto size = static_cast<std::int32_t>(Bytes.size());
   send_int(OutChannel, rqTransfer);
   send_int(OutChannel, size);
@@ -95,7 +98,8 @@ void TxumDemoProtocol::DispatchRequest(int Code) {
       const std::int32_t a = receive_int(InChannel);
       const std::int32_t b = receive_int(InChannel);
       // Wraps as the 32-bit machine does, without signed overflow.
-      const auto sum = static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+      const auto sum =
+          static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
       send_int(InChannel, sum);
       InChannel.EndSend();
       log("add " + std::to_string(a) + " + " + std::to_string(b) + " = " + std::to_string(sum));
@@ -111,7 +115,8 @@ void TxumDemoProtocol::DispatchRequest(int Code) {
     case rqTransfer: {
       const std::int32_t size = receive_int(InChannel);
       if (size < 0 || size > MaxTransfer)
-        throw ESocketError(u"A transfer announced " + xutf8_to_utf16(std::to_string(size)) + u" bytes");
+        throw ESocketError(u"A transfer announced " + xutf8_to_utf16(std::to_string(size)) +
+                           u" bytes");
       // Taken in pieces: a size that announces more than comes costs no
       // more memory than what came.
       std::string bytes;

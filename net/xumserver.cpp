@@ -37,7 +37,9 @@ TxumServer::TxumServer(TComponent* AOwner)
                                               TServerClientThread*& Thread) {
     InServerGetThread(Sender, Socket, Thread);
   };
-  client_server_socket_->OnThreadEnd = [this](TObject*, TServerClientThread* Thread) { thread_ended(Thread); };
+  client_server_socket_->OnThreadEnd = [this](TObject*, TServerClientThread* Thread) {
+    thread_ended(Thread);
+  };
   server_client_socket_->SetServerType(stNonBlocking);
   server_client_socket_->OnAccept = [this](TObject* Sender, TCustomWinSocket* Socket) {
     OutServerAccept(Sender, Socket);
@@ -92,7 +94,8 @@ std::uint32_t TxumServer::issue(TxumBaseProtocol* protocol, TxumServerClientThre
 }
 
 void TxumServer::expire_tokens(clock::time_point now) {
-  std::erase_if(tokens_, [now](const auto& entry) { return now - entry.second.when > token_lifetime; });
+  std::erase_if(tokens_,
+                [now](const auto& entry) { return now - entry.second.when > token_lifetime; });
 }
 
 int TxumServer::TokenCount() const {
@@ -105,7 +108,8 @@ void TxumServer::OutServerAccept(TObject*, TCustomWinSocket* Socket) {
   // slow or silent connection holds up nobody else.
   xmain_loop& loop = xmain_loop::instance();
   awaited a{Socket, {}, 0, 0, 0};
-  a.watch = loop.watch(Socket->Handle(), xmain_loop::watch_in, [this, Socket](unsigned) { token_bytes(Socket); });
+  a.watch = loop.watch(Socket->Handle(), xmain_loop::watch_in,
+                       [this, Socket](unsigned) { token_bytes(Socket); });
   a.timer = loop.add_timer(token_wait_ms, [this, Socket] {
     stop_waiting(Socket);
     server_client_socket_->CloseConnection(Socket);
@@ -114,7 +118,8 @@ void TxumServer::OutServerAccept(TObject*, TCustomWinSocket* Socket) {
 }
 
 void TxumServer::stop_waiting(TCustomWinSocket* socket) {
-  const auto it = std::find_if(awaited_.begin(), awaited_.end(), [socket](const awaited& a) { return a.socket == socket; });
+  const auto it = std::find_if(awaited_.begin(), awaited_.end(),
+                               [socket](const awaited& a) { return a.socket == socket; });
   if (it == awaited_.end()) return;
   xmain_loop::instance().unwatch(it->watch);
   xmain_loop::instance().remove_timer(it->timer);
@@ -122,7 +127,8 @@ void TxumServer::stop_waiting(TCustomWinSocket* socket) {
 }
 
 void TxumServer::token_bytes(TCustomWinSocket* socket) {
-  const auto it = std::find_if(awaited_.begin(), awaited_.end(), [socket](const awaited& a) { return a.socket == socket; });
+  const auto it = std::find_if(awaited_.begin(), awaited_.end(),
+                               [socket](const awaited& a) { return a.socket == socket; });
   if (it == awaited_.end()) return;
   int n = 0;
   try {

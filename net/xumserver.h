@@ -6,7 +6,7 @@
 //   server->SetServerClientPort(7002);
 //   server->ClientServerSocket()->SetAddress(u"127.0.0.1");  // loopback only
 //   server->ServerClientSocket()->SetAddress(u"127.0.0.1");
-//   server->OnCreateProtocol = [](xum::TObject*, xum::TxumBaseProtocol*& p) { p = new my_protocol; };
+//   server->OnCreateProtocol = [](xum::TObject*, xum::TxumBaseProtocol*& p) { p = new mine; };
 //   server->OnProtocolEnd = [](xum::TObject*, xum::TxumBaseProtocol* p) { delete p; };
 //   server->Listen();
 //   for (;;) xum::xmain_loop::instance().run_once(-1);

@@ -12,7 +12,8 @@ constexpr int request_wait_ms = 1000;
 
 }  // namespace
 
-TxumServerClientThread::TxumServerClientThread(TServerClientWinSocket* ASocket, TxumBaseProtocol* AProtocol)
+TxumServerClientThread::TxumServerClientThread(TServerClientWinSocket* ASocket,
+                                               TxumBaseProtocol* AProtocol)
     : TServerClientThread(ASocket), protocol_(AProtocol) {}
 
 TxumServerClientThread::~TxumServerClientThread() { Stop(); }

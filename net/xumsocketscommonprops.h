@@ -3,7 +3,7 @@
 // event through which an application supplies protocol objects of its own
 // class.
 //
-//   server->OnCreateProtocol = [](xum::TObject*, xum::TxumBaseProtocol*& p) { p = new my_protocol; };
+//   server->OnCreateProtocol = [](xum::TObject*, xum::TxumBaseProtocol*& p) { p = new mine; };
 //
 // The two ports are the same on both sides: ClientServerPort carries the
 // client's requests to the server, ServerClientPort the server's requests

@@ -64,7 +64,8 @@ void loop_until(const std::function<bool()>& done, int ms = 10000) {
 
 std::unique_ptr<TCustomWinSocket> dial(int port) {
   xum::platform::os_error error;
-  return std::make_unique<TCustomWinSocket>(xum::platform::os().tcp_connect("127.0.0.1", port, true, error));
+  return std::make_unique<TCustomWinSocket>(
+      xum::platform::os().tcp_connect("127.0.0.1", port, true, error));
 }
 
 // Exactly n bytes, waiting as long as it takes; false when the peer closed.
@@ -130,7 +131,8 @@ timing measure(const std::function<void()>& once, int limit = max_round_trips) {
 
 // Runs the baseline and the subject in alternating slices of 200 calls, so
 // that load from elsewhere on the machine falls on both alike.
-std::pair<timing, timing> measure_pair(const std::function<void()>& base, const std::function<void()>& ours,
+std::pair<timing, timing> measure_pair(const std::function<void()>& base,
+                                       const std::function<void()>& ours,
                                        int limit = max_round_trips) {
   std::vector<double> us[2];
   double seconds[2] = {0, 0};
@@ -142,7 +144,8 @@ std::pair<timing, timing> measure_pair(const std::function<void()>& base, const 
       for (int i = 0; i < 200; ++i) {
         const auto t = clock_type::now();
         (*f[side])();
-        us[side].push_back(std::chrono::duration<double, std::micro>(clock_type::now() - t).count());
+        us[side].push_back(
+            std::chrono::duration<double, std::micro>(clock_type::now() - t).count());
       }
       seconds[side] += std::chrono::duration<double>(clock_type::now() - slice).count();
     }
@@ -183,13 +186,16 @@ int main() {
   };
   server->OnProtocolEnd = [](xum::TObject*, xum::TxumBaseProtocol* p) { delete p; };
   server->Listen();
-  const int p1 = server->ClientServerSocket()->LocalPort(), p2 = server->ServerClientSocket()->LocalPort();
+  const int p1 = server->ClientServerSocket()->LocalPort(),
+            p2 = server->ServerClientSocket()->LocalPort();
 
   auto client = std::make_unique<xum::TxumClient>(nullptr);
   client->SetAddress(u"127.0.0.1");
   client->SetClientServerPort(p1);
   client->SetServerClientPort(p2);
-  client->OnCreateProtocol = [](xum::TObject*, xum::TxumBaseProtocol*& p) { p = new TxumDemoProtocol(); };
+  client->OnCreateProtocol = [](xum::TObject*, xum::TxumBaseProtocol*& p) {
+    p = new TxumDemoProtocol();
+  };
   client->Connect();
   loop_until([&] { return client->Protocol() != nullptr && linked.load() == 1; });
   auto* protocol = static_cast<TxumDemoProtocol*>(client->Protocol());
@@ -205,12 +211,17 @@ int main() {
           read_all(*raw.client, reply, 64);
         },
         [&] { protocol->Transfer(request); });
-    std::printf("64-byte round trips: raw %.0f/s (p50 %.1f us, p99 %.1f us), protocol %.0f/s (p50 %.1f us, p99 %.1f us)\n",
-                base.per_second, base.p50_us, base.p99_us, ours.per_second, ours.p50_us, ours.p99_us);
-    table.push_back({"64 B round trips / s", fmt("%.0f", base.per_second), fmt("%.0f", ours.per_second),
+    std::printf(
+        "64-byte round trips: raw %.0f/s (p50 %.1f us, p99 %.1f us), protocol %.0f/s (p50 %.1f us, "
+        "p99 %.1f us)\n",
+        base.per_second, base.p50_us, base.p99_us, ours.per_second, ours.p50_us, ours.p99_us);
+    table.push_back({"64 B round trips / s", fmt("%.0f", base.per_second),
+                     fmt("%.0f", ours.per_second),
                      fmt("%.0f%%", 100 * ours.per_second / base.per_second)});
-    table.push_back({"64 B p50 latency (us)", fmt("%.1f", base.p50_us), fmt("%.1f", ours.p50_us), ""});
-    table.push_back({"64 B p99 latency (us)", fmt("%.1f", base.p99_us), fmt("%.1f", ours.p99_us), ""});
+    table.push_back(
+        {"64 B p50 latency (us)", fmt("%.1f", base.p50_us), fmt("%.1f", ours.p50_us), ""});
+    table.push_back(
+        {"64 B p99 latency (us)", fmt("%.1f", base.p99_us), fmt("%.1f", ours.p99_us), ""});
   }
 
   // 2. 64 KiB there and back.
@@ -228,7 +239,8 @@ int main() {
     const double mb = 2.0 * size / 1e6;
     std::printf("64 KiB there and back: raw %.0f MB/s, protocol %.0f MB/s\n", base.per_second * mb,
                 ours.per_second * mb);
-    table.push_back({"64 KiB transfers (MB/s)", fmt("%.0f", base.per_second * mb), fmt("%.0f", ours.per_second * mb),
+    table.push_back({"64 KiB transfers (MB/s)", fmt("%.0f", base.per_second * mb),
+                     fmt("%.0f", ours.per_second * mb),
                      fmt("%.0f%%", 100 * ours.per_second / base.per_second)});
   }
 
@@ -258,9 +270,11 @@ int main() {
     zmq_ctx_shutdown(context);
     replier.join();
     zmq_ctx_term(context);
-    std::printf("ZeroMQ REQ/REP 64 bytes: %.0f/s (p50 %.1f us, p99 %.1f us)\n", z.per_second, z.p50_us, z.p99_us);
+    std::printf("ZeroMQ REQ/REP 64 bytes: %.0f/s (p50 %.1f us, p99 %.1f us)\n", z.per_second,
+                z.p50_us, z.p99_us);
     table.push_back({"ZeroMQ REQ/REP 64 B / s", "", fmt("%.0f", z.per_second), ""});
-    table.push_back({"ZeroMQ p50 / p99 (us)", "", fmt("%.1f", z.p50_us) + " / " + fmt("%.1f", z.p99_us), ""});
+    table.push_back(
+        {"ZeroMQ p50 / p99 (us)", "", fmt("%.1f", z.p50_us) + " / " + fmt("%.1f", z.p99_us), ""});
   }
 #endif
 
@@ -287,7 +301,8 @@ int main() {
     std::this_thread::sleep_for(phase_time);
     stop = true;
     for (auto& t : threads) t.join();
-    const double rate = static_cast<double>(total.load()) / std::chrono::duration<double>(clock_type::now() - start).count();
+    const double rate = static_cast<double>(total.load()) /
+                        std::chrono::duration<double>(clock_type::now() - start).count();
     std::printf("200 concurrent clients: %.0f round trips/s in all\n", rate);
     table.push_back({"200 clients, round trips / s", "", fmt("%.0f", rate), ""});
     wires.clear();
@@ -309,9 +324,11 @@ int main() {
     const auto start = clock_type::now();
     xum::platform::os().sleep_ms(3000);
     const double used = static_cast<double>(std::clock() - cpu) / CLOCKS_PER_SEC;
-    const double share = 100 * used / std::chrono::duration<double>(clock_type::now() - start).count();
+    const double share =
+        100 * used / std::chrono::duration<double>(clock_type::now() - start).count();
     std::printf("%d idle clients: %.2f%% of one core\n", served, share);
-    table.push_back({std::to_string(served) + " idle clients, CPU of one core", "", fmt("%.2f%%", share), ""});
+    table.push_back(
+        {std::to_string(served) + " idle clients, CPU of one core", "", fmt("%.2f%%", share), ""});
     wires.clear();
   }
 
@@ -331,13 +348,16 @@ int main() {
       ++links;
     }
     const double seconds = std::chrono::duration<double>(clock_type::now() - start).count();
-    std::printf("connection setup: %.0f links/s, %.3f ms each\n", links / seconds, 1000 * seconds / links);
+    std::printf("connection setup: %.0f links/s, %.3f ms each\n", links / seconds,
+                1000 * seconds / links);
     table.push_back({"connection setup (ms each)", "", fmt("%.3f", 1000 * seconds / links), ""});
   }
   server.reset();
 
-  std::printf("\n| measure | raw blocking sockets | protocol | protocol / raw |\n|---|---|---|---|\n");
+  std::printf(
+      "\n| measure | raw blocking sockets | protocol | protocol / raw |\n|---|---|---|---|\n");
   for (const row& r : table)
-    std::printf("| %s | %s | %s | %s |\n", r.what.c_str(), r.baseline.c_str(), r.subject.c_str(), r.ratio.c_str());
+    std::printf("| %s | %s | %s | %s |\n", r.what.c_str(), r.baseline.c_str(), r.subject.c_str(),
+                r.ratio.c_str());
   return 0;
 }

@@ -4,15 +4,15 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <netdb.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
 #include <string.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <string>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 
 #include "platform/posix/xposix_os.h"
 
@@ -66,7 +66,8 @@ int count_entries(const char* path) noexcept {
 
 }  // namespace
 
-int posix_os::tcp_listen(const char* address, int port, bool non_blocking, os_error& error) noexcept {
+int posix_os::tcp_listen(const char* address, int port, bool non_blocking,
+                         os_error& error) noexcept {
   error = {};
   addrinfo* list = nullptr;
   if (const int rc = resolve(address, port, true, &list); rc != 0) {
@@ -174,8 +175,10 @@ int posix_os::socket_port(int socket) noexcept {
   sockaddr_storage address;
   socklen_t len = sizeof address;
   if (::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &len) != 0) return -1;
-  if (address.ss_family == AF_INET) return ntohs(reinterpret_cast<sockaddr_in*>(&address)->sin_port);
-  if (address.ss_family == AF_INET6) return ntohs(reinterpret_cast<sockaddr_in6*>(&address)->sin6_port);
+  if (address.ss_family == AF_INET)
+    return ntohs(reinterpret_cast<sockaddr_in*>(&address)->sin_port);
+  if (address.ss_family == AF_INET6)
+    return ntohs(reinterpret_cast<sockaddr_in6*>(&address)->sin6_port);
   return -1;
 }
 
@@ -184,7 +187,8 @@ int posix_os::socket_send(int socket, const void* data, int count, os_error* err
   const char* p = static_cast<const char*>(data);
   int sent = 0;
   while (sent < count) {
-    const ssize_t n = ::send(socket, p + sent, static_cast<std::size_t>(count - sent), MSG_NOSIGNAL);
+    const ssize_t n =
+        ::send(socket, p + sent, static_cast<std::size_t>(count - sent), MSG_NOSIGNAL);
     if (n > 0) {
       sent += static_cast<int>(n);
       continue;
@@ -205,10 +209,12 @@ int posix_os::socket_send(int socket, const void* data, int count, os_error* err
 int posix_os::socket_receive(int socket, void* data, int count, os_error* error) noexcept {
   if (error != nullptr) *error = {};
   for (;;) {
-    const ssize_t n = ::recv(socket, data, static_cast<std::size_t>(count < 0 ? 0 : count), MSG_DONTWAIT);
+    const ssize_t n =
+        ::recv(socket, data, static_cast<std::size_t>(count < 0 ? 0 : count), MSG_DONTWAIT);
     if (n >= 0) return static_cast<int>(n);
     if (errno == EINTR) continue;
-    if (errno != EAGAIN && errno != EWOULDBLOCK && error != nullptr) *error = error_from_errno(errno);
+    if (errno != EAGAIN && errno != EWOULDBLOCK && error != nullptr)
+      *error = error_from_errno(errno);
     return -1;
   }
 }

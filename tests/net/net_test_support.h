@@ -38,7 +38,8 @@ inline std::unique_ptr<TCustomWinSocket> dial(int port) {
 
 // Two ends of one loopback connection: first the connecting end, then the
 // accepted one.
-inline std::pair<std::unique_ptr<TCustomWinSocket>, std::unique_ptr<TCustomWinSocket>> loopback_pair() {
+inline std::pair<std::unique_ptr<TCustomWinSocket>, std::unique_ptr<TCustomWinSocket>>
+loopback_pair() {
   platform::os_error error;
   const int listener = platform::os().tcp_listen("127.0.0.1", 0, false, error);
   EXPECT_GE(listener, 0) << error.text;
@@ -55,7 +56,8 @@ inline bool closed_by_peer(TCustomWinSocket& socket, int ms) {
   char drop[64];
   while (std::chrono::steady_clock::now() < end) {
     xmain_loop::instance().run_once(5);
-    if (socket.WaitForData(0) && socket.ReceiveBuf(drop, sizeof drop) == 0 && !socket.Connected()) return true;
+    if (socket.WaitForData(0) && socket.ReceiveBuf(drop, sizeof drop) == 0 && !socket.Connected())
+      return true;
   }
   return false;
 }

@@ -21,7 +21,8 @@ using net_test::loopback_pair;
 class counting_os final : public platform::xos_wrapper {
  public:
   using xos_wrapper::xos_wrapper;
-  int socket_send(int socket, const void* data, int count, platform::os_error* error) noexcept override {
+  int socket_send(int socket, const void* data, int count,
+                  platform::os_error* error) noexcept override {
     std::lock_guard guard(lock);
     sizes.push_back(count);
     return xos_wrapper::socket_send(socket, data, count, error);

@@ -61,7 +61,8 @@ class NetServerClient : public ::testing::Test {
     c->SetAddress(u"127.0.0.1");
     c->SetClientServerPort(p1());
     c->SetServerClientPort(p2());
-    if (derived) c->OnCreateProtocol = [](TObject*, TxumBaseProtocol*& p) { p = new TxumDemoProtocol(); };
+    if (derived)
+      c->OnCreateProtocol = [](TObject*, TxumBaseProtocol*& p) { p = new TxumDemoProtocol(); };
     return c;
   }
 
@@ -334,7 +335,8 @@ TEST_F(NetFaults, ThousandConnectsAndDisconnectsLeaveNoThreadsOrDescriptors) {
     }
   }
   ASSERT_TRUE(run_until([&] { return ended.load() == rounds; }, 20000));
-  ASSERT_TRUE(run_until([&] { return os.thread_count() == threads && os.open_descriptor_count() == fds; }, 5000))
+  ASSERT_TRUE(run_until(
+      [&] { return os.thread_count() == threads && os.open_descriptor_count() == fds; }, 5000))
       << os.thread_count() << " threads (" << threads << " before), " << os.open_descriptor_count()
       << " descriptors (" << fds << " before)";
   EXPECT_EQ(server->TokenCount(), 0);

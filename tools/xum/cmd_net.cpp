@@ -31,8 +31,8 @@ int parse_number(const std::string& text, const char* what, long long low, long 
   const char* end = text.data() + text.size();
   const auto r = std::from_chars(text.data(), end, n);
   if (r.ec != std::errc() || r.ptr != end || n < low || n > high)
-    throw cli::usage_error(std::string(what) + " '" + text + "' is not a number in " + std::to_string(low) + "-" +
-                           std::to_string(high));
+    throw cli::usage_error(std::string(what) + " '" + text + "' is not a number in " +
+                           std::to_string(low) + "-" + std::to_string(high));
   return static_cast<int>(n);
 }
 
@@ -96,7 +96,9 @@ int serve(cli::arguments& a) {
   server->ServerClientSocket()->SetAddress(xutf8_to_utf16(loopback));
   server->SetClientServerPort(p1);
   server->SetServerClientPort(p2);
-  server->OnCreateProtocol = [&next](TObject*, TxumBaseProtocol*& p) { p = new served_client(++next); };
+  server->OnCreateProtocol = [&next](TObject*, TxumBaseProtocol*& p) {
+    p = new served_client(++next);
+  };
   server->OnProtocolEnd = [&gone](TObject*, TxumBaseProtocol* p) {
     auto* c = static_cast<served_client*>(p);  // every object is made above
     say("client " + std::to_string(c->id()) + ": gone");
@@ -104,11 +106,13 @@ int serve(cli::arguments& a) {
     ++gone;
   };
   server->Listen();
-  say("listening on " + std::string(loopback) + " ports " + std::to_string(server->ClientServerSocket()->LocalPort()) +
-      " and " + std::to_string(server->ServerClientSocket()->LocalPort()));
+  say("listening on " + std::string(loopback) + " ports " +
+      std::to_string(server->ClientServerSocket()->LocalPort()) + " and " +
+      std::to_string(server->ServerClientSocket()->LocalPort()));
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(time_limit);
   xmain_loop& loop = xmain_loop::instance();
-  while ((limit == 0 || gone < limit) && (time_limit == 0 || std::chrono::steady_clock::now() < end))
+  while ((limit == 0 || gone < limit) &&
+         (time_limit == 0 || std::chrono::steady_clock::now() < end))
     loop.run_once(100);
   server.reset();
   say("stopped after " + std::to_string(gone) + " client(s)");
@@ -128,7 +132,8 @@ int call(cli::arguments& a) {
     x = parse_number(add->substr(0, comma), "--add", -2147483648LL, 2147483647LL);
     y = parse_number(add->substr(comma + 1), "--add", -2147483648LL, 2147483647LL);
   }
-  const int size = transfer ? parse_number(*transfer, "--transfer", 0, TxumDemoProtocol::MaxTransfer) : 0;
+  const int size =
+      transfer ? parse_number(*transfer, "--transfer", 0, TxumDemoProtocol::MaxTransfer) : 0;
   const bool all = !echo && !add && !transfer;
 
   bool pinged = false;
@@ -151,8 +156,10 @@ int call(cli::arguments& a) {
     while (!done() && std::chrono::steady_clock::now() < end) loop.run_once(20);
     return done();
   };
-  if (!until([&] { return client->Protocol() != nullptr || !client->Connecting(); }) || !client->Protocol()) {
-    std::cerr << "xum net call: no link with " << loopback << " ports " << p1 << " and " << p2 << '\n';
+  if (!until([&] { return client->Protocol() != nullptr || !client->Connecting(); }) ||
+      !client->Protocol()) {
+    std::cerr << "xum net call: no link with " << loopback << " ports " << p1 << " and " << p2
+              << '\n';
     return cli::exit_failure;
   }
   auto* p = static_cast<TxumDemoProtocol*>(client->Protocol());
@@ -169,7 +176,8 @@ int call(cli::arguments& a) {
     const UnicodeString back = p->Echo(text);
     // A text frame carries as many bytes as code units: the first half
     // of the text comes back whole.
-    const bool same = back.size() == text.size() && back.substr(0, text.size() / 2) == text.substr(0, text.size() / 2);
+    const bool same = back.size() == text.size() &&
+                      back.substr(0, text.size() / 2) == text.substr(0, text.size() / 2);
     say(std::string("echo: ") + (same ? "answered" : "answered wrongly"));
     ok = ok && same;
   }
@@ -184,9 +192,11 @@ int call(cli::arguments& a) {
     for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * 131 + i / 7);
     const auto start = std::chrono::steady_clock::now();
     const std::string back = p->Transfer(bytes);
-    const double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    const double ms =
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
     say("transfer: " + std::to_string(bytes.size()) + " bytes there and back " +
-        (back == bytes ? "intact" : "damaged") + " in " + std::to_string(static_cast<int>(ms)) + " ms");
+        (back == bytes ? "intact" : "damaged") + " in " + std::to_string(static_cast<int>(ms)) +
+        " ms");
     ok = ok && back == bytes;
   }
   client.reset();
