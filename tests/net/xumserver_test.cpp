@@ -168,7 +168,7 @@ TEST_F(NetServerClientLinked, ReconnectsAfterTheServerEndsTheLink) {
   }
 }
 
-TEST_F(NetServerClientLinked, PlainProtocolIsKeptWithoutTheEvent) {
+TEST_F(NetServerClientLinked, WithoutTheEventTheClientMakesAPlainProtocol) {
   auto plain = make_client(false);
   ASSERT_TRUE(link(*plain));
   TxumBaseProtocol* first = plain->Protocol();
