@@ -34,7 +34,11 @@
 // Thread safety: on the server, ProcessRequest and DispatchRequest run on
 // the connection's own thread and reach the main thread only through
 // Synchronize; on the client they run on the main thread. Each channel is
-// used by one thread at a time.
+// used by one thread at a time. A main thread that blocks in ReceiveBuf for
+// an answer runs no Synchronize call meanwhile: a server whose requests
+// synchronize must not wait on its main thread for a client that waits for
+// such a request's answer (nor may a client share a process and its main
+// thread with such a server).
 #ifndef XUM_NET_XUMBASEPROTOCOL_H
 #define XUM_NET_XUMBASEPROTOCOL_H
 
