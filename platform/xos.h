@@ -287,6 +287,50 @@ class XUM_API xos {
   virtual void drain_pipe(int read_fd) noexcept = 0;
   virtual void close_fd(int fd) noexcept = 0;
 
+  // TCP sockets -----------------------------------------------------------------
+  // A socket is a descriptor: poll waits on it. Connected sockets block
+  // (socket_receive alone never waits), have TCP_NODELAY set, are closed on
+  // exec, and a send to a peer that went away fails instead of raising
+  // SIGPIPE. Addresses are host names or numeric IPv4/IPv6 addresses.
+
+  // Listens on `port` of `address` (empty: every local address; port 0: one
+  // the system picks, which socket_port tells). A non-blocking listener
+  // makes tcp_accept return at once when nobody waits. -1 on failure.
+  virtual int tcp_listen(const char* address, int port, bool non_blocking,
+                         os_error& error) noexcept = 0;
+  // Takes one waiting connection from `listener` (a connected socket as
+  // above); -1 when none waits (error.code none) or on failure.
+  virtual int tcp_accept(int listener, os_error& error) noexcept = 0;
+  // Connects to `host`:`port`. With `wait`, returns once connected; without,
+  // returns at once with the connection under way: poll for poll_out, then
+  // socket_connect_result tells how it went. -1 on failure.
+  virtual int tcp_connect(const char* host, int port, bool wait, os_error& error) noexcept = 0;
+  // Whether the connection that tcp_connect started without waiting has
+  // been made (the socket then blocks like any connected one).
+  virtual bool socket_connect_result(int socket, os_error& error) noexcept = 0;
+  // The local port of a socket; -1 when it has none.
+  virtual int socket_port(int socket) noexcept = 0;
+  // Sends all `count` bytes, waiting while the system's buffer is full; the
+  // bytes sent, fewer only when `error` (if given) tells why.
+  virtual int socket_send(int socket, const void* data, int count,
+                          os_error* error = nullptr) noexcept = 0;
+  // Reads at most `count` of the bytes that have arrived, without waiting:
+  // the bytes read, 0 when the peer has closed, -1 when nothing has arrived
+  // (error.code none) or on failure.
+  virtual int socket_receive(int socket, void* data, int count,
+                             os_error* error = nullptr) noexcept = 0;
+  // The bytes that have arrived and wait to be read; -1 on failure.
+  virtual int socket_pending(int socket) noexcept = 0;
+  // Ends both directions of the connection at once: every thread waiting on
+  // the socket wakes up and sees it closed. The descriptor stays open.
+  virtual void shutdown_socket(int socket) noexcept = 0;
+  virtual void close_socket(int socket) noexcept = 0;
+
+  // For leak checks: the descriptors open in the process and its threads;
+  // -1 when the system cannot tell.
+  virtual int open_descriptor_count() noexcept = 0;
+  virtual int thread_count() noexcept = 0;
+
   // The controlling terminal ----------------------------------------------------
 
   // Opens a terminal device for reading and writing ("/dev/tty" is the

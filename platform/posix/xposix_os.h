@@ -76,6 +76,18 @@ class posix_os final : public xos {
   void drain_pipe(int read_fd) noexcept override;
   void close_fd(int fd) noexcept override;
 
+  int tcp_listen(const char* address, int port, bool non_blocking, os_error& error) noexcept override;
+  int tcp_accept(int listener, os_error& error) noexcept override;
+  int tcp_connect(const char* host, int port, bool wait, os_error& error) noexcept override;
+  bool socket_connect_result(int socket, os_error& error) noexcept override;
+  int socket_port(int socket) noexcept override;
+  int socket_send(int socket, const void* data, int count, os_error* error) noexcept override;
+  int socket_receive(int socket, void* data, int count, os_error* error) noexcept override;
+  int socket_pending(int socket) noexcept override;
+  void shutdown_socket(int socket) noexcept override;
+  void close_socket(int socket) noexcept override;
+  int open_descriptor_count() noexcept override;
+  int thread_count() noexcept override;
   int open_terminal(const char* device) noexcept override;
   bool write_terminal(int fd, std::string_view text) noexcept override;
   bool read_terminal_line(int fd, std::string& line) override;

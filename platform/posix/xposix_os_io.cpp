@@ -12,14 +12,17 @@
 namespace xum::platform {
 
 int posix_os::poll(poll_entry* entries, std::size_t count, int timeout_ms) noexcept {
-  std::vector<pollfd> fds(count);
+  // Most waits are on one or two descriptors: no allocation for those.
+  pollfd few[4];
+  std::vector<pollfd> many(count > 4 ? count : 0);
+  pollfd* fds = count > 4 ? many.data() : few;
   for (std::size_t i = 0; i < count; ++i) {
     fds[i].fd = entries[i].fd;
     fds[i].events = static_cast<short>(((entries[i].events & poll_in) ? POLLIN : 0) |
                                        ((entries[i].events & poll_out) ? POLLOUT : 0));
     fds[i].revents = 0;
   }
-  const int n = ::poll(fds.data(), count, timeout_ms);
+  const int n = ::poll(fds, count, timeout_ms);
   for (std::size_t i = 0; i < count; ++i) {
     const short r = n > 0 ? fds[i].revents : 0;
     entries[i].revents = ((r & POLLIN) ? poll_in : 0u) | ((r & POLLOUT) ? poll_out : 0u) |

@@ -165,4 +165,13 @@ file_handle xfault_os::create_temp_beside(const char* target, std::string& temp_
   return invalid_handle;
 }
 
+int xfault_os::socket_send(int socket, const void* data, int count, os_error* error) noexcept {
+  if (count <= 0) return xos_wrapper::socket_send(socket, data, count, error);
+  os_errc code;
+  const int allowed = admit(count, code);
+  const int n = allowed > 0 ? xos_wrapper::socket_send(socket, data, allowed, error) : 0;
+  if (n == allowed && code != os_errc::none && error != nullptr) *error = make_os_error(code);
+  return n;
+}
+
 }  // namespace xum::platform

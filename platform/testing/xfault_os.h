@@ -9,7 +9,8 @@
 //   save_settings("a.tsf");                  // reports "No space left on device"
 //   EXPECT_EQ(faults.failures(), 1);         // the fault was reached
 //
-// Writes count over both write calls (write, write_at) and bytes, from the
+// Writes count over the write calls (write, write_at, and socket_send: a
+// connection that breaks after some bytes is fill_after) and bytes, from the
 // last call of a write setter (fail_write, short_write, fill_after) or
 // reset(). A failed call writes nothing and reports
 // the error; a short write writes the first half of its bytes and then
@@ -64,6 +65,7 @@ class xfault_os final : public xos_wrapper {
   int write(file_handle f, const void* buffer, int count, os_error* error) noexcept override;
   int write_at(file_handle f, const void* buffer, int count, std::int64_t position,
                os_error* error) noexcept override;
+  int socket_send(int socket, const void* data, int count, os_error* error) noexcept override;
   bool sync(file_handle f, os_error& error) noexcept override;
   bool close_checked(file_handle f, os_error& error) noexcept override;
   bool rename_over(const char* from, const char* to, bool sync_folder,

@@ -18,7 +18,7 @@
 // not may not be opened for writing, and nothing may be made, renamed or
 // removed in a folder that is not. The temporary folder is "/tmp/".
 // Everything that is no file (the clock, threads, the environment, the
-// terminal, pipes) and every handle it did not make go on to the
+// terminal, pipes, sockets) and every handle it did not make go on to the
 // implementation given at construction.
 //
 // Part of the test-only library xum_platform_testing, never installed.

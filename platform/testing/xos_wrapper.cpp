@@ -159,6 +159,42 @@ void xos_wrapper::drain_pipe(int read_fd) noexcept { target_.drain_pipe(read_fd)
 
 void xos_wrapper::close_fd(int fd) noexcept { target_.close_fd(fd); }
 
+int xos_wrapper::tcp_listen(const char* address, int port, bool non_blocking, os_error& error) noexcept {
+  return target_.tcp_listen(address, port, non_blocking, error);
+}
+
+int xos_wrapper::tcp_accept(int listener, os_error& error) noexcept {
+  return target_.tcp_accept(listener, error);
+}
+
+int xos_wrapper::tcp_connect(const char* host, int port, bool wait, os_error& error) noexcept {
+  return target_.tcp_connect(host, port, wait, error);
+}
+
+bool xos_wrapper::socket_connect_result(int socket, os_error& error) noexcept {
+  return target_.socket_connect_result(socket, error);
+}
+
+int xos_wrapper::socket_port(int socket) noexcept { return target_.socket_port(socket); }
+
+int xos_wrapper::socket_send(int socket, const void* data, int count, os_error* error) noexcept {
+  return target_.socket_send(socket, data, count, error);
+}
+
+int xos_wrapper::socket_receive(int socket, void* data, int count, os_error* error) noexcept {
+  return target_.socket_receive(socket, data, count, error);
+}
+
+int xos_wrapper::socket_pending(int socket) noexcept { return target_.socket_pending(socket); }
+
+void xos_wrapper::shutdown_socket(int socket) noexcept { target_.shutdown_socket(socket); }
+
+void xos_wrapper::close_socket(int socket) noexcept { target_.close_socket(socket); }
+
+int xos_wrapper::open_descriptor_count() noexcept { return target_.open_descriptor_count(); }
+
+int xos_wrapper::thread_count() noexcept { return target_.thread_count(); }
+
 int xos_wrapper::open_terminal(const char* device) noexcept {
   return target_.open_terminal(device);
 }

@@ -14,6 +14,7 @@ cli::command catalogue_command();
 cli::command date_command();
 cli::command demo_command();
 cli::command loc_command();
+cli::command net_command();
 cli::command reg_command();
 cli::command struct_command();
 cli::command vfs_command();

@@ -34,6 +34,7 @@ xum::cli::command root_command() {
   root.children.push_back(xum::tool::date_command());
   root.children.push_back(xum::tool::demo_command());
   root.children.push_back(xum::tool::loc_command());
+  root.children.push_back(xum::tool::net_command());
   root.children.push_back(xum::tool::reg_command());
   root.children.push_back(xum::tool::struct_command());
   root.children.push_back(xum::tool::vfs_command());
