@@ -1,0 +1,101 @@
+#include "streams/xblock_buffer.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace xum {
+
+xblock_buffer::xblock_buffer(int capacity, int direct_from)
+    : capacity_(capacity < 1 ? 1 : capacity),
+      direct_from_(direct_from < 1 || direct_from > capacity_ ? capacity_ : direct_from) {}
+
+void xblock_buffer::start_writing() {
+  if (writing_) return;
+  assert(end_ == pos_ && "xblock_buffer: bytes read ahead must be given back before writing");
+  if (!data_) data_ = std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(capacity_));
+  writing_ = true;
+  pos_ = 0;
+  end_ = capacity_;
+}
+
+void xblock_buffer::write_slow(xstream& s, const void* p, int n) {
+  if (n <= 0) return;
+  start_writing();
+  if (n >= direct_from_ || n > span()) flush(s);
+  if (n >= direct_from_) {
+    s.write_buffer(p, n);
+    return;
+  }
+  std::memcpy(cursor(), p, static_cast<std::size_t>(n));
+  pos_ += n;
+}
+
+unsigned char* xblock_buffer::reserve_slow(xstream& s, int n) {
+  start_writing();
+  if (n > span()) flush(s);
+  return cursor();
+}
+
+void xblock_buffer::flush(xstream& s) {
+  if (!writing_ || pos_ == 0) return;
+  const int n = pos_;
+  pos_ = 0;
+  s.write_buffer(data_.get(), n);
+}
+
+int xblock_buffer::fill(xstream& s, int want) {
+  if (writing_) {
+    assert(pos_ == 0 && "xblock_buffer: pending bytes must be passed on before reading");
+    writing_ = false;
+    pos_ = end_ = 0;
+  }
+  if (!data_) data_ = std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(capacity_));
+  const int unread = end_ - pos_;
+  if (unread > 0 && pos_ > 0) std::memmove(data_.get(), data_.get() + pos_, static_cast<std::size_t>(unread));
+  pos_ = 0;
+  end_ = unread;
+  want = std::min(want, capacity_);
+  while (end_ < want) {
+    const int got = s.read(data_.get() + end_, capacity_ - end_);
+    if (got <= 0) break;
+    end_ += got;
+  }
+  return end_;
+}
+
+int xblock_buffer::read(xstream& s, void* p, int n) {
+  auto* out = static_cast<unsigned char*>(p);
+  int done = take(out, n);
+  while (done < n) {
+    // The read-ahead is used up here.
+    const int want = n - done;
+    if (want >= direct_from_) {
+      const int got = s.read(out + done, want);
+      return done + std::max(got, 0);
+    }
+    if (fill(s, 1) == 0) break;
+    done += take(out + done, want);
+  }
+  return done;
+}
+
+int xblock_buffer::take(void* p, int n) {
+  const int k = std::min(read_ahead(), n);
+  if (k <= 0) return 0;
+  std::memcpy(p, cursor(), static_cast<std::size_t>(k));
+  pos_ += k;
+  return k;
+}
+
+int xblock_buffer::drop_read_ahead() noexcept {
+  if (writing_) return 0;
+  const int k = end_ - pos_;
+  pos_ = end_ = 0;
+  return k;
+}
+
+void xblock_buffer::give_back(xstream& s) {
+  if (const int k = drop_read_ahead(); k > 0) s.seek(-k, xseek_current);
+}
+
+}  // namespace xum
