@@ -13,6 +13,7 @@
 #include "core/xfile_utils.h"
 #include "core/xle.h"
 #include "formats/xtext_format.h"
+#include "streams/xblock_buffer.h"
 #include "streams/xreplace_file_stream.h"
 
 namespace xum {
@@ -70,12 +71,12 @@ bool contains_lf(const char* p, std::size_t n) {
   return false;
 }
 
-// The text form is assembled in memory and handed to the stream in large
-// blocks; every LF inside a text becomes CR LF, as the tokenizer's
+// The text form is assembled in a block and handed to the stream in large
+// writes; every LF inside a text becomes CR LF, as the tokenizer's
 // write_string does.
-class block_writer {
+class text_writer {
  public:
-  explicit block_writer(xstream& s) : stream_(s), buffer_(std::make_unique_for_overwrite<char[]>(block)) {}
+  explicit text_writer(xstream& s) : stream_(s) {}
 
   void text(std::string_view s) {
     // Long texts go in pieces, each of which fits the block even doubled.
@@ -86,47 +87,31 @@ class block_writer {
     }
     // The copy is scanned in the block, whose slack makes the word reads
     // safe; the source text may end at the end of its allocation.
-    reserve(2 * s.size() + 8);
-    char* p = buffer_.get() + used_;
-    std::memcpy(p, s.data(), s.size());
-    if (!contains_lf(p, s.size())) {  // the usual case
-      used_ += s.size();
+    char* const start = reinterpret_cast<char*>(out_.reserve(stream_, static_cast<int>(2 * s.size() + 8)));
+    std::memcpy(start, s.data(), s.size());
+    if (!contains_lf(start, s.size())) {  // the usual case
+      out_.advance(static_cast<int>(s.size()));
       return;
     }
+    char* p = start;
     for (const char c : s) {
       if (c == '\n') *p++ = '\r';
       *p++ = c;
     }
-    used_ = static_cast<std::size_t>(p - buffer_.get());
+    out_.advance(static_cast<int>(p - start));
   }
-  // Text known to hold no LF.
-  void raw(std::string_view s) {
-    if (s.size() > block) {  // a deep indent: straight to the stream
-      flush();
-      stream_.write_buffer(s.data(), static_cast<int>(s.size()));
-      return;
-    }
-    reserve(s.size());
-    std::memcpy(buffer_.get() + used_, s.data(), s.size());
-    used_ += s.size();
-  }
+  // Text known to hold no LF; longer than the block (a deep indent), it
+  // goes straight to the stream.
+  void raw(std::string_view s) { out_.write(stream_, s.data(), static_cast<int>(s.size())); }
   void end_line() { raw("\r\n"); }
-  void flush() {
-    if (used_ > 0) stream_.write_buffer(buffer_.get(), static_cast<int>(used_));
-    used_ = 0;
-  }
+  void flush() { out_.flush(stream_); }
 
  private:
   // Bytes collected before a write to the stream.
   static constexpr std::size_t block = 1 << 20;
 
-  void reserve(std::size_t n) {
-    if (block - used_ < n) flush();
-  }
-
   xstream& stream_;
-  std::unique_ptr<char[]> buffer_;
-  std::size_t used_ = 0;
+  xblock_buffer out_{static_cast<int>(block)};
 };
 
 }  // namespace
@@ -586,7 +571,7 @@ bool xstruct_format::write_text() {
     refuse(*m);
     return false;
   }
-  block_writer out(*stream_);
+  text_writer out(*stream_);
   out.raw(text_signature);
   out.text(identifier_.view());
   out.end_line();
