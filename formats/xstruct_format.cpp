@@ -326,6 +326,11 @@ xstr xstruct_format::label_by_code(int code) const {
   return "#" + n;
 }
 
+std::string_view xstruct_format::anonymous_name(int code, char (&number)[16]) {
+  const int n = std::snprintf(number, sizeof number, "#%d", ~code);
+  return std::string_view(number, static_cast<std::size_t>(n));
+}
+
 int xstruct_format::key_code(const xstr& key, bool advance) {
   if (key.empty()) return advance ? ~cursor_.anonymous_values++ : ~cursor_.anonymous_values;
   return code_by_label(key);
@@ -578,12 +583,7 @@ bool xstruct_format::write_text() {
 
   std::string indent;
   char number[16];
-  // Labels are written from the table without copies; anonymous ones as #n.
-  const auto label = [&](int code) -> std::string_view {
-    if (code >= 0) return labels_[code];
-    const int n = std::snprintf(number, sizeof number, "#%d", ~code);
-    return std::string_view(number, static_cast<std::size_t>(n));
-  };
+  const auto label = [&](int code) { return entry_name(code, number); };
   const auto write_values = [&](const xstruct_section& s) {
     for (int i = 0; i < s.value_count(); ++i) {
       const xstruct_value& v = s.value(i);
@@ -597,35 +597,26 @@ bool xstruct_format::write_text() {
       out.end_line();
     }
   };
-  struct frame {
-    const xstruct_section* section;
-    int next;
-  };
+  // The root has no section lines of its own.
   write_values(root_);
-  std::vector<frame> frames{{&root_, 0}};
-  while (!frames.empty()) {
-    frame& top = frames.back();
-    if (top.next < top.section->child_count()) {
-      const xstruct_section& child = top.section->child(top.next++);
-      out.raw(indent);
-      out.raw("<");
-      out.text(label(child.code()));
-      out.end_line();
-      indent += "  ";
-      write_values(child);
-      frames.push_back({&child, 0});
-    } else {
-      const xstruct_section* done = top.section;
-      frames.pop_back();
-      if (frames.empty()) break;  // the root has no closing line
-      indent.resize(indent.size() - 2);
-      out.raw(indent);
-      out.raw("> (");
-      out.text(label(done->code()));
-      out.raw(")");
-      out.end_line();
-    }
-  }
+  root_.walk(
+      [&](const xstruct_section& child, xstruct_section::path) {
+        out.raw(indent);
+        out.raw("<");
+        out.text(label(child.code()));
+        out.end_line();
+        indent += "  ";
+        write_values(child);
+        return true;
+      },
+      [&](const xstruct_section& done, xstruct_section::path) {
+        indent.resize(indent.size() - 2);
+        out.raw(indent);
+        out.raw("> (");
+        out.text(label(done.code()));
+        out.raw(")");
+        out.end_line();
+      });
   out.flush();
   return true;
 }
@@ -705,24 +696,16 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
   for (int i = 0; !names_matter && binary && i < labels_.size(); ++i)
     names_matter = labels_[i].size() > static_cast<std::size_t>(binary_max_bytes);
 
-  struct frame {
-    const xstruct_section* section;
-    int next;
-  };
-  std::vector<frame> frames{{&root_, 0}};
+  // The path of the section being checked (empty for the root).
+  xstruct_section::path at;
   char number[16];
-  const auto label = [&](int code) -> std::string_view {
-    if (code >= 0) return labels_[code];
-    const int n = std::snprintf(number, sizeof number, "#%d", ~code);
-    return std::string_view(number, static_cast<std::size_t>(n));
-  };
-  // The path of the section on top of the stack, and of `code` in it when
-  // given.
+  const auto label = [&](int code) { return entry_name(code, number); };
+  // The path of the section being checked, and of `code` in it when given.
   const auto path = [&](const int* code) {
     xstr p;
-    for (std::size_t i = 1; i < frames.size(); ++i) {
-      if (i > 1) p += "/";
-      p += path_part(label(frames[i].section->code()));
+    for (std::size_t i = 0; i < at.size(); ++i) {
+      if (i > 0) p += "/";
+      p += path_part(label(at[i]->code()));
     }
     if (code != nullptr) {
       if (!p.empty()) p += "/";
@@ -770,9 +753,8 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
     if (t.size() >= 2 && t.ends_with(" @")) return "The value ends in a blank and '@'.";
     return xstr();
   };
-  // Checks the section on top of the stack: its counts and its values.
-  const auto section_problem = [&]() -> std::optional<xstruct_misfit> {
-    const xstruct_section& s = *frames.back().section;
+  // Checks a section: its counts and its values.
+  const auto section_problem = [&](const xstruct_section& s) -> std::optional<xstruct_misfit> {
     if (binary && all) {
       for (const auto& [n, what] : {std::pair{s.value_count(), "values"}, {s.child_count(), "sections"}})
         if (n > binary_max_count)
@@ -787,22 +769,21 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
     }
     return std::nullopt;
   };
-  if (auto m = section_problem()) return m;
-  while (!frames.empty()) {
-    frame& top = frames.back();
-    if (top.next == top.section->child_count()) {
-      frames.pop_back();
-      continue;
-    }
-    const xstruct_section& child = top.section->child(top.next++);
-    frames.push_back({&child, 0});
-    if (static_cast<int>(frames.size()) - 1 > max_depth)
-      return xstruct_misfit{path(nullptr), "Sections are nested more than " + number_text(max_depth) + " deep."};
-    if (!names_matter) continue;
-    if (xstr why = name_problem(child.code(), false); !why.empty()) return xstruct_misfit{path(nullptr), why};
-    if (auto m = section_problem()) return m;
-  }
-  return std::nullopt;
+  std::optional<xstruct_misfit> found = section_problem(root_);
+  if (found) return found;
+  root_.walk([&](const xstruct_section& child, xstruct_section::path p) {
+    at = p;
+    if (static_cast<int>(p.size()) > max_depth)
+      found = xstruct_misfit{path(nullptr), "Sections are nested more than " + number_text(max_depth) + " deep."};
+    else if (!names_matter)
+      return true;
+    else if (xstr why = name_problem(child.code(), false); !why.empty())
+      found = xstruct_misfit{path(nullptr), why};
+    else
+      found = section_problem(child);
+    return !found;
+  });
+  return found;
 }
 
 }  // namespace xum
