@@ -9,13 +9,17 @@ xblock_buffer::xblock_buffer(int capacity, int direct_from)
     : capacity_(capacity < 1 ? 1 : capacity),
       direct_from_(direct_from < 1 || direct_from > capacity_ ? capacity_ : direct_from) {}
 
+void xblock_buffer::allocate() {
+  if (!data_) data_ = std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(capacity_));
+}
+
 void xblock_buffer::start_writing() {
   if (writing_) return;
   assert(end_ == pos_ && "xblock_buffer: bytes read ahead must be given back before writing");
-  if (!data_) data_ = std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(capacity_));
+  allocate();
   writing_ = true;
-  pos_ = 0;
-  end_ = capacity_;
+  pos_ = data_.get();
+  end_ = pos_ + capacity_;
 }
 
 void xblock_buffer::write_slow(xstream& s, const void* p, int n) {
@@ -26,7 +30,7 @@ void xblock_buffer::write_slow(xstream& s, const void* p, int n) {
     s.write_buffer(p, n);
     return;
   }
-  std::memcpy(cursor(), p, static_cast<std::size_t>(n));
+  std::memcpy(pos_, p, static_cast<std::size_t>(n));
   pos_ += n;
 }
 
@@ -37,30 +41,31 @@ unsigned char* xblock_buffer::reserve_slow(xstream& s, int n) {
 }
 
 void xblock_buffer::flush(xstream& s) {
-  if (!writing_ || pos_ == 0) return;
-  const int n = pos_;
-  pos_ = 0;
-  s.write_buffer(data_.get(), n);
+  const int n = pending();
+  if (n == 0) return;
+  pos_ = data_.get();
+  s.write_buffer(pos_, n);
 }
 
 int xblock_buffer::fill(xstream& s, int want) {
   if (writing_) {
-    assert(pos_ == 0 && "xblock_buffer: pending bytes must be passed on before reading");
+    assert(pending() == 0 && "xblock_buffer: pending bytes must be passed on before reading");
     writing_ = false;
-    pos_ = end_ = 0;
+    pos_ = end_ = data_.get();
   }
-  if (!data_) data_ = std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(capacity_));
-  const int unread = end_ - pos_;
-  if (unread > 0 && pos_ > 0) std::memmove(data_.get(), data_.get() + pos_, static_cast<std::size_t>(unread));
-  pos_ = 0;
-  end_ = unread;
+  allocate();
+  unsigned char* const block = data_.get();
+  int have = span();
+  if (have > 0 && pos_ != block) std::memmove(block, pos_, static_cast<std::size_t>(have));
+  pos_ = block;
   want = std::min(want, capacity_);
-  while (end_ < want) {
-    const int got = s.read(data_.get() + end_, capacity_ - end_);
+  while (have < want) {
+    const int got = s.read(block + have, capacity_ - have);
     if (got <= 0) break;
-    end_ += got;
+    have += got;
   }
-  return end_;
+  end_ = block + have;
+  return have;
 }
 
 int xblock_buffer::read(xstream& s, void* p, int n) {
@@ -89,8 +94,8 @@ int xblock_buffer::take(void* p, int n) {
 
 int xblock_buffer::drop_read_ahead() noexcept {
   if (writing_) return 0;
-  const int k = end_ - pos_;
-  pos_ = end_ = 0;
+  const int k = span();
+  pos_ = end_ = data_.get();
   return k;
 }
 

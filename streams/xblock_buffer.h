@@ -50,16 +50,16 @@ class XUM_API xblock_buffer {
 
   int capacity() const noexcept { return capacity_; }
   // Reading: the bytes read ahead and not taken; writing: the free room.
-  int span() const noexcept { return end_ - pos_; }
+  int span() const noexcept { return static_cast<int>(end_ - pos_); }
   // Where those bytes lie. Valid while span() > 0.
-  unsigned char* cursor() noexcept { return data_.get() + pos_; }
+  unsigned char* cursor() noexcept { return pos_; }
   // Marks `n` (at most span()) bytes at cursor() as taken or filled.
   void advance(int n) noexcept { pos_ += n; }
   // Bytes written into the block and not passed on.
-  int pending() const noexcept { return writing_ ? pos_ : 0; }
+  int pending() const noexcept { return writing_ ? static_cast<int>(pos_ - data_.get()) : 0; }
   // Bytes read ahead and not taken: the stream stands that far ahead of
   // the reader.
-  int read_ahead() const noexcept { return writing_ ? 0 : end_ - pos_; }
+  int read_ahead() const noexcept { return writing_ ? 0 : span(); }
 
   // Writing. Requires read_ahead() == 0.
   // Copies `n` bytes into the block. When they do not fit, the block is
@@ -71,7 +71,7 @@ class XUM_API xblock_buffer {
     // size alone tells whether the block takes the bytes as it stands.
     assert(writing_ || pos_ == end_);
     if (n > 0 && n <= span()) {
-      std::memcpy(cursor(), p, static_cast<std::size_t>(n));
+      std::memcpy(pos_, p, static_cast<std::size_t>(n));
       pos_ += n;
       return;
     }
@@ -113,23 +113,26 @@ class XUM_API xblock_buffer {
   void give_back(xstream& s);
 
   // Forgets everything the block holds, pending bytes included.
-  void reset() noexcept { pos_ = end_ = 0, writing_ = false; }
+  void reset() noexcept { pos_ = end_ = data_.get(), writing_ = false; }
 
  private:
   void write_slow(xstream& s, const void* p, int n);
   unsigned char* reserve_slow(xstream& s, int n);
+  void allocate();
   // Allocates the block on first use and turns it to writing.
   void start_writing();
 
   std::unique_ptr<unsigned char[]> data_;
   const int capacity_;
   const int direct_from_;
-  // Reading: bytes [pos_, end_) are read ahead. Writing: bytes [0, pos_)
-  // are pending and end_ is the capacity, so that span() is the room and
-  // one test `n <= span()` guards the fast path in both directions; it
-  // fails before the first use (end_ 0).
-  int pos_ = 0;
-  int end_ = 0;
+  // Reading: bytes [pos_, end_) are read ahead. Writing: bytes
+  // [data_, pos_) are pending and end_ is the end of the block, so that
+  // span() is the room and one test `n <= span()` guards the fast path in
+  // both directions; it fails before the first use (both null). Pointers
+  // rather than offsets: the fast paths load two values, as a hand-written
+  // buffer would.
+  unsigned char* pos_ = nullptr;
+  unsigned char* end_ = nullptr;
   bool writing_ = false;
 };
 
