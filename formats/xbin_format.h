@@ -349,8 +349,11 @@ class XUM_API xbin_format : public xformat {
   // the bytes read ahead or the room left, so that one test guards the
   // fast path in both directions; it is 0 whenever the block is not in use
   // (no stream, a borrowed stream, or before the first field). Fields of
-  // block_size / 2 bytes or more pass straight to the stream.
-  xblock_buffer block_{block_size, block_size / 2};
+  // block_size / 2 bytes or more pass straight to the stream. On a cache
+  // line of its own: every field moves the block's position, and with the
+  // block sharing a line with the members above, reading records measured
+  // 7% slower (same instructions, xbin_format_bench's owned rows).
+  alignas(64) xblock_buffer block_{block_size, block_size / 2};
   // The stream beneath the XOR stream made by start_encoding, and whether
   // that XOR stream owns it: sizes are asked there, where a seek does not
   // move the scrambling phase, and bytes read ahead are given back to it.
