@@ -14,10 +14,11 @@
 //
 // The block serves one direction at a time. Writing, it holds bytes not
 // yet passed to the stream; reading, bytes read from the stream and not yet
-// taken. It never moves the stream on its own: an owner that changes
-// direction first passes pending bytes on (flush) or gives the read-ahead
-// back (give_back), which the calls below require. The stream is named at
-// every call that touches it, so an owner may change streams in between.
+// taken. It seeks the stream only when asked to give the read-ahead back:
+// an owner that changes direction first passes pending bytes on (flush) or
+// gives the read-ahead back (give_back), which the calls below require.
+// The stream is named at every call that touches it, so an owner may change
+// streams while the block holds nothing.
 // The block's memory is allocated at its first use and kept until the
 // object goes.
 //
