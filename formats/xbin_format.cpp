@@ -24,7 +24,8 @@ xbin_format::~xbin_format() {
 
 void xbin_format::open_stream(xstream& s, xstream_mode m, bool owns) {
   xformat::open_stream(s, m, owns);
-  block_.reset();
+  pos_ = 0;
+  end_ = 0;
   // Nobody else sees an owned stream, so the block cannot be observed; a
   // borrowed one may be used by its lender between any two fields.
   buffered_ = owns;
@@ -41,7 +42,8 @@ void xbin_format::close() {
     xbin_format& f;
     ~reset() {
       f.trailer_position_ = -1;
-      f.block_.reset();
+      f.pos_ = 0;
+      f.end_ = 0;
       f.plain_ = nullptr;
       f.plain_owned_ = false;
       f.buffered_ = false;
@@ -54,7 +56,8 @@ void xbin_format::close() {
     // When the format made an XOR stream, that one goes now: the bytes are
     // given back to the plain stream beneath it, which it alone would not
     // have moved further.
-    const int unread = block_.drop_read_ahead();
+    const int unread = end_ - pos_;
+    pos_ = end_ = 0;
     if (unread > 0) {
       if (plain_ != nullptr) {
         if (!plain_owned_) plain_->seek(-unread, xseek_current);
@@ -98,20 +101,39 @@ std::int64_t xbin_format::offset() noexcept {
   if (here < 0) return -1;
   // Reading: the block holds bytes read ahead of the next field; writing:
   // bytes not yet handed to the stream.
-  return reading_ ? here - block_.read_ahead() : here + block_.pending();
+  return reading_ ? here - (end_ - pos_) : here + pos_;
 }
 
 int xbin_format::drop_block() {
   if (!reading_) {
-    block_.flush(*stream_);
+    if (pos_ > 0) {
+      const int n = pos_;
+      pos_ = 0;
+      stream_->write_buffer(block_.get(), n);
+    }
     return 0;
   }
-  return block_.drop_read_ahead();
+  const int unread = end_ - pos_;
+  pos_ = end_ = 0;
+  return unread;
 }
 
 void xbin_format::flush() {
   if (stream_ == nullptr) return;
   if (const int unread = drop_block(); unread > 0) stream_->seek(-unread, xseek_current);
+}
+
+void xbin_format::refill() {
+  if (!block_) block_ = std::make_unique_for_overwrite<unsigned char[]>(block_size);
+  const int unread = end_ - pos_;
+  if (unread > 0 && pos_ > 0) std::memmove(block_.get(), block_.get() + pos_, static_cast<std::size_t>(unread));
+  pos_ = 0;
+  end_ = unread;
+  while (end_ < block_size) {
+    const int got = stream_->read(block_.get() + end_, block_size - end_);
+    if (got <= 0) break;
+    end_ += got;
+  }
 }
 
 void xbin_format::buffer_slow(void* p, int n) {
@@ -127,37 +149,51 @@ void xbin_format::buffer_slow(void* p, int n) {
     return;
   }
   if (!reading_) {
-    block_.write(*stream_, bytes, n);
+    if (pos_ > 0) drop_block();
+    if (n >= block_size / 2) {  // large blocks go straight to the stream
+      stream_->write_buffer(bytes, n);
+      return;
+    }
+    if (!block_) block_ = std::make_unique_for_overwrite<unsigned char[]>(block_size);
+    end_ = block_size;
+    std::memcpy(block_.get(), bytes, static_cast<std::size_t>(n));
+    pos_ = n;
     return;
   }
   if (n >= block_size / 2) {
     // Large reads: what is read ahead, then the rest straight from the
     // stream, which reports a short read itself.
-    const int unread = block_.take(bytes, n);
+    const int unread = end_ - pos_;
+    std::memcpy(bytes, block_.get() + pos_, static_cast<std::size_t>(unread));
+    pos_ = end_ = 0;
     stream_->read_buffer(bytes + unread, n - unread);
     return;
   }
-  if (block_.fill(*stream_, block_size) < n) {
+  refill();
+  if (end_ < n) {
     // The stream ended: hand over what there is, as read_buffer does.
-    block_.take(bytes, n);
+    std::memcpy(bytes, block_.get(), static_cast<std::size_t>(end_));
+    pos_ = end_;
     short_read();
     return;
   }
-  block_.take(bytes, n);
+  std::memcpy(bytes, block_.get(), static_cast<std::size_t>(n));
+  pos_ = n;
 }
 
 bool xbin_format::remaining_at_least(std::int64_t n, int back) {
-  if (n <= 0 || block_.span() >= n) return true;
+  if (n <= 0 || end_ - pos_ >= n) return true;
   if (buffered_ && n <= block_size) {
     // A full block settles it: what does not fit now is not in the stream.
-    if (block_.fill(*stream_, block_size) >= n) return true;
+    refill();
+    if (end_ - pos_ >= n) return true;
   } else {
     // Asked where a seek does not disturb the scrambling phase.
     xstream& s = plain_ != nullptr ? *plain_ : *stream_;
     const std::int64_t here = s.seek(0, xseek_current);
     const std::int64_t size = s.seek(0, xseek_end);
     s.seek(here, xseek_begin);
-    if (size - here + block_.read_ahead() >= n) return true;
+    if (size - here + (end_ - pos_) >= n) return true;
   }
   const std::int64_t at = offset();
   read_error(at < 0 ? -1 : at - back);
@@ -183,9 +219,9 @@ void xbin_format::short_str(xstr& s) {
       s.clear();
       return;
     }
-    if (block_.span() >= n) {
-      assign(s, block_.cursor(), n);
-      block_.advance(n);
+    if (end_ - pos_ >= n) {
+      assign(s, block_.get() + pos_, n);
+      pos_ += n;
       return;
     }
     unsigned char bytes[short_str_max] = {};
@@ -215,9 +251,9 @@ void xbin_format::operator()(xstr& s) {
       s.clear();
       return;
     }
-    if (block_.span() >= n) {
-      assign(s, block_.cursor(), n);
-      block_.advance(n);
+    if (end_ - pos_ >= n) {
+      assign(s, block_.get() + pos_, n);
+      pos_ += n;
       return;
     }
     std::string bytes(static_cast<std::size_t>(n), '\0');

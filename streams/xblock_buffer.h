@@ -1,8 +1,9 @@
 // xblock_buffer: one block of memory between a reader or writer and a
 // stream, so that many small transfers cost copies and the stream sees few
-// large calls. The library's buffered paths all use it: the buffered
-// stream, the binary format's field block, the structured format's text
-// writer and the text tokenizer's reader.
+// large calls. The library's buffered paths use it: the buffered stream,
+// the structured format's text writer and the text tokenizer's reader.
+// (The binary format keeps a block of its own; formats/xbin_format.h says
+// why.)
 //
 //   xum::xblock_buffer out(1 << 20);
 //   out.write(file, "abc", 3);   // copied into the block
