@@ -191,12 +191,8 @@ bool xstruct_format::write_binary() {
     xstr label = text.size() > static_cast<std::size_t>(binary_max_bytes) ? xstr() : xstr(text);
     b.short_str(label);
   }
-  // Depth first without recursion; a section's body is its values, its
-  // child count and then each child's code and body.
-  struct frame {
-    const xstruct_section* section;
-    int next;
-  };
+  // Depth first; a section's body is its values, its child count and then
+  // each child's code and body.
   const auto open_body = [&](const xstruct_section& s) {
     std::int16_t n = static_cast<std::int16_t>(s.value_count());
     b(n);
@@ -209,19 +205,12 @@ bool xstruct_format::write_binary() {
     b(n);
   };
   open_body(root_);
-  std::vector<frame> frames{{&root_, 0}};
-  while (!frames.empty()) {
-    frame& top = frames.back();
-    if (top.next == top.section->child_count()) {
-      frames.pop_back();
-      continue;
-    }
-    const xstruct_section& child = top.section->child(top.next++);
+  root_.walk([&](const xstruct_section& child, xstruct_section::path) {
     std::int16_t code = static_cast<std::int16_t>(child.code());
     b(code);
     open_body(child);
-    frames.push_back({&child, 0});
-  }
+    return true;
+  });
   b.close();
   return true;
 }

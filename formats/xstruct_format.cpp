@@ -13,6 +13,7 @@
 #include "core/xfile_utils.h"
 #include "core/xle.h"
 #include "formats/xtext_format.h"
+#include "streams/xblock_buffer.h"
 #include "streams/xreplace_file_stream.h"
 
 namespace xum {
@@ -70,12 +71,12 @@ bool contains_lf(const char* p, std::size_t n) {
   return false;
 }
 
-// The text form is assembled in memory and handed to the stream in large
-// blocks; every LF inside a text becomes CR LF, as the tokenizer's
+// The text form is assembled in a block and handed to the stream in large
+// writes; every LF inside a text becomes CR LF, as the tokenizer's
 // write_string does.
-class block_writer {
+class text_writer {
  public:
-  explicit block_writer(xstream& s) : stream_(s), buffer_(std::make_unique_for_overwrite<char[]>(block)) {}
+  explicit text_writer(xstream& s) : stream_(s) {}
 
   void text(std::string_view s) {
     // Long texts go in pieces, each of which fits the block even doubled.
@@ -86,47 +87,31 @@ class block_writer {
     }
     // The copy is scanned in the block, whose slack makes the word reads
     // safe; the source text may end at the end of its allocation.
-    reserve(2 * s.size() + 8);
-    char* p = buffer_.get() + used_;
-    std::memcpy(p, s.data(), s.size());
-    if (!contains_lf(p, s.size())) {  // the usual case
-      used_ += s.size();
+    char* const start = reinterpret_cast<char*>(out_.reserve(stream_, static_cast<int>(2 * s.size() + 8)));
+    std::memcpy(start, s.data(), s.size());
+    if (!contains_lf(start, s.size())) {  // the usual case
+      out_.advance(static_cast<int>(s.size()));
       return;
     }
+    char* p = start;
     for (const char c : s) {
       if (c == '\n') *p++ = '\r';
       *p++ = c;
     }
-    used_ = static_cast<std::size_t>(p - buffer_.get());
+    out_.advance(static_cast<int>(p - start));
   }
-  // Text known to hold no LF.
-  void raw(std::string_view s) {
-    if (s.size() > block) {  // a deep indent: straight to the stream
-      flush();
-      stream_.write_buffer(s.data(), static_cast<int>(s.size()));
-      return;
-    }
-    reserve(s.size());
-    std::memcpy(buffer_.get() + used_, s.data(), s.size());
-    used_ += s.size();
-  }
+  // Text known to hold no LF; longer than the block (a deep indent), it
+  // goes straight to the stream.
+  void raw(std::string_view s) { out_.write(stream_, s.data(), static_cast<int>(s.size())); }
   void end_line() { raw("\r\n"); }
-  void flush() {
-    if (used_ > 0) stream_.write_buffer(buffer_.get(), static_cast<int>(used_));
-    used_ = 0;
-  }
+  void flush() { out_.flush(stream_); }
 
  private:
   // Bytes collected before a write to the stream.
   static constexpr std::size_t block = 1 << 20;
 
-  void reserve(std::size_t n) {
-    if (block - used_ < n) flush();
-  }
-
   xstream& stream_;
-  std::unique_ptr<char[]> buffer_;
-  std::size_t used_ = 0;
+  xblock_buffer out_{static_cast<int>(block)};
 };
 
 }  // namespace
@@ -339,6 +324,11 @@ xstr xstruct_format::label_by_code(int code) const {
   xstr n;
   n.from_integer(~static_cast<long long>(code));
   return "#" + n;
+}
+
+std::string_view xstruct_format::anonymous_name(int code, char (&number)[16]) {
+  const int n = std::snprintf(number, sizeof number, "#%d", ~code);
+  return std::string_view(number, static_cast<std::size_t>(n));
 }
 
 int xstruct_format::key_code(const xstr& key, bool advance) {
@@ -586,19 +576,14 @@ bool xstruct_format::write_text() {
     refuse(*m);
     return false;
   }
-  block_writer out(*stream_);
+  text_writer out(*stream_);
   out.raw(text_signature);
   out.text(identifier_.view());
   out.end_line();
 
   std::string indent;
   char number[16];
-  // Labels are written from the table without copies; anonymous ones as #n.
-  const auto label = [&](int code) -> std::string_view {
-    if (code >= 0) return labels_[code];
-    const int n = std::snprintf(number, sizeof number, "#%d", ~code);
-    return std::string_view(number, static_cast<std::size_t>(n));
-  };
+  const auto label = [&](int code) { return entry_name(code, number); };
   const auto write_values = [&](const xstruct_section& s) {
     for (int i = 0; i < s.value_count(); ++i) {
       const xstruct_value& v = s.value(i);
@@ -612,35 +597,26 @@ bool xstruct_format::write_text() {
       out.end_line();
     }
   };
-  struct frame {
-    const xstruct_section* section;
-    int next;
-  };
+  // The root has no section lines of its own.
   write_values(root_);
-  std::vector<frame> frames{{&root_, 0}};
-  while (!frames.empty()) {
-    frame& top = frames.back();
-    if (top.next < top.section->child_count()) {
-      const xstruct_section& child = top.section->child(top.next++);
-      out.raw(indent);
-      out.raw("<");
-      out.text(label(child.code()));
-      out.end_line();
-      indent += "  ";
-      write_values(child);
-      frames.push_back({&child, 0});
-    } else {
-      const xstruct_section* done = top.section;
-      frames.pop_back();
-      if (frames.empty()) break;  // the root has no closing line
-      indent.resize(indent.size() - 2);
-      out.raw(indent);
-      out.raw("> (");
-      out.text(label(done->code()));
-      out.raw(")");
-      out.end_line();
-    }
-  }
+  root_.walk(
+      [&](const xstruct_section& child, xstruct_section::path) {
+        out.raw(indent);
+        out.raw("<");
+        out.text(label(child.code()));
+        out.end_line();
+        indent += "  ";
+        write_values(child);
+        return true;
+      },
+      [&](const xstruct_section& done, xstruct_section::path) {
+        indent.resize(indent.size() - 2);
+        out.raw(indent);
+        out.raw("> (");
+        out.text(label(done.code()));
+        out.raw(")");
+        out.end_line();
+      });
   out.flush();
   return true;
 }
@@ -720,24 +696,16 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
   for (int i = 0; !names_matter && binary && i < labels_.size(); ++i)
     names_matter = labels_[i].size() > static_cast<std::size_t>(binary_max_bytes);
 
-  struct frame {
-    const xstruct_section* section;
-    int next;
-  };
-  std::vector<frame> frames{{&root_, 0}};
+  // The path of the section being checked (empty for the root).
+  xstruct_section::path at;
   char number[16];
-  const auto label = [&](int code) -> std::string_view {
-    if (code >= 0) return labels_[code];
-    const int n = std::snprintf(number, sizeof number, "#%d", ~code);
-    return std::string_view(number, static_cast<std::size_t>(n));
-  };
-  // The path of the section on top of the stack, and of `code` in it when
-  // given.
+  const auto label = [&](int code) { return entry_name(code, number); };
+  // The path of the section being checked, and of `code` in it when given.
   const auto path = [&](const int* code) {
     xstr p;
-    for (std::size_t i = 1; i < frames.size(); ++i) {
-      if (i > 1) p += "/";
-      p += path_part(label(frames[i].section->code()));
+    for (std::size_t i = 0; i < at.size(); ++i) {
+      if (i > 0) p += "/";
+      p += path_part(label(at[i]->code()));
     }
     if (code != nullptr) {
       if (!p.empty()) p += "/";
@@ -785,9 +753,8 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
     if (t.size() >= 2 && t.ends_with(" @")) return "The value ends in a blank and '@'.";
     return xstr();
   };
-  // Checks the section on top of the stack: its counts and its values.
-  const auto section_problem = [&]() -> std::optional<xstruct_misfit> {
-    const xstruct_section& s = *frames.back().section;
+  // Checks a section: its counts and its values.
+  const auto section_problem = [&](const xstruct_section& s) -> std::optional<xstruct_misfit> {
     if (binary && all) {
       for (const auto& [n, what] : {std::pair{s.value_count(), "values"}, {s.child_count(), "sections"}})
         if (n > binary_max_count)
@@ -802,22 +769,21 @@ std::optional<xstruct_misfit> xstruct_format::misfit(xstruct_form form, bool all
     }
     return std::nullopt;
   };
-  if (auto m = section_problem()) return m;
-  while (!frames.empty()) {
-    frame& top = frames.back();
-    if (top.next == top.section->child_count()) {
-      frames.pop_back();
-      continue;
-    }
-    const xstruct_section& child = top.section->child(top.next++);
-    frames.push_back({&child, 0});
-    if (static_cast<int>(frames.size()) - 1 > max_depth)
-      return xstruct_misfit{path(nullptr), "Sections are nested more than " + number_text(max_depth) + " deep."};
-    if (!names_matter) continue;
-    if (xstr why = name_problem(child.code(), false); !why.empty()) return xstruct_misfit{path(nullptr), why};
-    if (auto m = section_problem()) return m;
-  }
-  return std::nullopt;
+  std::optional<xstruct_misfit> found = section_problem(root_);
+  if (found) return found;
+  root_.walk([&](const xstruct_section& child, xstruct_section::path p) {
+    at = p;
+    if (static_cast<int>(p.size()) > max_depth)
+      found = xstruct_misfit{path(nullptr), "Sections are nested more than " + number_text(max_depth) + " deep."};
+    else if (!names_matter)
+      return true;
+    else if (xstr why = name_problem(child.code(), false); !why.empty())
+      found = xstruct_misfit{path(nullptr), why};
+    else
+      found = section_problem(child);
+    return !found;
+  });
+  return found;
 }
 
 }  // namespace xum

@@ -411,6 +411,12 @@ class XUM_API xstruct_format : public xformat {
   void refuse(const xstruct_misfit& m) const;
   // `text` and the stream description on a line of its own, if any.
   xstr located(const xstr& text) const;
+  // label_by_code without a copy, for writers and checks that name many
+  // entries: a view of the label, or of "#n" put in `number`.
+  std::string_view entry_name(int code, char (&number)[16]) const {
+    return code >= 0 ? labels_[code] : anonymous_name(code, number);
+  }
+  static std::string_view anonymous_name(int code, char (&number)[16]);
 
   // The label table and its index: a label's code is its place.
   xlabel_table labels_;

@@ -19,6 +19,7 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -159,6 +160,21 @@ class XUM_API xstruct_section {
   const xstruct_section& child(int i) const { return *children_.at(static_cast<std::size_t>(i)); }
   bool empty() const noexcept { return values_.empty() && children_.empty(); }
 
+  // The sections above a section met by `walk`, below the one walked, and
+  // that section itself, outermost first.
+  using path = std::span<const xstruct_section* const>;
+  // Visits the sections below this one depth first, in order, without
+  // recursion (any depth is safe): enter(s, p) on reaching a section s,
+  // before its children, and leave(s, p) after them, p being s's path.
+  // `enter` returns false to stop the walk, which then returns false; true
+  // when every section was visited. The tree must not change meanwhile.
+  template <class Enter, class Leave>
+  bool walk(Enter&& enter, Leave&& leave) const;
+  template <class Enter>
+  bool walk(Enter&& enter) const {
+    return walk(enter, [](const xstruct_section&, path) {});
+  }
+
   // The position of the first value with `code`, or -1.
   int find_value_index(int code);
   // The first value with `code`, or null; owned by the section and valid
@@ -218,6 +234,30 @@ class XUM_API xstruct_section {
     if (indexes_) indexes_.get()->*which = index{};
   }
 };
+
+// Implementation details.
+
+template <class Enter, class Leave>
+bool xstruct_section::walk(Enter&& enter, Leave&& leave) const {
+  std::vector<const xstruct_section*> sections;  // the path of `top`
+  std::vector<std::size_t> next{0};              // next child of each, this one first
+  const xstruct_section* top = this;
+  for (;;) {
+    if (next.back() < top->children_.size()) {
+      const xstruct_section& child = *top->children_[next.back()++];
+      sections.push_back(&child);
+      if (!enter(child, path(sections))) return false;
+      next.push_back(0);
+      top = &child;
+      continue;
+    }
+    if (sections.empty()) return true;
+    leave(*top, path(sections));
+    sections.pop_back();
+    next.pop_back();
+    top = sections.empty() ? this : sections.back();
+  }
+}
 
 }  // namespace xum
 

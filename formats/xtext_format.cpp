@@ -88,9 +88,7 @@ const char* find_line_break(const char* p, const char* end) {
 
 }  // namespace
 
-xtext_format::xtext_format() : buffer_(std::make_unique_for_overwrite<char[]>(read_block)) {
-  xtext_format::close();
-}
+xtext_format::xtext_format() { xtext_format::close(); }
 
 xtext_format::xtext_format(const xstr& name, xfile_mode fm) : xtext_format() { open_file(name, fm); }
 
@@ -105,37 +103,31 @@ void xtext_format::close() {
   comma_ = true;
   number_chars_.fill(false);
   for (char c : number_characters) number_chars_[static_cast<unsigned char>(c)] = true;
-  // The read buffer's old bytes are never read again: only [index_, fill_)
-  // is, and fill_ becomes 0.
   line_buf_.clear();
   line_buf_.reserve(line_capacity);
   token_buf_.clear();
   token_buf_.reserve(line_capacity);
   consumed_ = 0;
-  fill_ = 0;
   unused_counter_ = 0;
-  index_ = 0;
+  in_.reset();
   line_ = 1;
   end_of_text_ = end_of_line_ = lf_seen_ = cr_seen_ = false;
 }
 
 bool xtext_format::refill() {
-  index_ = 0;
-  const int n = stream_ ? stream_->read(buffer_.get(), read_block) : 0;
-  fill_ = n > 0 ? n : 0;
-  if (fill_ == 0) {
-    end_of_text_ = true;
-    return false;
-  }
-  return true;
+  // One read of the stream per block: a stream that delivers text as it
+  // comes (a pipe, a terminal) is not waited on for more than it has.
+  if (stream_ != nullptr && in_.fill(*stream_, 1) > 0) return true;
+  end_of_text_ = true;
+  return false;
 }
 
 bool xtext_format::read_byte(char& c, bool consume) {
   if (end_of_text_) return false;
-  if (index_ == fill_ && !refill()) return false;
-  c = buffer_[index_];
+  if (in_.span() == 0 && !refill()) return false;
+  c = next()[0];
   if (consume) {
-    ++index_;
+    in_.advance(1);
     ++consumed_;
   }
   return true;
@@ -171,8 +163,8 @@ bool xtext_format::next_line() {
   if (end_of_text_) return false;
   for (;;) {
     // Looks at the buffered byte directly; read_byte refills when needed.
-    if (index_ < fill_) {
-      c = buffer_[index_];
+    if (in_.span() > 0) {
+      c = next()[0];
     } else if (!read_byte(c, false)) {
       ++line_;
       return false;
@@ -182,7 +174,7 @@ bool xtext_format::next_line() {
       ++line_;
       return true;
     }
-    ++index_;  // consume the break byte looked at
+    in_.advance(1);  // consume the break byte looked at
     ++consumed_;
     if (c == lf) {
       if (lf_seen_) {  // a second LF: an empty line follows
@@ -219,12 +211,12 @@ void xtext_format::take_line(std::string_view& out) {
   std::size_t length = 0;
   line_buf_.clear();
   for (;;) {
-    if (index_ == fill_ && (end_of_text_ || !refill())) {
+    if (in_.span() == 0 && (end_of_text_ || !refill())) {
       end_of_line_ = true;
       break;
     }
-    const char* p = buffer_.get() + index_;
-    const char* const end = buffer_.get() + fill_;
+    const char* p = next();
+    const char* const end = p + in_.span();
     const char* q = find_line_break(p, end);
     const auto n = static_cast<std::size_t>(q - p);
     if (in_buffer) {
@@ -233,12 +225,12 @@ void xtext_format::take_line(std::string_view& out) {
     } else {
       line_buf_.append(p, n);
     }
-    index_ += static_cast<int>(n);
+    in_.advance(static_cast<int>(n));
     consumed_ += static_cast<std::int64_t>(n);
     if (q < end) {
       (*q == lf ? lf_seen_ : cr_seen_) = true;
       end_of_line_ = true;
-      ++index_;
+      in_.advance(1);
       ++consumed_;
       break;
     }
@@ -256,14 +248,14 @@ bool xtext_format::read_line_view(std::string_view& s, bool advance) {
   // two and the first byte of the next line, which is no break. What this
   // does is exactly what take_line and the break below do for it.
   if (advance && mode_ == xstream_read && !end_of_line_ && !end_of_text_) {
-    const char* const p = buffer_.get() + index_;
-    const char* const end = buffer_.get() + fill_;
+    const char* const p = next();
+    const char* const end = p + in_.span();
     const char* const q = find_line_break(p, end);
     if (end - q >= 3) {
       const int taken = q[1] == (*q == lf ? cr : lf) ? 2 : 1;
       if (q[taken] != lf && q[taken] != cr) {
         const auto n = static_cast<int>(q + taken - p);
-        index_ += n;
+        in_.advance(n);
         consumed_ += n;
         ++line_;
         s = std::string_view(p, static_cast<std::size_t>(q - p));
@@ -274,20 +266,20 @@ bool xtext_format::read_line_view(std::string_view& s, bool advance) {
   take_line(s);
   if (advance) {
     // next_line may refill the buffer that `s` points into.
-    if (!s.empty() && s.data() != line_buf_.data() && fill_ - index_ < next_line_lookahead) {
+    if (!s.empty() && s.data() != line_buf_.data() && in_.span() < next_line_lookahead) {
       line_buf_.assign(s);
       s = line_buf_;
     }
     // The usual break (one CR, LF, CR LF or LF CR, then a character) handled
     // in place, with exactly the steps next_line takes for it.
     if (mode_ == xstream_read && end_of_line_ && !end_of_text_ && lf_seen_ != cr_seen_ &&
-        fill_ - index_ >= 2) {
-      const char* p = buffer_.get() + index_;
+        in_.span() >= 2) {
+      const char* p = next();
       const char other = lf_seen_ ? cr : lf;
       int taken = 0;
       if (p[0] == other) taken = 1;
       if (p[taken] != lf && p[taken] != cr) {
-        index_ += taken;
+        in_.advance(taken);
         consumed_ += taken;
         end_of_line_ = lf_seen_ = cr_seen_ = false;
         ++line_;

@@ -1,6 +1,7 @@
 // xtext_format: the library's line-oriented text reader and writer.
 //
-// Reading takes the stream in blocks of 4 MiB and hands out, layer by layer:
+// Reading takes the stream in blocks of 4 MiB (an xblock_buffer, one read of
+// the stream per block) and hands out, layer by layer:
 // bytes; symbols (the characters of the current line); lines; tokens; numbers
 // and delimited strings. Writing puts strings and CR LF line breaks.
 //
@@ -38,7 +39,6 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,6 +46,7 @@
 #include "core/xexport.h"
 #include "core/xstr.h"
 #include "formats/xformat.h"
+#include "streams/xblock_buffer.h"
 
 namespace xum {
 
@@ -148,10 +149,11 @@ class XUM_API xtext_format : public xformat {
     return char_tokens_set_ && char_tokens_[static_cast<unsigned char>(c)];
   }
 
+  // The unread bytes of the read block.
+  const char* next() noexcept { return reinterpret_cast<const char*>(in_.cursor()); }
+
   std::int64_t consumed_ = 0;
-  std::int64_t fill_ = 0;
   std::int64_t unused_counter_ = 0;  // zeroed by close; read by nothing here
-  int index_ = 0;
   int line_ = 1;
   bool end_of_text_ = false;
   bool end_of_line_ = false;
@@ -159,7 +161,7 @@ class XUM_API xtext_format : public xformat {
   bool cr_seen_ = false;
   bool comma_ = true;
   bool char_tokens_set_ = false;
-  std::unique_ptr<char[]> buffer_;
+  xblock_buffer in_{read_block};
   std::string line_buf_;
   std::string token_buf_;
   std::array<bool, 256> char_tokens_{};

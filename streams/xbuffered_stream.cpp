@@ -1,14 +1,11 @@
 #include "streams/xbuffered_stream.h"
 
-#include <algorithm>
-#include <cstring>
-
 #include "core/xexception.h"
 
 namespace xum {
 
 xbuffered_stream::xbuffered_stream(xstream& inner, bool owns, int size)
-    : inner_(&inner), owns_(owns), block_(static_cast<std::size_t>(size < 1 ? 1 : size)) {
+    : inner_(&inner), owns_(owns), block_(size) {
   mode_ = inner.mode();
 }
 
@@ -22,43 +19,14 @@ xbuffered_stream::~xbuffered_stream() {
 xstr xbuffered_stream::description() const { return inner_ ? inner_->description() : xstr(); }
 
 void xbuffered_stream::flush() {
-  if (pending_ == 0 || inner_ == nullptr) return;
-  const int n = pending_;
-  pending_ = 0;
-  inner_->write_buffer(block_.data(), n);
-}
-
-void xbuffered_stream::drop_read_ahead() {
-  // The inner stream stands after the read-ahead: step back to the
-  // caller's position.
-  if (read_len_ > read_pos_) inner_->seek(read_pos_ - read_len_, xseek_current);
-  read_pos_ = read_len_ = 0;
+  if (inner_ != nullptr) block_.flush(*inner_);
 }
 
 int xbuffered_stream::read(void* buffer, int count) {
   if (inner_ == nullptr) return 0;
   if (count < 0) throw xexception(xexception::out_of_range);
   flush();
-  char* out = static_cast<char*>(buffer);
-  int done = 0;
-  while (done < count) {
-    if (read_pos_ == read_len_) {
-      read_pos_ = read_len_ = 0;
-      const int want = count - done;
-      if (want >= static_cast<int>(block_.size())) {  // large reads go straight through
-        const int n = inner_->read(out + done, want);
-        return done + std::max(n, 0);
-      }
-      const int n = inner_->read(block_.data(), static_cast<int>(block_.size()));
-      if (n <= 0) break;
-      read_len_ = n;
-    }
-    const int n = std::min(read_len_ - read_pos_, count - done);
-    std::memcpy(out + done, block_.data() + read_pos_, static_cast<std::size_t>(n));
-    read_pos_ += n;
-    done += n;
-  }
-  return done;
+  return block_.read(*inner_, buffer, count);
 }
 
 int xbuffered_stream::write(const void* buffer, int count) {
@@ -66,11 +34,16 @@ int xbuffered_stream::write(const void* buffer, int count) {
   // into the block could otherwise be lost when it is passed on.
   if (inner_ == nullptr || !(mode_ & xstream_write)) throw xexception(xexception::not_supported);
   if (count < 0) throw xexception(xexception::out_of_range);
-  drop_read_ahead();
-  if (pending_ + count > static_cast<int>(block_.size())) flush();
-  if (count >= static_cast<int>(block_.size())) return inner_->write(buffer, count);
-  std::memcpy(block_.data() + pending_, buffer, static_cast<std::size_t>(count));
-  pending_ += count;
+  // The inner stream stands after the read-ahead: back to the caller's
+  // position first.
+  block_.give_back(*inner_);
+  if (count >= block_.capacity()) {
+    // Larger than the block: straight through, with the inner stream's own
+    // count.
+    block_.flush(*inner_);
+    return inner_->write(buffer, count);
+  }
+  block_.write(*inner_, buffer, count);
   return count;
 }
 
@@ -81,17 +54,17 @@ std::int64_t xbuffered_stream::seek(std::int64_t offset, xseek_origin origin) {
     // passing the block on, so that noting positions between small writes
     // (an archive does it for every member) keeps the writes gathered.
     const std::int64_t inner = inner_->seek(0, xseek_current);
-    return inner < 0 ? inner : inner + pending_ - (read_len_ - read_pos_);
+    return inner < 0 ? inner : inner + block_.pending() - block_.read_ahead();
   }
   flush();
-  drop_read_ahead();
+  block_.give_back(*inner_);
   return inner_->seek(offset, origin);
 }
 
 void xbuffered_stream::set_size(std::int64_t size) {
   if (inner_ == nullptr) throw xexception(xexception::not_supported);
   flush();
-  drop_read_ahead();
+  block_.give_back(*inner_);
   inner_->set_size(size);
 }
 
@@ -106,7 +79,7 @@ void xbuffered_stream::close() {
     throw;
   }
   inner_ = nullptr;
-  read_pos_ = read_len_ = 0;
+  block_.reset();
   if (owns_) delete inner;
 }
 

@@ -1,6 +1,7 @@
-// A stream that gathers small transfers into large ones: writes collect in
-// a block that goes to the inner stream when full (or on a seek that moves,
-// a read and close), and reads fill the block with one large read. Layered under an
+// A stream that gathers small transfers into large ones (an xblock_buffer):
+// writes collect in a block that goes to the inner stream when full (or on
+// a seek that moves, a read and close), and reads fill the block with one
+// large read. Layered under an
 // XOR stream, which works in 4 KiB chunks, it turns thousands of small file
 // calls into a few large ones; the bytes that reach the file are the same.
 //
@@ -14,9 +15,8 @@
 #ifndef XUM_STREAMS_XBUFFERED_STREAM_H
 #define XUM_STREAMS_XBUFFERED_STREAM_H
 
-#include <vector>
-
 #include "core/xexport.h"
+#include "streams/xblock_buffer.h"
 #include "streams/xstream.h"
 
 namespace xum {
@@ -40,14 +40,9 @@ class XUM_API xbuffered_stream final : public xstream {
   void flush();
 
  private:
-  void drop_read_ahead();
-
   xstream* inner_;
   bool owns_;
-  std::vector<char> block_;
-  int pending_ = 0;     // bytes written into the block, not yet passed on
-  int read_pos_ = 0;    // next byte of the read-ahead
-  int read_len_ = 0;    // bytes of read-ahead in the block
+  xblock_buffer block_;
 };
 
 }  // namespace xum

@@ -4,6 +4,10 @@
 // Whatever it holds that the wrapped stream has not seen yet, or has read
 // ahead of the reader, is settled before the direction changes, on a seek or
 // tell, and on sync().
+// Its blocks are the std::streambuf's own get and put areas rather than an
+// xblock_buffer: the standard streams read and move those pointers inline
+// (sputc, sgetc), and a short write here keeps the unwritten bytes for a
+// later flush, where xblock_buffer forgets them.
 #include <algorithm>
 #include <climits>
 #include <cstring>
