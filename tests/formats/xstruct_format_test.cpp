@@ -73,24 +73,6 @@ TEST_F(XstructFormat, ReadsTheTreeAndWritesItBackByteForByte) {
   EXPECT_EQ(save(), layout);
 }
 
-TEST_F(XstructFormat, WritingDescribesTheSameTree) {
-  xmemory_stream m;
-  f_.open_stream(m, xstream_write, false);
-  f_.identifier("MainLayout");
-  f_.str_prop("Width", "100", "0", false);
-  f_.str_prop("Height", "0", "0", false);  // equal to its default: not stored
-  f_.begin_section("Panel");
-  f_.str_prop("Left", "10", "", false);
-  f_.begin_section("");
-  f_.str_prop("", "first", "first", false);  // anonymous values are always stored
-  f_.end_section();
-  EXPECT_TRUE(f_.get_keys_left());
-  f_.end_section();
-  f_.close();
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(m.data()), m.size()), layout);
-  EXPECT_EQ(f_.label_count(), 0);  // a close after writing discards the contents
-}
-
 TEST_F(XstructFormat, ValueSyntax) {
   load(
       "Name = x\n"
