@@ -98,7 +98,6 @@ TEST(XdateTest, SteppingKeepsMonthEndsAndYearLimits) {
 }
 
 TEST(XdateTest, NamesComeFromTheCatalogueAndFollowATranslation) {
-  EXPECT_EQ(xdate(2024, 2, 1).month_name(), "Febrary");
   EXPECT_EQ(xdate(2024, 1, 1).day_name(), "Monday");  // day number divisible by 7
   const xum::xstr saved = xum::msg::MonthNames.text;
   xum::msg::MonthNames.text = "Januar Februar März";

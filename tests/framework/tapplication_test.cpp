@@ -58,20 +58,6 @@ TEST(ModalForms, ScriptedBackendPressesButtonsByName) {
   EXPECT_FALSE(d.form->Visible());  // hidden again, even after the throw
 }
 
-TEST(Dialogs, ExecuteFillsFileNameAndFiles) {
-  xscripted_backend ui;
-  xui_backend_scope use(ui);
-  TOpenDialog open(nullptr);
-  open.SetTitle(u"Open project");
-  ui.queue_files({u"/tmp/a.prj", u"/tmp/b.prj"});
-  ui.queue_files({});
-  EXPECT_TRUE(open.Execute());
-  EXPECT_EQ(open.FileName(), u"/tmp/a.prj");
-  EXPECT_EQ(open.Files().Count(), 2);
-  EXPECT_FALSE(open.Execute());
-  EXPECT_EQ(ui.dialogs(), (std::vector<UnicodeString>{u"Open project", u"Open project"}));
-}
-
 class counting_thread : public TThread {
  public:
   counting_thread(std::atomic<int>& in_main, int calls) : in_main_(in_main), calls_(calls) {}

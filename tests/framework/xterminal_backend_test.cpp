@@ -130,7 +130,6 @@ TEST_F(XTerminalBackend, ComboBoxesOfferTheirItems) {
     int size_index;
   } rows[] = {
       {"3\nl\n\n", u"blue", 2, 1},         // by number, by the start of a label
-      {"\n\n\n", u"blue", 2, 1},           // empty answers keep what is there
       {"GR\nhuge\n1\n\n", u"green", 1, 0},  // a list box asks again for no item
       {"teal\n\n\n", u"teal", -1, 0},      // an editable combo box takes any text
   };
