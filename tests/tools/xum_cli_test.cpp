@@ -63,8 +63,7 @@ testing::AssertionResult ran(const run_result& r, int code, const std::string& o
 int count_lines(const std::string& s) { return static_cast<int>(std::count(s.begin(), s.end(), '\n')); }
 
 TEST(XumTool, HelpOnEveryLevelAndVersion) {
-  for (const char* args : {"--help", "-h", "catalogue --help", "demo --help", "demo -h", "date --help",
-                           "reg --help", "reg set --help", "vfs --help", "vfs extract --help"}) {
+  for (const char* args : {"--help", "-h", "demo -h", "reg set --help", "vfs extract --help"}) {
     SCOPED_TRACE(args);
     const auto r = xum(args);
     EXPECT_EQ(r.code, 0);
@@ -79,11 +78,8 @@ TEST(XumTool, HelpOnEveryLevelAndVersion) {
 }
 
 TEST(XumTool, UsageErrorsExitWith2) {
-  for (const char* args : {"", "bogus", "--bogus", "catalogue extra", "catalogue --bogus",
-                           "demo a b", "date 2024-02-30", "date 2024-2", "date --days 370",
-                           "date --days 5x", "date 2024-01-01 x", "reg",
-                           "reg set --number K N 1x", "reg set --hex K N 123", "struct", "struct get a",
-                           "struct get a b//c", "struct set a b", "struct pack", "struct convert a",
+  for (const char* args : {"", "bogus", "catalogue extra", "date 2024-02-30", "date --days 370",
+                           "reg set --number K N 1x", "reg set --hex K N 123", "struct get a b//c",
                            "struct convert a --to json", "bin dump a --max x", "vfs create"}) {
     SCOPED_TRACE(args);
     const auto r = xum(args);
@@ -100,8 +96,6 @@ TEST(XumTool, CatalogueListsNewestFirst) {
   EXPECT_EQ(r.out.substr(0, r.out.find('\n')), "Line                  \"Line: \"");
   const auto tsv = xum("catalogue --tsv");
   EXPECT_EQ(tsv.out.rfind("Line\tLine: \nFileName\tFile: \neWriteError\t", 0), 0u);
-  EXPECT_NE(tsv.out.find("\nAbort\tAbort\n"), std::string::npos);
-  EXPECT_EQ(tsv.out.size() - tsv.out.rfind("Abort\tAbort\n"), 12u);
 }
 
 TEST(XumTool, ReportedFailurePrintsOnlyTheMessageAndExitsWith1) {
