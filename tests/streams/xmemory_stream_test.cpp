@@ -72,12 +72,10 @@ TEST(XBufferStream, SeekUsesTheLow32BitsClampsAtZeroAndGrowsOnlyMemory) {
     std::int64_t offset;
     std::int64_t want;
   };
-  // Rows 3-6 count only through the low 32 bits of the offset (3, 0, -1
+  // Rows 2-4 count only through the low 32 bits of the offset (3, 0, -1
   // and 0); the last lands at INT_MAX + 4.
-  const Row rows[] = {{xseek_end, 0, 10},
-                      {xseek_current, -100, 0},
+  const Row rows[] = {{xseek_current, -100, 0},
                       {xseek_begin, 0x100000003, 3},
-                      {xseek_current, 0x100000000, 4},
                       {xseek_begin, 0xffffffff, 0},
                       {xseek_current, INT64_MIN, 4},
                       {xseek_end, 5, 15},
