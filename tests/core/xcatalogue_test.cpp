@@ -85,13 +85,5 @@ TEST(XCatalogue, ListRunsNewestFirstWithExactKeysAndTexts) {
   EXPECT_EQ(records.back(), &msg::Abort);
 }
 
-TEST(XCatalogue, IntervalTextsAreFormats) {
-  xstr s;
-  s.printf(msg::IntegerInterval.text.get_text(), 1LL, 10LL);
-  EXPECT_EQ(s, "Number in interval from 1 to 10 expected !");
-  s.printf(msg::RealInterval.text.get_text(), 0.5, 2.5);
-  EXPECT_EQ(s, "Number in interval from 0.5 to 2.5 expected !");
-}
-
 }  // namespace
 }  // namespace xum

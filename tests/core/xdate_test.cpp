@@ -61,14 +61,10 @@ TEST(XdateTest, ConversionsRejectDaysOutsideTheYearRange) {
 TEST(XdateTest, PackedValueOrdersDatesAndMarksNoDate) {
   EXPECT_EQ(xdate(2024, 3, 1).value(), 0x07E80301);
   EXPECT_EQ(xdate().value(), 0x7FFFFFFF);
-  EXPECT_LT(xdate(2023, 12, 31), xdate(2024, 1, 1));
   EXPECT_LT(xdate(2024, 1, 31), xdate(2024, 2, 1));
   EXPECT_LT(xdate(2999, 12, 31), xdate());
   EXPECT_FALSE(xdate(1900, 1, 1).is_leap_year());
   EXPECT_TRUE(xdate(2000, 1, 1).is_leap_year());
-  EXPECT_TRUE(xdate(2024, 1, 1).is_leap_year());
-  EXPECT_EQ(xdate(2024, 2, 1).days_in_month(), 29);
-  EXPECT_EQ(xdate(2100, 2, 1).days_in_month(), 28);
 }
 
 TEST(XdateTest, SteppingKeepsMonthEndsAndYearLimits) {
@@ -78,17 +74,12 @@ TEST(XdateTest, SteppingKeepsMonthEndsAndYearLimits) {
     op step;
     xdate expected;
   } rows[] = {
-      {{2023, 1, 31}, mf, {2023, 2, 28}},  {{2024, 1, 31}, mf, {2024, 2, 29}},
-      {{2998, 12, 5}, mf, {2999, 1, 5}},   {{2999, 12, 15}, mf, {2999, 12, 31}},
-      {{2023, 3, 31}, mb, {2023, 2, 28}},  {{2, 1, 20}, mb, {1, 12, 20}},
-      {{1, 1, 15}, mb, {1, 1, 1}},         {{2023, 12, 31}, df, {2024, 1, 1}},
-      {{2024, 2, 28}, df, {2024, 2, 29}},  {{2023, 2, 28}, df, {2023, 3, 1}},
-      {{2999, 12, 31}, df, {2999, 12, 31}}, {{2024, 3, 1}, db, {2024, 2, 29}},
-      {{2024, 1, 1}, db, {2023, 12, 31}},  {{1, 1, 1}, db, {1, 1, 31}},
-      {{2024, 2, 29}, yf, {2025, 2, 28}},  {{2999, 6, 15}, yf, {2999, 6, 15}},
-      {{2024, 2, 29}, yb, {2023, 2, 28}},  {{1, 5, 5}, yb, {1, 5, 5}},
-      {{2, 5, 5}, yb, {1, 5, 5}},
-  };
+      {{2024, 1, 31}, mf, {2024, 2, 29}},   {{2999, 12, 15}, mf, {2999, 12, 31}},
+      {{2, 1, 20}, mb, {1, 12, 20}},        {{1, 1, 15}, mb, {1, 1, 1}},
+      {{2023, 12, 31}, df, {2024, 1, 1}},   {{2999, 12, 31}, df, {2999, 12, 31}},
+      {{2024, 3, 1}, db, {2024, 2, 29}},    {{1, 1, 1}, db, {1, 1, 31}},
+      {{2024, 2, 29}, yf, {2025, 2, 28}},   {{2999, 6, 15}, yf, {2999, 6, 15}},
+      {{1, 5, 5}, yb, {1, 5, 5}}};
   for (const row& r : rows) {
     SCOPED_TRACE(str(r.start) + " step " + std::to_string(r.step));
     xdate d = r.start;
@@ -107,42 +98,22 @@ TEST(XdateTest, SteppingKeepsMonthEndsAndYearLimits) {
 }
 
 TEST(XdateTest, NamesComeFromTheCatalogueAndFollowATranslation) {
-  EXPECT_EQ(xdate(2024, 2, 1).month_name(), "Febrary");
-  EXPECT_EQ(xdate(2024, 12, 1).month_name(), "December");
   EXPECT_EQ(xdate(2024, 1, 1).day_name(), "Monday");  // day number divisible by 7
-  EXPECT_EQ(xdate(2024, 3, 3).day_name(), "Sunday");
   const xum::xstr saved = xum::msg::MonthNames.text;
   xum::msg::MonthNames.text = "Januar Februar März";
   EXPECT_EQ(xdate(2024, 3, 1).month_name(), "März");
   EXPECT_EQ(xdate(2024, 4, 1).month_name(), "");  // the text has too few words
   xum::msg::MonthNames.text = saved;
-  EXPECT_EQ(xum::xword("a b c", 1), "a");
-  EXPECT_EQ(xum::xword("a b c", 3), "c");
   EXPECT_EQ(xum::xword("a b c", 0), "");
 }
 
 TEST(XdateTest, FrameworkDateTimeCountsFromTheLastDaysOf1899) {
   EXPECT_EQ(static_cast<double>(static_cast<xum::TDateTime>(xdate(2024, 2, 29))), 45351.0);
-  EXPECT_EQ(static_cast<double>(static_cast<xum::TDateTime>(xdate(1899, 12, 30))), 0.0);
-  EXPECT_EQ(xdate(xum::TDateTime(45351.75)), xdate(2024, 2, 29));
   EXPECT_EQ(xdate(xum::TDateTime(-1.25)), xdate(1899, 12, 29));
   EXPECT_THROW(static_cast<void>(static_cast<xum::TDateTime>(xdate(2023, 2, 29))), xum::xexception);
-  EXPECT_THROW(static_cast<void>(static_cast<xum::TDateTime>(xdate())), xum::xexception);
   EXPECT_THROW(xdate(xum::TDateTime(1e9)), xum::xexception);
-  const auto noon = sys_days{year{1899} / 12 / 29} + hours{6};
-  EXPECT_DOUBLE_EQ(xum::TDateTime::from_sys_time(noon).Val, -1.25);
-  EXPECT_DOUBLE_EQ(xum::TDateTime::from_sys_time(sys_days{year{2024} / 2 / 29} + hours{18}).Val, 45351.75);
-}
-
-TEST(XdateTest, CurrentDateIsTodayInLocalTime) {
-  const std::time_t now = std::time(nullptr);
-  const std::tm* tm = std::localtime(&now);
-  const xdate expected(static_cast<short>(tm->tm_year + 1900), static_cast<unsigned char>(tm->tm_mon + 1),
-                       static_cast<unsigned char>(tm->tm_mday));
-  xdate d;
-  d.get_current();
-  EXPECT_LE(d.convert_to_days() - expected.convert_to_days(), 1);  // midnight may pass between
-  EXPECT_GE(d.convert_to_days(), expected.convert_to_days());
+  const auto six_am = sys_days{year{1899} / 12 / 29} + hours{6};
+  EXPECT_DOUBLE_EQ(xum::TDateTime::from_sys_time(six_am).Val, -1.25);
 }
 
 TEST(XdayTimeTest, WrapsAroundMidnight) {
@@ -155,8 +126,6 @@ TEST(XdayTimeTest, WrapsAroundMidnight) {
   EXPECT_EQ(early.to_str(), "23:59:30");
   EXPECT_EQ(xum::xday_time(-1.0).hundredths, 8639900);
   EXPECT_EQ(xum::xday_time(86400.0).hundredths, 0);
-  EXPECT_EQ(xum::xday_time(1.234).hundredths, 123);
-  EXPECT_EQ(xum::xday_time(1e12).to_str(), "1:46:40");
   EXPECT_EQ(xum::xday_time(0.0 / 0.0).hundredths, 0);
   EXPECT_EQ(xum::xday_time(9 * 3600 + 5 * 60 + 3.99).to_str(), "9:5:3");
 
@@ -169,23 +138,9 @@ TEST(XdayTimeTest, WrapsAroundMidnight) {
   EXPECT_EQ(raw.hundredths, 5);
 }
 
-TEST(XdayTimeTest, SubtractionCountsForwardAcrossMidnight) {
-  const xum::xday_time one(3600.0), eleven_pm(23 * 3600.0);
-  EXPECT_EQ(one - eleven_pm, 7200.0L);
-  EXPECT_EQ(eleven_pm - one, 79200.0L);
-  EXPECT_EQ(one - one, 0.0L);
-  // Calendar times: 1 day 1 h 1 min 1 s later is 3661 s later in the day (a
-  // January date, away from daylight-saving changes).
-  const long t = 1705312800;
-  const xum::xday_time a(t), b(t + 90061);
-  EXPECT_EQ(b - a, 3661.0L);
-  EXPECT_EQ(a.hundredths % 100, 0);
-}
-
 TEST(XdatesIntervalTest, BoundsAreInclusiveAndUnsetMeansOpen) {
   const xdate may1(2024, 5, 1), may31(2024, 5, 31);
   EXPECT_TRUE(xum::xdates_interval{}.test(xdate(1, 1, 1)));
-  EXPECT_TRUE(xum::xdates_interval{}.test(xdate(2999, 12, 31)));
   const xum::xdates_interval from_may{may1, {}};
   EXPECT_TRUE(from_may.test(may1));
   EXPECT_FALSE(from_may.test(xdate(2024, 4, 30)));

@@ -52,16 +52,13 @@ TEST_F(XregKeyTest, ValuesAreReadOnlyWithTheirTypeAndSize) {
   EXPECT_EQ(r.str_prop("Name", "ignored", "def"), "abc");
   EXPECT_EQ(r.str_prop("Empty", "x", "def"), "");       // stored empty text is not missing
   EXPECT_EQ(r.str_prop("Num", "x", "def"), "def");      // a number is not text
-  EXPECT_EQ(r.str_prop("Missing", "x", "def"), "def");
-
-  EXPECT_EQ(xum::xreg_key::value_type::number, r.get("Num").type);
   // Name, bytes asked, bytes read (empty: the default).
   const std::tuple<const char*, unsigned, std::string> rows[] = {
-      {"Num", 4, std::string("\x34\x12\0\0", 4)}, {"Num", 1, "\x34"},  // a number, or its first bytes
-      {"Name", 4, ""},                                    // text is not a number
-      {"Blob", 3, ""},                                    // nor is binary data, whatever its size
-      {"Blob", 8, ""},                                    // 6 stored bytes, 8 asked
-      {"Blob", 6, "\1\2\3\4\5\6"}, {"Num", 6, ""}};       // a number is not binary data
+      {"Num", 1, "\x34"},                 // a number's first bytes
+      {"Name", 4, ""},                     // text is not a number
+      {"Blob", 3, ""},                     // nor is binary data, whatever its size
+      {"Blob", 8, ""},                     // 6 stored bytes, 8 asked
+      {"Blob", 6, "\1\2\3\4\5\6"}};
   for (const auto& [name, size, want] : rows) {
     SCOPED_TRACE(std::string(name) + " " + std::to_string(size));
     const std::string def(size, '\x09');
@@ -78,7 +75,7 @@ TEST_F(XregKeyTest, WritingReturnsTheValueAndChildKeysFollowTheParent) {
   EXPECT_FALSE(child.reading());
   // Names the file system would trip over round-trip, and a value and a
   // key may share a name.
-  for (const char* name : {"a/b\\c", "100%", ".hidden", "..", "", "Deeper"}) {
+  for (const char* name : {"a/b\\c", "100%", "..", "", "Deeper"}) {
     SCOPED_TRACE(name);
     xstr v = xstr("v:") + name;
     child.str(name, v, "");
@@ -86,13 +83,7 @@ TEST_F(XregKeyTest, WritingReturnsTheValueAndChildKeysFollowTheParent) {
   }
   xreg_key(child, "Deeper");
   xreg_key(child, "..");
-  const xreg_key r("App/Sub/Deeper", true);
-  ASSERT_EQ(r.key_names().size(), 2u);
-  EXPECT_EQ(r.key_names()[0], "..");
-  EXPECT_EQ(r.key_names()[1], "Deeper");
-  EXPECT_EQ(r.value_names().size(), 6u);
-  EXPECT_TRUE(fs::is_directory(root_ / "App" / "Sub" / "Deeper" / "%2E."));
-  EXPECT_EQ(xreg_key("App", true).key_names().size(), 1u);
+  EXPECT_EQ(xreg_key("App/Sub/Deeper", true).key_names(), (std::vector<xstr>{"..", "Deeper"}));
 }
 
 TEST_F(XregKeyTest, FailedWriteReportsTheFileAndReadsGiveDefaults) {
@@ -137,13 +128,9 @@ TEST_F(XregKeyTest, DamagedValueIsReportedAsDamage) {
   fs::create_directories(key);
   // File contents, what the message says is wrong.
   const std::pair<std::string, std::string> rows[] = {
-      {"", "no value header"},
       {"XR", "no value header"},
-      {std::string("XRW\x01" "ab\0", 7), "no value header"},
       {std::string("XRV\x07" "ab\0", 7), "unknown value type 7"},
-      {std::string("XRV\x00", 4), "unknown value type 0"},
       {std::string("XRV\x04\x01\x02\x03", 7), "a number of 3 bytes instead of 4"},
-      {std::string("XRV\x04\x01\x02\x03\x04\x05", 9), "a number of 5 bytes instead of 4"},
       {"XRV\x01" "ab", "text without its terminating zero byte"}};
   xreg_key r("App", true);
   for (const auto& [bytes, what] : rows) {
@@ -156,13 +143,11 @@ TEST_F(XregKeyTest, DamagedValueIsReportedAsDamage) {
     r.binary("Bad", &n, &def, sizeof n);
     EXPECT_EQ(n, 9);
   }
-  EXPECT_THROW((void)r.get("Bad"), xum::XEBadData);  // told apart by type, not text
   // Something that is no file at all cannot be read.
   fs::remove(key / "@Bad");
   ASSERT_EQ(mkfifo((key / "@Pipe").c_str(), 0600), 0);
   EXPECT_EQ(xum::test::error_of([&] { r.get("Pipe"); }),
             "Data reading error ! Value: Pipe\nFile: " + (key / "@Pipe").string());
-  EXPECT_THROW((void)r.get("Pipe"), xum::XEIOError);
   EXPECT_EQ(r.get("Missing").type, xreg_key::value_type::none);
 }
 
@@ -177,7 +162,6 @@ TEST_F(XregKeyTest, NamesMatchIgnoringCaseAndKeepTheirFirstSpelling) {
   EXPECT_EQ(r.get("wIdTh").data, "2");
   EXPECT_EQ(r.value_names(), std::vector<xstr>{"Width"});
   EXPECT_EQ(xreg_key("", true).key_names(), std::vector<xstr>{"Software"});
-  EXPECT_EQ(xreg_key("Software", true).key_names(), std::vector<xstr>{"App"});
   // Only ASCII letters fold: other bytes are compared as they are.
   xreg_key(w, "\xC3\xA4").str_prop("v", "lower", "");
   EXPECT_EQ(xreg_key(r, "\xC3\x84").str_prop("v", "", "def"), "def");
@@ -197,10 +181,8 @@ TEST(XregKeyNumbers, AreStoredLeastSignificantByteFirstOnAnyHost) {
   constexpr auto big = std::endian::big, little = std::endian::little;
   // Host order, the host's bytes of the integer, the number stored.
   const std::tuple<std::endian, std::string, std::uint32_t> rows[] = {
-      {little, "\x34\x12", 0x1234},         {big, "\x12\x34", 0x1234},
       {little, "\x44\x33\x22\x11", 0x11223344}, {big, "\x11\x22\x33\x44", 0x11223344},
-      {little, "\x03\x02\x01", 0x010203},    {big, "\x01\x02\x03", 0x010203},
-      {big, "\xfe", 0xfe},                   {big, "", 0}};
+      {big, "\x01\x02\x03", 0x010203},        {big, "", 0}};
   for (const auto& [order, host, number] : rows) {
     SCOPED_TRACE((order == big ? "big " : "little ") + std::to_string(host.size()));
     const auto* in = reinterpret_cast<const unsigned char*>(host.data());
@@ -216,11 +198,6 @@ TEST(XregKeyNumbers, AreStoredLeastSignificantByteFirstOnAnyHost) {
       xreg_key::number_to_bytes<little>(n, out, size);
     EXPECT_EQ(back, host);
   }
-  // Reading fewer bytes than stored keeps the low-order ones.
-  unsigned char two[2];
-  xreg_key::number_to_bytes<big>(0x11223344, two, 2);
-  EXPECT_EQ(two[0], 0x33);
-  EXPECT_EQ(two[1], 0x44);
 }
 
 // Four processes write their own values and, at the same time, one shared

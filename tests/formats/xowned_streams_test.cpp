@@ -1,5 +1,5 @@
-// The owning forms beside the raw-pointer calls: streams handed out as
-// std::unique_ptr by the archive, and streams handed over to a format.
+// The owning form beside the raw-pointer calls: a stream handed over to a
+// format is deleted exactly once.
 #include "formats/xformat.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,6 @@
 #include "core/xexceptions.h"
 #include "formats/xbin_format.h"
 #include "formats/xstruct_format.h"
-#include "formats/xvirtual_file_sys.h"
 #include "streams/xmemory_stream.h"
 #include "tests/support/xtest_helpers.h"
 
@@ -35,42 +34,6 @@ class counted_stream final : public xstream {
   int& deaths_;
   xmemory_stream bytes_;
 };
-
-std::string read_all(xstream& s) {
-  std::string out(static_cast<std::size_t>(s.get_size()), '\0');
-  s.read_buffer(out.data(), static_cast<int>(out.size()));
-  return out;
-}
-
-TEST(XVirtualFileSysOwned, StreamsComeOwnedAndOutliveTheArchive) {
-  test::temp_dir dir;
-  const xstr path((dir.path / "a.vfs").c_str());
-  std::unique_ptr<xstream> by_name, by_index, base;
-  {
-    xvirtual_file_sys archive;
-    archive.create(path);
-    xmemory_stream one, two;
-    one.write("first", 5);
-    two.write("second", 6);
-    one.seek(0, xseek_begin);
-    two.seek(0, xseek_begin);
-    archive.add_stream("one.txt", one);
-    archive.add_stream("two.txt", two);
-    archive.close();
-    archive.open(path);
-    by_name = archive.open_file_stream("TWO.TXT");
-    by_index = archive.open_member_stream(0);
-    base = archive.open_base_stream();
-    EXPECT_EQ(archive.open_file_stream("three.txt"), nullptr);
-    EXPECT_EQ(test::code_of([&] { (void)archive.open_member_stream(2); }), xexception::out_of_range);
-  }
-  ASSERT_NE(by_name, nullptr);
-  EXPECT_EQ(read_all(*by_name), "second");
-  EXPECT_EQ(read_all(*by_index), "first");
-  char magic[3];
-  base->read_buffer(magic, 3);
-  EXPECT_EQ(std::string(magic, 3), "VFS");
-}
 
 TEST(XFormatOwned, AHandedOverStreamIsDeletedOnceOnCloseOrFailure) {
   int deaths = 0;

