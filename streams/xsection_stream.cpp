@@ -38,6 +38,10 @@ int xsection_stream::read(void* buffer, int count) {
 
 int xsection_stream::write(const void* buffer, int count) {
   if (count < 0) throw xexception(xexception::out_of_range);
+  // An empty write still reaches the stream below, so that a stream that
+  // may not be written refuses it here as it would any other write (the
+  // buffered std::iostream adapter probes with one before it gathers).
+  if (count == 0) return stream_->write(buffer, 0);
   const int n = static_cast<int>(std::min<std::int64_t>(count, size_ - position_));
   if (n == 0) return 0;
   const int done = stream_->write(buffer, n);

@@ -133,6 +133,8 @@ int xxor_stream::read(void* buffer, int count) {
 int xxor_stream::write(const void* buffer, int count) {
   if (count < 0) throw xexception(xexception::out_of_range);
   if (!stream_) return 0;
+  // See xsection_stream::write: an empty write is the stream's to refuse.
+  if (count == 0) return stream_->write(buffer, 0);
   const auto* in = static_cast<const unsigned char*>(buffer);
   int total = 0;
   for (int offset = 0; offset < count; offset += chunk_size) {
