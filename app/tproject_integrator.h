@@ -21,6 +21,11 @@
 // turns that persistence off. Store failures in the destructor are dropped
 // (a destructor never throws); LoadRecentsList reads what it can.
 //
+// Start clears the selector's choice before each showing, so a selector
+// closed without a choice means exit (the choice stays 0) rather than the
+// previous choice again. The chosen file's directory is not made the
+// process's current directory: the integrator names files by full path.
+//
 // Rebuilding the recent menu takes the old items out of RecentPopup at once
 // and destroys them at the next rebuild that does not come from a click on
 // one of them, so a click that reopens a project never destroys the item

@@ -35,9 +35,9 @@ int main(int argc, char** argv) {
   int failures = 0;
   {
     notes::NotesApp app(dir + "/notes.tsf", u"Software\\XUMComps\\Notes");
-    std::cout << "recent: " << app.Project->RecentList().size() << "\n";
     ui.queue_press({u"CreateNewBtn"});
     app.Start();
+    std::cout << "recent: " << app.Project->RecentList().size() << "\n";
     app.Editor->SetText(u"1200 along the river\n800 back\n");
     show("typed", app);
     ui.queue_files({xum::ToUnicode(xum::xstr(dir + "/trip.txt"))});
