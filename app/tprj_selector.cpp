@@ -49,7 +49,11 @@ TPrjSelectorFrm::TPrjSelectorFrm(TComponent* AOwner) : TFrame(AOwner) {
 
 void TPrjSelectorFrm::BtnClick(TObject* Sender) {
   if (auto* c = dynamic_cast<TComponent*>(Sender)) FChoice = static_cast<int>(c->Tag());
-  if (TCustomForm* form = ParentForm()) form->Close();
+  // The form that owns the frame; a frame placed on a form it does not
+  // belong to closes the form it is shown in.
+  auto* form = dynamic_cast<TCustomForm*>(Owner());
+  if (form == nullptr) form = ParentForm();
+  if (form != nullptr) form->Close();
 }
 
 void TPrjSelectorFrm::LastProjectsBoxCloseUp(TObject*) {

@@ -114,7 +114,7 @@ xstr DistanceText(double meters, bool rounded) {
     if (miles < 5) return real_text(unit_format("%.1lf", msg::yards), meters / meters_per_yard);
     return real_text(unit_format("%.2lf", msg::miles), miles);
   }
-  if (miles < 0.5) return int_text(unit_format("%i", msg::yards), std::trunc(meters / (meters_per_yard * 10)) * 10);
+  if (miles < 0.5) return int_text(unit_format("%i", msg::yards), std::trunc(meters / 9.144) * 10);
   return real_text(unit_format("%.1lf", msg::miles), miles);
 }
 

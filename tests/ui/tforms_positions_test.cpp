@@ -36,14 +36,16 @@ class FormsPositionsTest : public ::testing::Test {
 };
 
 TEST_F(FormsPositionsTest, WritesEveryValueEvenAtDefaultsButSizesOnlyForSizeableForms) {
-  TForm* main = new TForm(Application());
-  main->SetName(u"MainForm");
-  TForm* dialog = new TForm(Application());
-  dialog->SetName(u"AboutForm");
-  dialog->SetBorderStyle(bsDialog);
-  TForm* skipped = new TForm(Application());
-  skipped->SetName(u"Splash");
-  main->SetBounds(0, 0, 0, 0);
+  const auto form = [](const char16_t* name, TFormBorderStyle style) {
+    auto* f = new TForm(Application());
+    f->SetName(name);
+    f->SetBorderStyle(style);
+    f->SetBounds(0, 0, 0, 0);
+    return f;
+  };
+  TForm* main = form(u"MainForm", bsSizeable);
+  TForm* dialog = form(u"AboutForm", bsDialog);
+  TForm* skipped = form(u"Splash", bsSizeable);
   xmemory_stream m;
   xstruct_format f;
   f.open_stream(m, xstream_write, false);

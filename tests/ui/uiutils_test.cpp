@@ -190,11 +190,10 @@ TEST_F(UiTest, QueryStringKeepsTheValueUnlessOk) {
   EXPECT_EQ(value.str(), "old");
   UnicodeString seen;
   ui_.queue_form([&](TCustomForm& f) {
-    seen = f.Caption() + u"|" + dynamic_cast<TLabel*>(f.FindComponent(u"PromptLabel"))->Caption() + u"|" +
-           dynamic_cast<TEdit*>(f.FindComponent(u"ValueEdit"))->Text();
-    dynamic_cast<TEdit*>(f.FindComponent(u"ValueEdit"))->SetText(u"new");
-    xpress_button(f, u"OkBtn");
-    return mrNone;
+    auto* edit = dynamic_cast<TEdit*>(f.FindComponent(u"ValueEdit"));
+    seen = f.Caption() + u"|" + dynamic_cast<TLabel*>(f.FindComponent(u"PromptLabel"))->Caption() + u"|" + edit->Text();
+    edit->SetText(u"new");
+    return xpress_button(f, u"OkBtn");
   });
   EXPECT_TRUE(QueryString("Rename", "Name:", value));
   EXPECT_EQ(FromUnicode(seen).str(), "Rename|Name:|old");
