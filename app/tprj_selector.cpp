@@ -22,7 +22,8 @@ C* make(TPrjSelectorFrm* frame, const char16_t* name, const char16_t* caption) {
 TPrjSelectorFrm::TPrjSelectorFrm(TComponent* AOwner) : TFrame(AOwner) {
   // The frame is translated under its name; a second selector on the same
   // owner stays unnamed rather than failing.
-  if (AOwner == nullptr || AOwner->FindComponent(u"PrjSelectorFrm") == nullptr) SetName(u"PrjSelectorFrm");
+  if (AOwner == nullptr || AOwner->FindComponent(u"PrjSelectorFrm") == nullptr)
+    SetName(u"PrjSelectorFrm");
   SetBounds(0, 0, 360, 4 * row_height + margin);
   OpenLastLabel = make<TLabel>(this, u"OpenLastLabel", u"Open last project");
   OpenLastBtn = make<TButton>(this, u"OpenLastBtn", u"Open");
@@ -58,7 +59,8 @@ void TPrjSelectorFrm::BtnClick(TObject* Sender) {
 
 void TPrjSelectorFrm::LastProjectsBoxCloseUp(TObject*) {
   const int i = LastProjectsBox->ItemIndex();
-  if (i > 0 && static_cast<std::size_t>(i) < FPaths.size()) LastProjectsBox->SetHint(ToUnicode(FPaths[static_cast<std::size_t>(i)]));
+  if (i > 0 && static_cast<std::size_t>(i) < FPaths.size())
+    LastProjectsBox->SetHint(ToUnicode(FPaths[static_cast<std::size_t>(i)]));
 }
 
 }  // namespace xum

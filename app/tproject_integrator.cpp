@@ -35,10 +35,16 @@ void bind_localizer_row() {
     xbind_localizer_class(
         xlocalizer_class::project_integrator,
         [](const TComponent* c) { return dynamic_cast<const TProjectIntegrator*>(c) != nullptr; },
-        {{"@SaveQuest", [](TComponent* c) { return static_cast<TProjectIntegrator*>(c)->SaveQuest(); },
-          [](TComponent* c, const UnicodeString& v) { static_cast<TProjectIntegrator*>(c)->SetSaveQuest(v); }},
-         {"@Untitled", [](TComponent* c) { return static_cast<TProjectIntegrator*>(c)->Untitled(); },
-          [](TComponent* c, const UnicodeString& v) { static_cast<TProjectIntegrator*>(c)->SetUntitled(v); }}});
+        {{"@SaveQuest",
+          [](TComponent* c) { return static_cast<TProjectIntegrator*>(c)->SaveQuest(); },
+          [](TComponent* c, const UnicodeString& v) {
+            static_cast<TProjectIntegrator*>(c)->SetSaveQuest(v);
+          }},
+         {"@Untitled",
+          [](TComponent* c) { return static_cast<TProjectIntegrator*>(c)->Untitled(); },
+          [](TComponent* c, const UnicodeString& v) {
+            static_cast<TProjectIntegrator*>(c)->SetUntitled(v);
+          }}});
     return true;
   }();
   (void)bound;
@@ -46,10 +52,13 @@ void bind_localizer_row() {
 
 }  // namespace
 
-TProjectIntegrator::TProjectIntegrator(TComponent* AOwner) : TComponent(AOwner) { bind_localizer_row(); }
+TProjectIntegrator::TProjectIntegrator(TComponent* AOwner) : TComponent(AOwner) {
+  bind_localizer_row();
+}
 
 TProjectIntegrator::~TProjectIntegrator() {
-  if (FStorageSize != 0 && !(ComponentState() & csDesigning) && !FRegistryKey.empty() && !FRegistrySection.empty()) {
+  if (FStorageSize != 0 && !(ComponentState() & csDesigning) && !FRegistryKey.empty() &&
+      !FRegistrySection.empty()) {
     try {
       save_recents();
     } catch (...) {
@@ -128,7 +137,8 @@ bool TProjectIntegrator::CloseQuery() {
   bool result = true;
   if (OnTestChanges) OnTestChanges(this);
   if (FModified) {
-    switch (Application()->MessageBox(FromUnicode(FSaveQuest), xstr(), MB_YESNOCANCEL | MB_ICONQUESTION)) {
+    switch (Application()->MessageBox(FromUnicode(FSaveQuest), xstr(),
+                                      MB_YESNOCANCEL | MB_ICONQUESTION)) {
       case IDCANCEL:
         result = false;
         break;
@@ -203,9 +213,10 @@ bool TProjectIntegrator::OpenProject(const UnicodeString& name) {
 }
 
 void TProjectIntegrator::AddRecentFile() {
-  FRecent.erase(std::remove_if(FRecent.begin(), FRecent.end(),
-                               [&](const xstr& entry) { return SameText(ToUnicode(entry), FFileName); }),
-                FRecent.end());
+  FRecent.erase(
+      std::remove_if(FRecent.begin(), FRecent.end(),
+                     [&](const xstr& entry) { return SameText(ToUnicode(entry), FFileName); }),
+      FRecent.end());
   FRecent.insert(FRecent.begin(), FromUnicode(FFileName));
   while (FRecent.size() > static_cast<std::size_t>(FStorageSize)) FRecent.pop_back();
   UpdateMenu();
@@ -233,7 +244,8 @@ void TProjectIntegrator::UpdateMenu() {
     const xstr ext = xextract_file_ext(file);
     const xstr bare(file.view().substr(0, file.view().size() - ext.view().size()));
     auto* item = new TMenuItem(FRecentPopup);
-    item->SetCaption(ToUnicode(i < accelerated_items ? xstr("&" + std::to_string(i) + ": ") + bare : bare));
+    item->SetCaption(
+        ToUnicode(i < accelerated_items ? xstr("&" + std::to_string(i) + ": ") + bare : bare));
     item->SetHint(ToUnicode(path));
     item->OnClick = [this](TObject* Sender) { Reaction(Sender); };
     item->SetImageIndex(FImageIndex);
@@ -270,13 +282,15 @@ void TProjectIntegrator::LoadRecentsList() {
 void TProjectIntegrator::Start() {
   if (OnSelectorSetup) OnSelectorSetup(this);
   if (FProjectSelector == nullptr) return;
-  FRecent.erase(std::remove_if(FRecent.begin(), FRecent.end(), [](const xstr& p) { return !file_exists(p); }),
-                FRecent.end());
+  FRecent.erase(
+      std::remove_if(FRecent.begin(), FRecent.end(), [](const xstr& p) { return !file_exists(p); }),
+      FRecent.end());
   TComboBox* box = FProjectSelector->LastProjectsBox;
   box->Items().Clear();
   for (const xstr& path : FRecent) {
     UnicodeString shown = ToUnicode(path);
-    while (!shown.empty() && xui().text_width(box->Font(), shown) > box->Width() - box_reserve) shown.erase(0, 1);
+    while (!shown.empty() && xui().text_width(box->Font(), shown) > box->Width() - box_reserve)
+      shown.erase(0, 1);
     box->Items().Add(shown);
   }
   if (box->Items().Count() == 0) {
@@ -305,8 +319,9 @@ void TProjectIntegrator::Start() {
       case 1: {
         const int i = box->ItemIndex();
         const std::vector<xstr>& paths = FProjectSelector->Paths();
-        OpenProject(i >= 0 && static_cast<std::size_t>(i) < paths.size() ? ToUnicode(paths[static_cast<std::size_t>(i)])
-                                                                         : UnicodeString());
+        OpenProject(i >= 0 && static_cast<std::size_t>(i) < paths.size()
+                        ? ToUnicode(paths[static_cast<std::size_t>(i)])
+                        : UnicodeString());
         break;
       }
       case 2:

@@ -6,8 +6,8 @@
 // (app/tproject_action.h) call ProcessCommand.
 //
 //   auto* prj = new xum::TProjectIntegrator(main_form);
-//   prj->OnLoad = [&](xum::TObject*, const xum::UnicodeString& name, bool& ok) { ok = load(name); };
-//   prj->OnSave = [&](xum::TObject*, bool& ok) { ok = save(prj->FileName()); };
+//   prj->OnLoad = [&](xum::TObject*, const xum::UnicodeString& name, bool& ok) { ok = load(name);
+//   }; prj->OnSave = [&](xum::TObject*, bool& ok) { ok = save(prj->FileName()); };
 //   prj->SetRegistryKey(u"Software\\Acme\\Notes");
 //   prj->SetRecentPopup(recent_menu);
 //   prj->LoadRecentsList();
@@ -53,7 +53,8 @@ class TPrjSelector;
 enum TProjectActionKind { pakNew, pakOpen, pakSave, pakSaveAs };
 
 using TProjectEvent = std::function<void(TObject* Sender, bool& Success)>;
-using TProjectLoadEvent = std::function<void(TObject* Sender, const UnicodeString& FileName, bool& Success)>;
+using TProjectLoadEvent =
+    std::function<void(TObject* Sender, const UnicodeString& FileName, bool& Success)>;
 
 class XUM_API TProjectIntegrator : public TComponent {
  public:

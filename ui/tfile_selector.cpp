@@ -14,7 +14,10 @@ constexpr int button_width = 23;
 }  // namespace
 
 TFileSelector::TFileSelector(TComponent* AOwner)
-    : TWinControl(AOwner), FEdit(new TEdit(this)), FBrowseBtn(new TButton(this)), FDialog(new TOpenDialog(this)) {
+    : TWinControl(AOwner),
+      FEdit(new TEdit(this)),
+      FBrowseBtn(new TButton(this)),
+      FDialog(new TOpenDialog(this)) {
   FEdit->SetSubComponent(true);
   FEdit->SetName(u"Edit");
   FEdit->SetParent(this);
@@ -39,7 +42,8 @@ bool TFileSelector::Browse() {
   const xstr current = FromUnicode(FEdit->Text()).trim();
   if (current.length() > 0) {
     FDialog->SetInitialDir(ToUnicode(FSelectDirectory ? current : xextract_file_dir(current)));
-    FDialog->SetFileName(FSelectDirectory ? UnicodeString() : ToUnicode(xextract_file_name(current)));
+    FDialog->SetFileName(FSelectDirectory ? UnicodeString()
+                                          : ToUnicode(xextract_file_name(current)));
   }
   if (!FDialog->Execute()) return false;
   FEdit->SetText(FDialog->FileName());
@@ -55,7 +59,9 @@ bool TFileSelector::IsValid(bool raise) const {
   } else if (FMustExist) {
     const bool dir = platform::os().is_directory(name.get_text());
     const bool there = FSelectDirectory ? dir : !dir && platform::os().file_exists(name.get_text());
-    if (!there) problem = (FSelectDirectory ? msg::eNOPATH.text : msg::eNOFILE.text) + "\n" + msg::FileName.text + name;
+    if (!there)
+      problem = (FSelectDirectory ? msg::eNOPATH.text : msg::eNOFILE.text) + "\n" +
+                msg::FileName.text + name;
   }
   if (problem.length() == 0) return true;
   if (raise) ThrowValidation(this, problem);

@@ -39,7 +39,10 @@ void TFormsPositions::ExcludeForm(const xstr& name) { excluded_.push_back(name);
 void TFormsPositions::Form(xstruct_format& f, TCustomForm* form) {
   xstruct_scope section(f, FromUnicode(form->Name()));
   const std::int64_t state = value_of(f, "State", form->WindowState());
-  if (f.reading()) form->SetWindowState(state == wsMinimized ? wsMinimized : state == wsMaximized ? wsMaximized : wsNormal);
+  if (f.reading())
+    form->SetWindowState(state == wsMinimized   ? wsMinimized
+                         : state == wsMaximized ? wsMaximized
+                                                : wsNormal);
   if (form->WindowState() != wsNormal) return;
   const bool sizeable = form->BorderStyle() == bsSizeable || form->BorderStyle() == bsSizeToolWin;
   std::int64_t left = value_of(f, "Left", form->Left());
@@ -72,7 +75,8 @@ void TFormsPositions::AllCreatedForms(xstruct_format& f) {
   for (int i = 0; i < app->ComponentCount(); ++i) {
     auto* form = dynamic_cast<TCustomForm*>(app->Components(i));
     if (form == nullptr) continue;
-    if (std::find(excluded_.begin(), excluded_.end(), FromUnicode(form->Name())) != excluded_.end()) continue;
+    if (std::find(excluded_.begin(), excluded_.end(), FromUnicode(form->Name())) != excluded_.end())
+      continue;
     Form(f, form);
   }
 }

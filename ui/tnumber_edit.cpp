@@ -55,7 +55,9 @@ xstr fill_two(const xstr& text, const std::string& a, const std::string& b) {
       continue;
     }
     std::size_t j = i + 1;
-    while (j < t.size() && std::string_view("-+ #0123456789.lLhqjzt").find(t[j]) != std::string_view::npos) ++j;
+    while (j < t.size() &&
+           std::string_view("-+ #0123456789.lLhqjzt").find(t[j]) != std::string_view::npos)
+      ++j;
     out += used == 0 ? a : used == 1 ? b : std::string();
     ++used;
     i = j < t.size() ? j : t.size() - 1;
@@ -71,7 +73,9 @@ std::string real_bound(double v) {
 
 std::string int_bound(double v) {
   const double t = std::trunc(v);
-  const long long i = t >= 9.2e18 ? 9223372036854775807LL : t <= -9.2e18 ? -9223372036854775807LL - 1 : static_cast<long long>(t);
+  const long long i = t >= 9.2e18    ? 9223372036854775807LL
+                      : t <= -9.2e18 ? -9223372036854775807LL - 1
+                                     : static_cast<long long>(t);
   return std::to_string(i);
 }
 

@@ -56,7 +56,10 @@ xstr real_text(const xstr& format, double value) {
 // int range are held at its ends rather than overflowing.
 xstr int_text(const xstr& format, double value) {
   const double t = std::trunc(value);
-  const int i = std::isnan(t) ? 0 : t >= 2147483647.0 ? 2147483647 : t <= -2147483648.0 ? -2147483647 - 1 : static_cast<int>(t);
+  const int i = std::isnan(t)        ? 0
+                : t >= 2147483647.0  ? 2147483647
+                : t <= -2147483648.0 ? -2147483647 - 1
+                                     : static_cast<int>(t);
   xstr s;
   s.printf(format.get_text(), i);
   return s;
@@ -80,7 +83,8 @@ bool check(TControl* control, bool raise) {
     if (FromUnicode(combo->Text()).trim().length() == 0)
       message = combo->Style() == csDropDownList ? &msg::ItemNotSelected : &msg::ValueNotEntered;
   } else if (auto* list = dynamic_cast<TCustomMultiSelectListControl*>(control)) {
-    if (list->MultiSelect() ? list->SelCount() == 0 : list->ItemIndex() < 0) message = &msg::ItemNotSelected;
+    if (list->MultiSelect() ? list->SelCount() == 0 : list->ItemIndex() < 0)
+      message = &msg::ItemNotSelected;
   } else if (auto* tree = dynamic_cast<TCustomTreeView*>(control)) {
     if (tree->MultiSelect() ? tree->SelectionCount() == 0 : tree->Selected() == nullptr)
       message = &msg::ItemNotSelected;
@@ -120,12 +124,14 @@ xstr DistanceText(double meters, bool rounded) {
 
 xstr SquareText(double squareMeters) {
   if (is_metric()) {
-    if (squareMeters * 0.000001 < 1) return real_text(unit_format("%.1lf", msg::meters, "2"), squareMeters);
+    if (squareMeters * 0.000001 < 1)
+      return real_text(unit_format("%.1lf", msg::meters, "2"), squareMeters);
     return real_text(unit_format("%.3lf", msg::kilometers, "2"), squareMeters * 0.000001);
   }
   const double acres = squareMeters / square_meters_per_acre;
   if (acres < 5)
-    return real_text(unit_format("%.1lf", msg::yards, "2"), squareMeters / square_meters_per_square_yard);
+    return real_text(unit_format("%.1lf", msg::yards, "2"),
+                     squareMeters / square_meters_per_square_yard);
   return real_text(unit_format("%.2lf", msg::acres), acres);
 }
 
@@ -141,7 +147,8 @@ bool SaveOpenFile(TOpenDialog* dialog, const xstr& registryKey, const xstr& valu
     dialog->SetInitialDir(ToUnicode(key.str_prop(valueName, initial, initial)));
   }
   if (!dialog->Execute()) return false;
-  const UnicodeString& chosen = dialog->Files().Count() > 0 ? dialog->Files()[0] : dialog->FileName();
+  const UnicodeString& chosen =
+      dialog->Files().Count() > 0 ? dialog->Files()[0] : dialog->FileName();
   xreg_key key(registryKey, false);
   xstr dir = xextract_file_dir(FromUnicode(chosen));
   key.str(valueName, dir, dir);

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <string>
-
 #include <xum/core/xmessage_box.h>
 #include <xum/framework/tapplication.h>
 #include <xum/framework/xui_backend.h>

@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <string>
 #include <vector>
-
 #include <xum/core/xexceptions.h>
 #include <xum/core/xfile_utils.h>
 #include <xum/formats/xstruct_format.h>
@@ -59,7 +58,8 @@ A* action(xum::TForm* owner, xum::TMenuItem* menu, xum::TToolBar* bar, const cha
 
 }  // namespace
 
-NotesApp::NotesApp(const std::string& settings, const std::u16string& registry_key) : settings_(settings) {
+NotesApp::NotesApp(const std::string& settings, const std::u16string& registry_key)
+    : settings_(settings) {
   xum::Application()->CreateForm(MainForm);
   xum::Application()->SetMainForm(MainForm);
   MainForm->SetName(u"NotesForm");
@@ -94,9 +94,11 @@ NotesApp::NotesApp(const std::string& settings, const std::u16string& registry_k
   FileMenu->SetName(u"FileMenu");
   FileMenu->SetCaption(u"&File");
   action<xum::TNewProjectAction>(MainForm, FileMenu, ToolBar, u"NewAction")->SetCaption(u"&New");
-  action<xum::TOpenProjectAction>(MainForm, FileMenu, ToolBar, u"OpenAction")->SetCaption(u"&Open...");
+  action<xum::TOpenProjectAction>(MainForm, FileMenu, ToolBar, u"OpenAction")
+      ->SetCaption(u"&Open...");
   action<xum::TSaveProjectAction>(MainForm, FileMenu, ToolBar, u"SaveAction")->SetCaption(u"&Save");
-  action<xum::TSaveProjectAsAction>(MainForm, FileMenu, ToolBar, u"SaveAsAction")->SetCaption(u"Save &as...");
+  action<xum::TSaveProjectAsAction>(MainForm, FileMenu, ToolBar, u"SaveAsAction")
+      ->SetCaption(u"Save &as...");
   RecentMenu = new xum::TMenuItem(MainForm);
   RecentMenu->SetName(u"RecentMenu");
   RecentMenu->SetCaption(u"&Recent");
@@ -132,7 +134,9 @@ NotesApp::NotesApp(const std::string& settings, const std::u16string& registry_k
     loading_ = false;
   };
   Project->OnSave = [this](xum::TObject*, bool& ok) {
-    ok = attempt([&] { write_file(xum::FromUnicode(Project->FileName()), xum::FromUnicode(Editor->Text()).str()); });
+    ok = attempt([&] {
+      write_file(xum::FromUnicode(Project->FileName()), xum::FromUnicode(Editor->Text()).str());
+    });
   };
   Project->OnClear = [this](xum::TObject*) {
     loading_ = true;
@@ -149,7 +153,9 @@ NotesApp::NotesApp(const std::string& settings, const std::u16string& registry_k
     update_status();
   };
   // Quitting asks about unsaved changes; Cancel keeps the application open.
-  MainForm->OnCloseQuery = [this](xum::TObject*, bool& can_close) { can_close = Project->CloseQuery(); };
+  MainForm->OnCloseQuery = [this](xum::TObject*, bool& can_close) {
+    can_close = Project->CloseQuery();
+  };
 
   if (xum::xfile_exists(xum::xstr(settings_), false)) {
     attempt([&] {
@@ -194,12 +200,13 @@ void NotesApp::update_status() {
     std::size_t end = text.find('\n', start);
     if (end == std::string::npos) end = text.size();
     ++lines;
-    if (text[start] >= '0' && text[start] <= '9') meters += std::strtod(text.c_str() + start, nullptr);
+    if (text[start] >= '0' && text[start] <= '9')
+      meters += std::strtod(text.c_str() + start, nullptr);
     start = end + 1;
   }
   const xum::xstr name = xum::xextract_file_name(xum::FromUnicode(Project->FileName()));
-  StatusLine->SetCaption(xum::ToUnicode(name + " | " + xum::xstr(std::to_string(lines)) + " lines | " +
-                                        xum::DistanceText(meters, true)));
+  StatusLine->SetCaption(xum::ToUnicode(name + " | " + xum::xstr(std::to_string(lines)) +
+                                        " lines | " + xum::DistanceText(meters, true)));
 }
 
 }  // namespace notes

@@ -11,7 +11,6 @@
 #define XUM_EXAMPLES_NOTES_NOTES_APP_H
 
 #include <string>
-
 #include <xum/app/tprj_selector.h>
 #include <xum/app/tproject_action.h>
 #include <xum/app/tproject_integrator.h>

@@ -1,10 +1,9 @@
-#include "notes_app.h"
-
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "core/xmessage_box.h"
+#include "notes_app.h"
 #include "tests/app/app_fixture.h"
 
 namespace xum {

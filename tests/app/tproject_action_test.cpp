@@ -44,7 +44,10 @@ TEST_F(ProjectActionTest, SaveIsOfferedForChangedOrUntitledProjectsOnly) {
     const char16_t* name;
     bool modified, enabled;
   };
-  const row rows[] = {{u"/a.txt", false, false}, {u"/a.txt", true, true}, {u"Untitled", false, true}, {u"", false, false}};
+  const row rows[] = {{u"/a.txt", false, false},
+                      {u"/a.txt", true, true},
+                      {u"Untitled", false, true},
+                      {u"", false, false}};
   for (const row& r : rows) {
     SCOPED_TRACE(FromUnicode(r.name).str() + (r.modified ? " modified" : ""));
     prj->DoClear();

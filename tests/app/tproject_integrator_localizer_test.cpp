@@ -1,7 +1,6 @@
-#include "app/tproject_integrator.h"
-
 #include <gtest/gtest.h>
 
+#include "app/tproject_integrator.h"
 #include "framework/tforms.h"
 #include "localization/xlocalizer.h"
 #include "tests/localization/xloc_fixture.h"

@@ -151,7 +151,8 @@ TEST_F(IntegratorTest, MenuNumbersItemsByListIndexSkippingMissingFiles) {
   prj_->SetImageIndex(4);
   prj_->SetStorageSize(12);
   std::vector<std::string> paths;
-  for (int i = 11; i >= 0; --i) paths.push_back(file("p" + std::to_string(i) + ".txt", i == 1 ? nullptr : "x"));
+  for (int i = 11; i >= 0; --i)
+    paths.push_back(file("p" + std::to_string(i) + ".txt", i == 1 ? nullptr : "x"));
   for (const std::string& p : paths) {
     prj_->SetFileName(ToUnicode(xstr(p)));
     prj_->AddRecentFile();
@@ -175,7 +176,9 @@ TEST_F(IntegratorTest, MenuNumbersItemsByListIndexSkippingMissingFiles) {
 class RecentStoreTest : public test::AppTest {
  protected:
   static constexpr const char16_t* key = u"Software\\Test\\Notes";
-  static xreg_key section(bool read) { return xreg_key("Software\\Test\\Notes\\RecentProjects", read); }
+  static xreg_key section(bool read) {
+    return xreg_key("Software\\Test\\Notes\\RecentProjects", read);
+  }
   static void put(const char* name, const std::string& value) {
     xreg_key k = section(false);
     xstr v(value);
@@ -200,7 +203,8 @@ TEST_F(RecentStoreTest, PersistsAcrossTwoLifetimesAndStopsAtTheFirstMissingValue
   first->SetFileName(ToUnicode(xstr(b)));
   first->AddRecentFile();
   delete first;
-  EXPECT_EQ(section(true).value_names(), (std::vector<xstr>{"0", "1"}));  // "3" is erased with the section
+  EXPECT_EQ(section(true).value_names(),
+            (std::vector<xstr>{"0", "1"}));  // "3" is erased with the section
   auto* second = make();
   second->LoadRecentsList();
   EXPECT_EQ(second->RecentList(), (std::vector<xstr>{xstr(b), xstr(a)}));
@@ -226,7 +230,8 @@ TEST_F(RecentStoreTest, HugeOddAndNumerousValuesLoadAndTrim) {
   // byte), which is much faster than a synced write each.
   const auto folder = dir_.path / "registry" / "Software" / "Test" / "Notes" / "RecentProjects";
   for (int i = 2; i < 1000; ++i)
-    test::put_file(folder / ("@" + std::to_string(i)), std::string("XRV\x01/n", 6) + std::to_string(i) + '\0');
+    test::put_file(folder / ("@" + std::to_string(i)),
+                   std::string("XRV\x01/n", 6) + std::to_string(i) + '\0');
   auto* p = make(5);
   p->LoadRecentsList();
   EXPECT_EQ(p->RecentList().size(), 5u);
@@ -275,15 +280,17 @@ TEST_F(StartTest, TheSelectorLoopRunsUntilAProjectIsOpenOrTheUserLeaves) {
     prj_->AddRecentFile();
   }
   prj_->SetFileName(u"");
-  next_choice_ = 9;                        // any other value: show again
-  ui_.queue_press({u"OpenOtherBtn"});      // 2: the open dialog, cancelled
+  next_choice_ = 9;                    // any other value: show again
+  ui_.queue_press({u"OpenOtherBtn"});  // 2: the open dialog, cancelled
   ui_.queue_steps({[](TCustomForm& f, xmodal_loop&) {
-    auto* box = dynamic_cast<TComboBox*>(f.FindComponent(u"PrjSelectorFrm")->FindComponent(u"LastProjectsBox"));
-    box->SetItemIndex(1);
-    return mrNone;
-  }, [](TCustomForm& f, xmodal_loop&) {
-    return xpress_button(f, u"OpenLastBtn");  // 1: the second entry
-  }});
+                     auto* box = dynamic_cast<TComboBox*>(
+                         f.FindComponent(u"PrjSelectorFrm")->FindComponent(u"LastProjectsBox"));
+                     box->SetItemIndex(1);
+                     return mrNone;
+                   },
+                   [](TCustomForm& f, xmodal_loop&) {
+                     return xpress_button(f, u"OpenLastBtn");  // 1: the second entry
+                   }});
   prj_->Start();
   EXPECT_EQ(shown_, 3);
   EXPECT_EQ(selector_->LastProjectsBox->Items().Count(), 2);

@@ -30,8 +30,8 @@ class FormsPositionsTest : public ::testing::Test {
     f.close();
   }
   static std::string bounds(const TCustomForm* f) {
-    return std::to_string(f->Left()) + "," + std::to_string(f->Top()) + "," + std::to_string(f->Width()) + "," +
-           std::to_string(f->Height());
+    return std::to_string(f->Left()) + "," + std::to_string(f->Top()) + "," +
+           std::to_string(f->Width()) + "," + std::to_string(f->Height());
   }
 };
 
@@ -53,10 +53,12 @@ TEST_F(FormsPositionsTest, WritesEveryValueEvenAtDefaultsButSizesOnlyForSizeable
   positions_.AllCreatedForms(f);
   f.close();
   const std::string text = test::bytes_of(m);
-  EXPECT_NE(text.find("<MainForm\r\n  State=0\r\n  Left=0\r\n  Top=0\r\n  Width=0\r\n  Height=0\r\n"),
-            std::string::npos)
+  EXPECT_NE(
+      text.find("<MainForm\r\n  State=0\r\n  Left=0\r\n  Top=0\r\n  Width=0\r\n  Height=0\r\n"),
+      std::string::npos)
       << text;
-  EXPECT_NE(text.find("<AboutForm\r\n  State=0\r\n  Left=0\r\n  Top=0\r\n>"), std::string::npos) << text;
+  EXPECT_NE(text.find("<AboutForm\r\n  State=0\r\n  Left=0\r\n  Top=0\r\n>"), std::string::npos)
+      << text;
   EXPECT_EQ(text.find("Splash"), std::string::npos);
   delete main;
   delete dialog;
@@ -73,7 +75,8 @@ TEST_F(FormsPositionsTest, RestoredFormsStayOnTheScreen) {
   const row rows[] = {
       {"Left=-5000\r\nTop=10\r\nWidth=300\r\nHeight=200", bsSizeable, "-250,10,300,200"},
       {"Left=990\r\nTop=-7\r\nWidth=300\r\nHeight=200", bsSizeToolWin, "950,0,300,200"},
-      {"Left=-2147483648\r\nTop=2147483648\r\nWidth=-2147483648\r\nHeight=x", bsSizeable, "-50,750,100,100"},
+      {"Left=-2147483648\r\nTop=2147483648\r\nWidth=-2147483648\r\nHeight=x", bsSizeable,
+       "-50,750,100,100"},
       {"Left=abc\r\nTop=99999999999\r\nWidth=500\r\nHeight=500", bsDialog, "1,750,100,100"},
       {"State=2\r\nLeft=300", bsSizeable, "1,2,100,100"},
   };

@@ -36,16 +36,20 @@ TEST(UnitTexts, FollowTheTablesOfBothSystems) {
     const char* text;
   };
   const row rows[] = {
-      {0, 'd', 4999, "4999.0 m"},      {0, 'd', 5000, "5.00 km"},       {0, 'd', -3, "-3.0 m"},
-      {0, 'r', 995, "990 m"},          {0, 'r', 1000, "1.0 km"},        {0, 'r', 4999, "5.0 km"},
-      {0, 'r', 7300, "7 km"},          {0, 'r', 9.99, "0 m"},           {1, 'd', 100, "109.4 yards"},
-      {1, 'd', 8045, "5.00 miles"},    {1, 'r', 1609, "1.0 miles"},     {1, 'r', 100, "100 yards"},
-      {1, 'r', 804, "870 yards"},      {1, 'r', 804.5, "0.5 miles"},    {0, 's', 999999, "999999.0 m2"},
-      {0, 's', 1000000, "1.000 km2"},  {1, 's', 836, "1000.0 yards2"},  {1, 's', 20234.5, "5.00 acres"},
+      {0, 'd', 4999, "4999.0 m"},      {0, 'd', 5000, "5.00 km"},
+      {0, 'd', -3, "-3.0 m"},          {0, 'r', 995, "990 m"},
+      {0, 'r', 1000, "1.0 km"},        {0, 'r', 4999, "5.0 km"},
+      {0, 'r', 7300, "7 km"},          {0, 'r', 9.99, "0 m"},
+      {1, 'd', 100, "109.4 yards"},    {1, 'd', 8045, "5.00 miles"},
+      {1, 'r', 1609, "1.0 miles"},     {1, 'r', 100, "100 yards"},
+      {1, 'r', 804, "870 yards"},      {1, 'r', 804.5, "0.5 miles"},
+      {0, 's', 999999, "999999.0 m2"}, {0, 's', 1000000, "1.000 km2"},
+      {1, 's', 836, "1000.0 yards2"},  {1, 's', 20234.5, "5.00 acres"},
       {0, 'v', 10, "36.0 km/h"},       {1, 'v', 10, "22.4 miles/h"},
   };
   for (const row& r : rows) {
-    SCOPED_TRACE(std::string(1, r.kind) + std::to_string(r.value) + (r.system ? " imperial" : " metric"));
+    SCOPED_TRACE(std::string(1, r.kind) + std::to_string(r.value) +
+                 (r.system ? " imperial" : " metric"));
     units_scope units(r.system);
     const xstr got = r.kind == 'd'   ? DistanceText(r.value, false)
                      : r.kind == 'r' ? DistanceText(r.value, true)
@@ -115,7 +119,8 @@ TEST_F(UiTest, ValidateAnyCheckedNeedsOneCheckedItem) {
   auto* box = add<TCheckListBox>(form_, u"Days");
   box->Items().Add(u"Mon");
   box->Items().Add(u"Tue");
-  EXPECT_EQ(test::error_of([&] { ValidateAnyChecked(box); }), "Input field: Days\nNo items are checked !");
+  EXPECT_EQ(test::error_of([&] { ValidateAnyChecked(box); }),
+            "Input field: Days\nNo items are checked !");
   box->SetChecked(1, true);
   EXPECT_NO_THROW(ValidateAnyChecked(box));
 }
@@ -191,7 +196,8 @@ TEST_F(UiTest, QueryStringKeepsTheValueUnlessOk) {
   UnicodeString seen;
   ui_.queue_form([&](TCustomForm& f) {
     auto* edit = dynamic_cast<TEdit*>(f.FindComponent(u"ValueEdit"));
-    seen = f.Caption() + u"|" + dynamic_cast<TLabel*>(f.FindComponent(u"PromptLabel"))->Caption() + u"|" + edit->Text();
+    seen = f.Caption() + u"|" + dynamic_cast<TLabel*>(f.FindComponent(u"PromptLabel"))->Caption() +
+           u"|" + edit->Text();
     edit->SetText(u"new");
     return xpress_button(f, u"OkBtn");
   });
