@@ -13,6 +13,8 @@
 namespace xum {
 namespace {
 
+std::string text_of(const UnicodeString& s) { return FromUnicode(s).str(); }
+
 class IntegratorTest : public test::AppTest {
  protected:
   void SetUp() override {
@@ -297,6 +299,19 @@ TEST_F(StartTest, TheSelectorLoopRunsUntilAProjectIsOpenOrTheUserLeaves) {
   EXPECT_EQ(loads_, std::vector<std::string>{b});
   EXPECT_TRUE(prj_->CloseNonconstructed());  // restored
   EXPECT_EQ(close_requests_, 0);
+}
+
+TEST_F(StartTest, LongPathsLoseTheirBeginningToFitTheBox) {
+  const std::string a = file("a.txt");
+  prj_->SetFileName(ToUnicode(xstr(a)));
+  prj_->AddRecentFile();
+  TComboBox* box = selector_->LastProjectsBox;
+  box->SetWidth(25 + xui().text_width(box->Font(), u"/a.txt"));
+  prj_->Start();
+  ASSERT_EQ(box->Items().Count(), 1);
+  EXPECT_EQ(text_of(box->Items()[0]), "/a.txt");
+  EXPECT_EQ(text_of(box->Hint()), a);
+  EXPECT_EQ(selector_->Paths(), std::vector<xstr>{xstr(a)});
 }
 
 TEST_F(StartTest, NewAndExitChoices) {
