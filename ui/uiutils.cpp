@@ -199,6 +199,14 @@ bool IsControlsValid(TControl* first, ...) {
   return valid;
 }
 
+bool CheckControlList(std::initializer_list<TControl*> controls, bool raise) {
+  for (TControl* c : controls) {
+    if (c == nullptr) break;
+    if (!check(c, raise)) return false;
+  }
+  return true;
+}
+
 void ValidateAnyChecked(TCheckListBox* box) {
   for (int i = 0; i < box->ItemCount(); ++i)
     if (box->Checked(i)) return;

@@ -17,6 +17,8 @@
 #define XUM_UI_UIUTILS_H
 
 #include <cstdint>
+#include <initializer_list>
+#include <type_traits>
 
 #include "core/xexport.h"
 #include "core/xstr.h"
@@ -79,6 +81,24 @@ XUM_API void ValidateControl(TControl* control);
 XUM_API bool IsControlValid(TControl* control);
 XUM_API void ValidateControls(TControl* first, ...);
 XUM_API bool IsControlsValid(TControl* first, ...);
+
+// The list of `controls` up to the first null, checked as above: `raise`
+// chooses between the Validate and the Is behaviour.
+XUM_API bool CheckControlList(std::initializer_list<TControl*> controls, bool raise);
+
+// Calls with typed pointers (ValidateControls(edit, combo, nullptr)) take
+// these overloads, which convert each pointer to TControl* as C++ does; the
+// C variadic forms above read every argument as a TControl* as it is.
+template <class... Controls>
+requires(std::is_convertible_v<Controls, TControl*>&&...) void ValidateControls(TControl* first,
+                                                                                Controls... rest) {
+  CheckControlList({first, static_cast<TControl*>(rest)...}, true);
+}
+template <class... Controls>
+requires(std::is_convertible_v<Controls, TControl*>&&...) bool IsControlsValid(TControl* first,
+                                                                               Controls... rest) {
+  return CheckControlList({first, static_cast<TControl*>(rest)...}, false);
+}
 
 // Throws XEValidation "NoChecked" (see ThrowValidation) when no item of the
 // box is checked.

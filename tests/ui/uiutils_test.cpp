@@ -97,6 +97,8 @@ TEST_F(UiTest, ValidationChecksNestedChildrenFirstAndOnlyRaisesWhenAsked) {
   auto* list = add<TListBox>(panel, u"Size");
   list->Items().Add(u"a");
   EXPECT_FALSE(IsControlsValid(form_, nullptr));  // must not throw
+  bool (*c_variadic)(TControl*, ...) = IsControlsValid;
+  EXPECT_FALSE(c_variadic(form_, static_cast<TControl*>(nullptr)));
   EXPECT_EQ(message_of(panel), "Input field: Colour\nValue is not entered !");
   combo->SetStyle(csDropDownList);
   EXPECT_EQ(message_of(panel), "Input field: Colour\nItem is not selected !");
