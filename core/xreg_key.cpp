@@ -211,6 +211,12 @@ void xreg_key::put(const xstr& name, value_type type, const void* data, std::siz
            msg::eWriteError.text + "\n" + msg::FileName.text + file.c_str() + "\n" + error.text.c_str());
 }
 
+bool xreg_key::erase(const xstr& name) {
+  if (read_) return false;
+  const std::string entry = find_entry(folder_, name.view(), true);
+  return entry.empty() || platform::os().remove_file((folder_ + "/" + entry).c_str());
+}
+
 void xreg_key::str(const xstr& name, xstr& value, const xstr& def) {
   if (!read_) {
     put(name, value_type::text, value.get_text(), static_cast<std::size_t>(value.length()) + 1);

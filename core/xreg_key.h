@@ -93,6 +93,11 @@ class XUM_API xreg_key {
   // A null `def` leaves `data` alone where the default would be copied.
   void binary(const xstr& name, void* data, const void* def, unsigned size);
 
+  // Removes the value `name` (any spelling of its case) from a key opened
+  // for writing; true when it is gone or was not there. A key opened for
+  // reading is left alone (false).
+  bool erase(const xstr& name);
+
   // The stored value of `name`; type none when there is none. A damaged
   // value file reports "Invalid data format ! Value: " with the name and
   // what is wrong, one that cannot be read "Data reading error ! Value: "

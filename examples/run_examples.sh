@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the three example programs against an installed XUMComps and runs
+# Builds the example programs against an installed XUMComps and runs
 # each through its job, checking what it prints. Exits 1 on any failure.
 #
 #   examples/run_examples.sh PREFIX BUILD_DIR
@@ -7,7 +7,7 @@ set -euo pipefail
 
 if [[ $# -ne 2 || $1 == --help ]]; then
   echo "usage: $0 PREFIX BUILD_DIR" >&2
-  echo "Builds examples/settings, records and form_worker against PREFIX in BUILD_DIR and runs them." >&2
+  echo "Builds examples/settings, records, form_worker and notes against PREFIX in BUILD_DIR and runs them." >&2
   [[ ${1:-} == --help ]] && exit 0
   exit 2
 fi
@@ -17,7 +17,7 @@ here=$(cd "$(dirname "$0")" && pwd)
 generator=()
 command -v ninja > /dev/null && generator=(-G Ninja)
 
-for ex in settings records form_worker; do
+for ex in settings records form_worker notes; do
   rm -rf "${build:?}/$ex"
   cmake -S "$here/$ex" -B "$build/$ex" "${generator[@]}" -DCMAKE_PREFIX_PATH="$prefix" > /dev/null
   cmake --build "$build/$ex"
@@ -59,4 +59,10 @@ grep -q "damaged file at byte" "$data/err" || fail "records: $(cat "$data/err")"
 form=$build/form_worker/form_worker
 expect "$("$form" 2> /dev/null)" "ok: 17984 primes below 200000, 9 progress updates on the main thread"
 "$form" --cancel 2> /dev/null | grep -q '^cancelled: ' || fail "form_worker --cancel"
+notes=$build/notes/notes
+mkdir "$data/notes"
+expect "$("$notes" "$data/notes")" "recent: 0" "typed: Untitled | 2 lines | 2.0 km" "saved: trip.txt | 2 lines | 2.0 km" \
+  "reopened: trip.txt | 2 lines | 2.0 km" "asked: Save changes in project before exit?" ok
+[[ $(cat "$data/notes/trip.txt") == $'1200 along the river\n800 back\n4000 up the hill' ]] || fail "notes did not save the note"
+expect "$("$notes" "$data/notes")" "recent: 1"
 echo "The examples build and do their jobs."
