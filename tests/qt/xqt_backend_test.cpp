@@ -11,6 +11,13 @@
 #include <QClipboard>
 #include <QScreen>
 #include <QComboBox>
+#include <QFile>
+#include <QFileDialog>
+#include <QGroupBox>
+#include <QListWidget>
+#include <QRadioButton>
+#include <QScrollArea>
+#include <QTableWidget>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
@@ -27,6 +34,8 @@
 #include "backends/qt/xqt_backend.h"
 #include "framework/tapplication.h"
 #include "framework/tcomctrls.h"
+#include "framework/tdialogs.h"
+#include "framework/tforms.h"
 #include "framework/timglist.h"
 #include "framework/tmenus.h"
 #include "framework/tstdctrls.h"
@@ -322,6 +331,127 @@ TEST_F(QtBackend, MessageBoxAnswersWithTheButtonTheUserPressed) {
     QTest::mouseClick(box->button(QMessageBox::No), Qt::LeftButton);
   });
   EXPECT_EQ(Application()->MessageBox("Save the changes?", "Notes", MB_YESNOCANCEL | MB_ICONQUESTION), IDNO);
+}
+
+TEST_F(QtBackend, EveryStandardControlHasItsNaturalWidget) {
+  TForm form(nullptr);
+  form.SetName(u"Gallery");
+  form.SetCaption(u"Controls");
+  form.SetBounds(0, 0, 520, 360);
+  auto add = [&form](auto* c, TWinControl* parent, const char16_t* name, int l, int t, int w, int h) {
+    c->SetName(name);
+    c->SetParent(parent);
+    c->SetBounds(l, t, w, h);
+    return c;
+  };
+  auto* bit = add(new TBitBtn(&form), &form, u"Apply", 10, 10, 110, 32);
+  bit->SetCaption(u"Apply");
+  TBitmap glyph;
+  glyph.SetPixelFormat(pf24bit);
+  glyph.SetSize(32, 16);  // two glyphs: the first is shown
+  for (int y = 0; y < 16; ++y)
+    for (int x = 0; x < 32; ++x) glyph.SetPixel(x, y, y == 15 || x == 0 ? clWhite : x < 16 ? clLime : clRed);
+  bit->SetGlyph(glyph);
+  bit->SetNumGlyphs(2);
+  auto* checks = add(new TCheckListBox(&form), &form, u"Options", 10, 50, 160, 90);
+  for (const char16_t* s : {u"Backup", u"Compress", u"Verify"}) checks->Items().Add(s);
+  checks->SetChecked(1, true);
+  auto* radios = add(new TRadioGroup(&form), &form, u"Level", 180, 50, 150, 110);
+  radios->SetCaption(u"Level");
+  for (const char16_t* s : {u"Fast", u"Best"}) radios->Items().Add(s);
+  radios->SetItemIndex(1);
+  auto* tree = add(new TTreeView(&form), &form, u"Folders", 340, 10, 170, 150);
+  TTreeNode* home = tree->Items().Add(nullptr, u"home");
+  tree->Items().AddChild(home, u"ann");
+  tree->Items().AddChild(home, u"bob");
+  auto* scroll = add(new TScrollBox(&form), &form, u"Pane", 10, 170, 200, 100);
+  add(new TLabel(&form), scroll, u"Far", 10, 300, 80, 20)->SetCaption(u"&Far away");
+  auto* values = add(new TValueListEditor(&form), &form, u"Props", 220, 170, 290, 100);
+  values->SetValues(u"Width", u"640");
+  values->SetValues(u"Height", u"480");
+  form.Show();
+  ui_.sync();
+  QWidget* window = ui_.window_of(form);
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+  const QImage shot = photograph(window, "gallery");
+  EXPECT_GT(colours(shot), 20);
+
+  // The bit button shows the first glyph, its corner colour transparent.
+  const QImage icon = child<QPushButton>(window, u"Apply")->icon().pixmap(16, 16).toImage();
+  ASSERT_EQ(icon.size(), QSize(16, 16));
+  EXPECT_EQ(QColor(icon.pixel(8, 8)), QColor(Qt::green));
+  EXPECT_EQ(qAlpha(icon.pixel(8, 15)), 0);
+  auto* list = child<QListWidget>(window, u"Options");
+  ASSERT_EQ(list->count(), 3);
+  EXPECT_EQ(list->item(1)->checkState(), Qt::Checked);
+  list->item(2)->setCheckState(Qt::Checked);
+  EXPECT_TRUE(checks->Checked(2)) << "a tick in the widget reaches the model";
+  const auto buttons = child<QGroupBox>(window, u"Level")->findChildren<QRadioButton*>();
+  ASSERT_EQ(buttons.size(), 2);
+  EXPECT_TRUE(buttons[1]->isChecked());
+  // A radio button reacts to clicks on its circle and text only.
+  QTest::mouseClick(buttons[0], Qt::LeftButton, {}, QPoint(8, buttons[0]->height() / 2));
+  EXPECT_EQ(radios->ItemIndex(), 0);
+  auto* folders = child<QTreeWidget>(window, u"Folders");
+  ASSERT_EQ(folders->topLevelItemCount(), 1);
+  ASSERT_EQ(folders->topLevelItem(0)->childCount(), 2);
+  folders->setCurrentItem(folders->topLevelItem(0)->child(1));
+  ASSERT_NE(tree->Selected(), nullptr);
+  EXPECT_EQ(tree->Selected()->Text(), u"bob");
+  auto* pane = child<QScrollArea>(window, u"Pane");
+  EXPECT_EQ(pane->widget()->height(), 320) << "the page holds the control laid out below the view";
+  EXPECT_EQ(child<QLabel>(window, u"Far")->text(), QStringLiteral("Far away"));
+  auto* table = child<QTableWidget>(window, u"Props");
+  ASSERT_EQ(table->rowCount(), 2);
+  table->item(1, 1)->setText(QStringLiteral("600"));
+  EXPECT_EQ(values->Strings().Values(u"Height"), u"600");
+  form.Hide();
+}
+
+TEST_F(QtBackend, ApplicationRunTurnsQtsLoopUntilTerminated) {
+  TForm* main = nullptr;
+  Application()->CreateForm(main);
+  main->SetCaption(u"Main");
+  main->SetBounds(0, 0, 200, 100);
+  bool shown = false;
+  xmain_loop::instance().post([&] {
+    shown = ui_.window_of(*main) != nullptr && ui_.window_of(*main)->isVisible();
+    Application()->Terminate();
+  });
+  Application()->Run();
+  EXPECT_TRUE(shown);
+  Application()->SetMainForm(nullptr);
+  delete main;
+}
+
+TEST_F(QtBackend, FileDialogFillsTheChosenFile) {
+  TOpenDialog dialog(nullptr);
+  dialog.SetTitle(u"Open notes");
+  dialog.SetFilter(u"Notes|*.txt|All files|*.*");
+  const QString dir = QString::fromUtf8(XUM_SCREENSHOT_DIR);
+  std::filesystem::create_directories(XUM_SCREENSHOT_DIR);
+  QFile notes(dir + QStringLiteral("/notes.txt"));
+  ASSERT_TRUE(notes.open(QIODevice::WriteOnly));
+  notes.close();
+  // The user: waits for the chooser, picks a file and presses Open.
+  QStringList filters;
+  QTimer user;
+  QObject::connect(&user, &QTimer::timeout, [&] {
+    for (QWidget* w : QApplication::topLevelWidgets())
+      if (auto* chooser = qobject_cast<QFileDialog*>(w); chooser && chooser->isVisible()) {
+        user.stop();
+        filters = chooser->nameFilters();
+        chooser->selectFile(dir + QStringLiteral("/notes.txt"));
+        static_cast<QDialog*>(chooser)->accept();  // as the Open button does
+      }
+  });
+  user.start(20);
+  dialog.SetInitialDir(dir.toStdU16String());
+  dialog.SetFilterIndex(2);
+  ASSERT_TRUE(dialog.Execute());
+  EXPECT_EQ(dialog.FileName(), (dir + QStringLiteral("/notes.txt")).toStdU16String());
+  EXPECT_EQ(dialog.Files().Count(), 1);
+  EXPECT_EQ(filters, QStringList({QStringLiteral("Notes (*.txt)"), QStringLiteral("All files (*)")}));
 }
 
 TEST_F(QtBackend, ClipboardAndScreenAreTheDisplays) {
