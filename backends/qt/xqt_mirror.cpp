@@ -195,19 +195,23 @@ QWidget* xqt_mirror::widget_of(const TControl& control) const {
 void xqt_mirror::Notification(TComponent* AComponent, TOperation Operation) {
   TComponent::Notification(AComponent, Operation);
   if (Operation != opRemove) return;
+  // Nothing here may draw: forms are also destroyed while the process
+  // exits, after Qt's own statics are gone. The window goes at the next
+  // sync, a widget when the loop comes round.
   if (AComponent == form_) {
     form_ = nullptr;
-    window_->hide();
     return;
   }
   if (menu_items_.erase(AComponent) > 0) {
-    // Its action must not reach a destroyed item: the bar is rebuilt.
-    if (menu_bar_ != nullptr) menu_bar_->clear();
+    // Its action must not reach a destroyed item: the actions go quiet
+    // now and the bar is rebuilt at the next sync.
+    if (menu_bar_ != nullptr)
+      for (QAction* action : menu_bar_->findChildren<QAction*>()) action->disconnect();
     menu_dirty_ = true;
   }
   if (auto button = tool_buttons_.find(AComponent); button != tool_buttons_.end()) {
     if (auto* bar = qobject_cast<QToolBar*>(button->second.data())) {
-      bar->clear();
+      for (QAction* action : bar->actions()) action->disconnect();
       bar->setProperty("xum_print", QString());
     }
     tool_buttons_.erase(button);
@@ -217,7 +221,6 @@ void xqt_mirror::Notification(TComponent* AComponent, TOperation Operation) {
   QWidget* widget = it->second.widget;
   widgets_.erase(it);
   if (widget != nullptr) {
-    widget->hide();
     widget->disconnect();
     widget->deleteLater();
   }
