@@ -115,6 +115,17 @@ struct find_dialog {
   ~find_dialog() { delete form; }
 };
 
+// Run by CTest with XUM_BACKEND=qt (QtBackendChosenByTheEnvironment): the
+// library made the Qt backend current when it loaded, before any call.
+TEST(QtBackendSelection, XumBackendQtSelectsItWhenTheLibraryLoads) {
+  if (qEnvironmentVariable("XUM_BACKEND") != QStringLiteral("qt")) GTEST_SKIP() << "XUM_BACKEND=qt not set";
+  EXPECT_NE(&xui(), static_cast<xui_backend*>(&xheadless_ui()));
+  const int width = Screen().Width();  // the first use makes the Qt application
+  ASSERT_NE(QGuiApplication::primaryScreen(), nullptr);
+  EXPECT_EQ(width, QGuiApplication::primaryScreen()->size().width());
+  EXPECT_EQ(&xui(), static_cast<xui_backend*>(&use_qt_backend())) << "the first use put the real backend in place";
+}
+
 class QtBackend : public ::testing::Test {
  protected:
   void SetUp() override { ui_.clear_key_states(); }
