@@ -17,6 +17,7 @@
 #include <QMenuBar>
 #include <QPixmap>
 #include <QPushButton>
+#include <QResizeEvent>
 #include <QRadioButton>
 #include <QScrollArea>
 #include <QTableWidget>
@@ -165,6 +166,16 @@ xqt_mirror::xqt_mirror(TCustomForm& form, deliver_fn deliver)
       act([form] { form->Close(); });
       return true;
     }
+    if (event->type() == QEvent::Resize && !syncing_ && window_->isVisible()) {
+      // The user (or the window manager) resized the window: the form's
+      // client area follows.
+      const QSize size = static_cast<QResizeEvent*>(event)->size();
+      const int width = size.width(), height = size.height() - menu_height_;
+      TCustomForm* form = form_;
+      if (width != form->Width() || height != form->Height())
+        act([form, width, height] { form->SetBounds(form->Left(), form->Top(), width, height); });
+      return false;
+    }
     if (event->type() == QEvent::KeyPress) {
       const int key = static_cast<QKeyEvent*>(event)->key();
       const bool enter = key == Qt::Key_Return || key == Qt::Key_Enter;
@@ -240,6 +251,7 @@ void xqt_mirror::sync() {
   window_->setWindowTitle(qstr(form_->Caption()));
   sync_menu();
   const int menu_height = menu_bar_ != nullptr && !menu_bar_->isHidden() ? menu_bar_->sizeHint().height() : 0;
+  menu_height_ = menu_height;
   if (menu_bar_ != nullptr) menu_bar_->setGeometry(0, 0, form_->Width(), menu_height);
   client_->setGeometry(0, menu_height, form_->Width(), form_->Height());
   if (window_->size() != QSize(form_->Width(), form_->Height() + menu_height))

@@ -83,6 +83,7 @@ class xqt_mirror final : public TComponent {
   std::map<const TComponent*, int> menu_items_;          // menu items watched for removal
   std::map<const TComponent*, QPointer<QWidget>> tool_buttons_;   // tool button -> its bar
   QString menu_print_;
+  int menu_height_ = 0;
   bool menu_dirty_ = true;
   bool syncing_ = false;
 };

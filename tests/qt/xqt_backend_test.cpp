@@ -214,6 +214,12 @@ TEST_F(QtBackend, ModelChangesReachTheWidgetsAndWidgetChangesReachTheModel) {
   EXPECT_EQ(child<QTreeWidget>(window, u"Results")->topLevelItemCount(), 4);
   EXPECT_FALSE(child<QPushButton>(window, u"OkButton")->isEnabled());
 
+  // The user resizes the window: the form's size follows.
+  window->resize(500, 340);
+  QApplication::processEvents();
+  EXPECT_EQ(d.form->Width(), 500);
+  EXPECT_EQ(d.form->Height(), 340);
+
   QTest::mouseClick(child<QCheckBox>(window, u"Whole"), Qt::LeftButton);
   EXPECT_TRUE(check->Checked());
   auto* results = child<QTreeWidget>(window, u"Results");
