@@ -50,14 +50,22 @@ char* qt_argv[] = {qt_name, nullptr};
 
 QMessageBox::StandardButton standard_button(int id) {
   switch (id) {
-    case IDOK: return QMessageBox::Ok;
-    case IDCANCEL: return QMessageBox::Cancel;
-    case IDABORT: return QMessageBox::Abort;
-    case IDRETRY: return QMessageBox::Retry;
-    case IDIGNORE: return QMessageBox::Ignore;
-    case IDYES: return QMessageBox::Yes;
-    case IDNO: return QMessageBox::No;
-    default: return QMessageBox::NoButton;
+    case IDOK:
+      return QMessageBox::Ok;
+    case IDCANCEL:
+      return QMessageBox::Cancel;
+    case IDABORT:
+      return QMessageBox::Abort;
+    case IDRETRY:
+      return QMessageBox::Retry;
+    case IDIGNORE:
+      return QMessageBox::Ignore;
+    case IDYES:
+      return QMessageBox::Yes;
+    case IDNO:
+      return QMessageBox::No;
+    default:
+      return QMessageBox::NoButton;
   }
 }
 
@@ -81,30 +89,56 @@ int xqt_virtual_key(int qt_key) {
   if (qt_key >= Qt::Key_0 && qt_key <= Qt::Key_9) return '0' + (qt_key - Qt::Key_0);
   if (qt_key >= Qt::Key_F1 && qt_key <= Qt::Key_F24) return 0x70 + (qt_key - Qt::Key_F1);
   switch (qt_key) {
-    case Qt::Key_Backspace: return 0x08;
-    case Qt::Key_Tab: case Qt::Key_Backtab: return 0x09;
-    case Qt::Key_Return: case Qt::Key_Enter: return 0x0D;
-    case Qt::Key_Shift: return 0x10;
-    case Qt::Key_Control: return 0x11;
-    case Qt::Key_Alt: return 0x12;
-    case Qt::Key_Pause: return 0x13;
-    case Qt::Key_CapsLock: return 0x14;
-    case Qt::Key_Escape: return 0x1B;
-    case Qt::Key_Space: return 0x20;
-    case Qt::Key_PageUp: return 0x21;
-    case Qt::Key_PageDown: return 0x22;
-    case Qt::Key_End: return 0x23;
-    case Qt::Key_Home: return 0x24;
-    case Qt::Key_Left: return 0x25;
-    case Qt::Key_Up: return 0x26;
-    case Qt::Key_Right: return 0x27;
-    case Qt::Key_Down: return 0x28;
-    case Qt::Key_Print: return 0x2C;
-    case Qt::Key_Insert: return 0x2D;
-    case Qt::Key_Delete: return 0x2E;
-    case Qt::Key_NumLock: return 0x90;
-    case Qt::Key_ScrollLock: return 0x91;
-    default: return 0;
+    case Qt::Key_Backspace:
+      return 0x08;
+    case Qt::Key_Tab:
+    case Qt::Key_Backtab:
+      return 0x09;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+      return 0x0D;
+    case Qt::Key_Shift:
+      return 0x10;
+    case Qt::Key_Control:
+      return 0x11;
+    case Qt::Key_Alt:
+      return 0x12;
+    case Qt::Key_Pause:
+      return 0x13;
+    case Qt::Key_CapsLock:
+      return 0x14;
+    case Qt::Key_Escape:
+      return 0x1B;
+    case Qt::Key_Space:
+      return 0x20;
+    case Qt::Key_PageUp:
+      return 0x21;
+    case Qt::Key_PageDown:
+      return 0x22;
+    case Qt::Key_End:
+      return 0x23;
+    case Qt::Key_Home:
+      return 0x24;
+    case Qt::Key_Left:
+      return 0x25;
+    case Qt::Key_Up:
+      return 0x26;
+    case Qt::Key_Right:
+      return 0x27;
+    case Qt::Key_Down:
+      return 0x28;
+    case Qt::Key_Print:
+      return 0x2C;
+    case Qt::Key_Insert:
+      return 0x2D;
+    case Qt::Key_Delete:
+      return 0x2E;
+    case Qt::Key_NumLock:
+      return 0x90;
+    case Qt::Key_ScrollLock:
+      return 0x91;
+    default:
+      return 0;
   }
 }
 
@@ -112,7 +146,8 @@ xqt_backend::xqt_backend() {
   if (QApplication::instance() == nullptr) {
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-      throw Exception(u"No display: set DISPLAY (or WAYLAND_DISPLAY) to open windows, or run under xvfb-run");
+      throw Exception(
+          u"No display: set DISPLAY (or WAYLAND_DISPLAY) to open windows, or run under xvfb-run");
     owned_app_ = std::make_unique<QApplication>(qt_argc, qt_argv);
   }
   xmain_loop::instance().bind_to_current_thread();
@@ -174,15 +209,18 @@ void xqt_backend::sync() {
   std::map<const TCustomForm*, bool> listed;
   for (int i = 0; i < Screen().FormCount(); ++i) listed[Screen().Forms(i)] = true;
   for (auto it = mirrors_.begin(); it != mirrors_.end();)
-    it = listed.count(it->first) != 0 && it->second->form() != nullptr ? std::next(it) : mirrors_.erase(it);
+    it = listed.count(it->first) != 0 && it->second->form() != nullptr ? std::next(it)
+                                                                       : mirrors_.erase(it);
   for (int i = 0; i < Screen().FormCount(); ++i) {
     TCustomForm* form = Screen().Forms(i);
     auto it = mirrors_.find(form);
     if (it == mirrors_.end()) {
       if (!form->Visible()) continue;  // a window is made when first shown
       it = mirrors_
-               .emplace(form, std::make_unique<xqt_mirror>(
-                                  *form, [this](TCustomForm& f, const std::function<void()>& act) { deliver(f, act); }))
+               .emplace(form,
+                        std::make_unique<xqt_mirror>(
+                            *form, [this](TCustomForm& f,
+                                          const std::function<void()>& act) { deliver(f, act); }))
                .first;
     }
     it->second->sync();
@@ -237,17 +275,28 @@ int xqt_backend::show_modal(TCustomForm& form, xmodal_loop& loop) {
 int xqt_backend::message_box(const xstr& text, const xstr& caption, unsigned flags) {
   int ids[3];
   const int count = xmessage_box_buttons(flags, ids);
-  const QString body = QString::fromUtf8(text.view().data(), static_cast<qsizetype>(text.view().size()));
-  const QString title = QString::fromUtf8(caption.view().data(), static_cast<qsizetype>(caption.view().size()));
+  const QString body =
+      QString::fromUtf8(text.view().data(), static_cast<qsizetype>(text.view().size()));
+  const QString title =
+      QString::fromUtf8(caption.view().data(), static_cast<qsizetype>(caption.view().size()));
   QMessageBox box;
   box.setWindowTitle(title);
   box.setText(body);
   switch (flags & MB_ICONMASK) {
-    case MB_ICONHAND: box.setIcon(QMessageBox::Critical); break;
-    case MB_ICONQUESTION: box.setIcon(QMessageBox::Question); break;
-    case MB_ICONEXCLAMATION: box.setIcon(QMessageBox::Warning); break;
-    case MB_ICONASTERISK: box.setIcon(QMessageBox::Information); break;
-    default: break;
+    case MB_ICONHAND:
+      box.setIcon(QMessageBox::Critical);
+      break;
+    case MB_ICONQUESTION:
+      box.setIcon(QMessageBox::Question);
+      break;
+    case MB_ICONEXCLAMATION:
+      box.setIcon(QMessageBox::Warning);
+      break;
+    case MB_ICONASTERISK:
+      box.setIcon(QMessageBox::Information);
+      break;
+    default:
+      break;
   }
   for (int i = 0; i < count; ++i) {
     QPushButton* b = box.addButton(standard_button(ids[i]));
@@ -265,7 +314,8 @@ int xqt_backend::message_box(const xstr& text, const xstr& caption, unsigned fla
 }
 
 bool xqt_backend::file_dialog(TOpenDialog& dialog) {
-  QFileDialog chooser(nullptr, qstr(dialog.Title()), qstr(dialog.InitialDir()), qt_filter(dialog.Filter()));
+  QFileDialog chooser(nullptr, qstr(dialog.Title()), qstr(dialog.InitialDir()),
+                      qt_filter(dialog.Filter()));
   chooser.setOption(QFileDialog::DontUseNativeDialog);
   const bool save = dialog.IsSaveDialog();
   chooser.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
@@ -273,8 +323,9 @@ bool xqt_backend::file_dialog(TOpenDialog& dialog) {
     chooser.setFileMode(QFileDialog::AnyFile);
   else
     chooser.setFileMode((dialog.Options() & ofAllowMultiSelect) ? QFileDialog::ExistingFiles
-                                                                 : QFileDialog::ExistingFile);
-  if (save && !(dialog.Options() & ofOverwritePrompt)) chooser.setOption(QFileDialog::DontConfirmOverwrite);
+                                                                : QFileDialog::ExistingFile);
+  if (save && !(dialog.Options() & ofOverwritePrompt))
+    chooser.setOption(QFileDialog::DontConfirmOverwrite);
   if (!dialog.DefaultExt().empty()) chooser.setDefaultSuffix(qstr(dialog.DefaultExt()));
   if (!dialog.FileName().empty()) chooser.selectFile(qstr(dialog.FileName()));
   const QStringList filters = chooser.nameFilters();
@@ -329,14 +380,20 @@ class from_environment final : public xui_backend {
     xset_ui_backend(nullptr);
     return use_qt_backend();
   }
-  int message_box(const xstr& t, const xstr& c, unsigned f) override { return real().message_box(t, c, f); }
-  int show_modal(TCustomForm& form, xmodal_loop& loop) override { return real().show_modal(form, loop); }
+  int message_box(const xstr& t, const xstr& c, unsigned f) override {
+    return real().message_box(t, c, f);
+  }
+  int show_modal(TCustomForm& form, xmodal_loop& loop) override {
+    return real().show_modal(form, loop);
+  }
   void turn(int timeout_ms) override { real().turn(timeout_ms); }
   bool file_dialog(TOpenDialog& d) override { return real().file_dialog(d); }
   UnicodeString clipboard_text() override { return real().clipboard_text(); }
   void set_clipboard_text(const UnicodeString& t) override { real().set_clipboard_text(t); }
   xscreen_size screen_size() override { return real().screen_size(); }
-  int text_width(const TFont& f, const UnicodeString& t) override { return real().text_width(f, t); }
+  int text_width(const TFont& f, const UnicodeString& t) override {
+    return real().text_width(f, t);
+  }
   std::uint8_t key_state(int vk) override { return real().key_state(vk); }
 };
 

@@ -17,8 +17,8 @@
 #include <QMenuBar>
 #include <QPixmap>
 #include <QPushButton>
-#include <QResizeEvent>
 #include <QRadioButton>
+#include <QResizeEvent>
 #include <QScrollArea>
 #include <QTableWidget>
 #include <QToolBar>
@@ -118,7 +118,8 @@ void tree_print(const TTreeNode& node, QString& print) {
 }
 
 void menu_print(const TMenuItem& item, QString& print) {
-  print += qstr(item.Caption()) + QString::number(item.Enabled() * 1 + item.Visible() * 2 + item.Checked() * 4) + u'(';
+  print += qstr(item.Caption()) +
+           QString::number(item.Enabled() * 1 + item.Visible() * 2 + item.Checked() * 4) + u'(';
   for (int i = 0; i < item.Count(); ++i) menu_print(*item.Items(i), print);
   print += u')';
 }
@@ -130,7 +131,8 @@ void add_tree_node(TTreeNode& node, QTreeWidgetItem* item) {
 }
 
 QTreeWidgetItem* find_tree_item(QTreeWidgetItem* item, const TTreeNode* node) {
-  if (item->data(0, Qt::UserRole).value<quintptr>() == reinterpret_cast<quintptr>(node)) return item;
+  if (item->data(0, Qt::UserRole).value<quintptr>() == reinterpret_cast<quintptr>(node))
+    return item;
   for (int i = 0; i < item->childCount(); ++i)
     if (QTreeWidgetItem* found = find_tree_item(item->child(i), node)) return found;
   return nullptr;
@@ -192,8 +194,10 @@ xqt_mirror::xqt_mirror(TCustomForm& form, deliver_fn deliver)
 xqt_mirror::~xqt_mirror() {
   if (form_ != nullptr) RemoveFreeNotification(form_);
   for (auto& [component, e] : widgets_) RemoveFreeNotification(const_cast<TComponent*>(component));
-  for (auto& [component, n] : menu_items_) RemoveFreeNotification(const_cast<TComponent*>(component));
-  for (auto& [component, bar] : tool_buttons_) RemoveFreeNotification(const_cast<TComponent*>(component));
+  for (auto& [component, n] : menu_items_)
+    RemoveFreeNotification(const_cast<TComponent*>(component));
+  for (auto& [component, bar] : tool_buttons_)
+    RemoveFreeNotification(const_cast<TComponent*>(component));
   delete window_;
 }
 
@@ -250,7 +254,8 @@ void xqt_mirror::sync() {
   } reset{syncing_};
   window_->setWindowTitle(qstr(form_->Caption()));
   sync_menu();
-  const int menu_height = menu_bar_ != nullptr && !menu_bar_->isHidden() ? menu_bar_->sizeHint().height() : 0;
+  const int menu_height =
+      menu_bar_ != nullptr && !menu_bar_->isHidden() ? menu_bar_->sizeHint().height() : 0;
   menu_height_ = menu_height;
   if (menu_bar_ != nullptr) menu_bar_->setGeometry(0, 0, form_->Width(), menu_height);
   client_->setGeometry(0, menu_height, form_->Width(), form_->Height());
@@ -259,7 +264,8 @@ void xqt_mirror::sync() {
   for (int i = 0; i < form_->ControlCount(); ++i) sync_control(*form_->Controls(i), client_);
   const bool modal = form_->Modal();
   if (form_->Visible()) {
-    if (window_->isVisible() && (window_->windowModality() == Qt::ApplicationModal) != modal) window_->hide();
+    if (window_->isVisible() && (window_->windowModality() == Qt::ApplicationModal) != modal)
+      window_->hide();
     if (!window_->isVisible()) {
       window_->setWindowModality(modal ? Qt::ApplicationModal : Qt::NonModal);
       window_->setWindowFlag(Qt::Dialog, modal || form_->BorderStyle() == bsDialog);
@@ -276,7 +282,8 @@ void xqt_mirror::sync_menu() {
   QString print;
   std::vector<TMenuItem*> roots;
   for (int i = 0; i < form_->ComponentCount(); ++i)
-    if (auto* item = dynamic_cast<TMenuItem*>(form_->Components(i)); item && item->Parent() == nullptr) {
+    if (auto* item = dynamic_cast<TMenuItem*>(form_->Components(i));
+        item && item->Parent() == nullptr) {
       roots.push_back(item);
       menu_print(*item, print);
     }
@@ -311,7 +318,8 @@ void xqt_mirror::sync_menu() {
     action->setChecked(item.Checked());
     action->setToolTip(qstr(item.Hint()));
     TMenuItem* target = &item;
-    QObject::connect(action, &QAction::triggered, [this, target] { act([target] { target->Click(); }); });
+    QObject::connect(action, &QAction::triggered,
+                     [this, target] { act([target] { target->Click(); }); });
     into->addAction(action);
   };
   for (TMenuItem* root : roots) add(*root, menu_bar_);
@@ -332,7 +340,8 @@ void xqt_mirror::sync_control(TControl& control, QWidget* parent) {
   update(control, widget);
   if (dynamic_cast<TToolBar*>(&control) != nullptr) return;  // its buttons are actions
   if (auto* container = dynamic_cast<TWinControl*>(&control)) {
-    for (int i = 0; i < container->ControlCount(); ++i) sync_control(*container->Controls(i), client);
+    for (int i = 0; i < container->ControlCount(); ++i)
+      sync_control(*container->Controls(i), client);
     if (auto* area = qobject_cast<QScrollArea*>(widget)) {
       // The page holds every child: the area scrolls when they overflow it.
       int right = 0, bottom = 0;
@@ -351,10 +360,12 @@ QWidget* xqt_mirror::create(TControl& control, QWidget* parent) {
   QWidget* widget = nullptr;
   if (auto* edit = dynamic_cast<TCustomEdit*>(c)) {
     auto* line = new QLineEdit(parent);
-    QObject::connect(line, &QLineEdit::textEdited,
-                     [this, edit](const QString& text) { act([edit, t = ustr(text)] { edit->SetText(t); }); });
+    QObject::connect(line, &QLineEdit::textEdited, [this, edit](const QString& text) {
+      act([edit, t = ustr(text)] { edit->SetText(t); });
+    });
     widget = line;
-  } else if (dynamic_cast<TCustomLabel*>(c) != nullptr || dynamic_cast<TStaticText*>(c) != nullptr) {
+  } else if (dynamic_cast<TCustomLabel*>(c) != nullptr ||
+             dynamic_cast<TStaticText*>(c) != nullptr) {
     widget = new QLabel(parent);
   } else if (dynamic_cast<TButton*>(c) != nullptr) {
     auto* button = new QPushButton(parent);
@@ -384,28 +395,32 @@ QWidget* xqt_mirror::create(TControl& control, QWidget* parent) {
       if (row < list->ItemCount()) act([list, row] { list->SetItemIndex(row); });
     });
     if (auto* checks = dynamic_cast<TCheckListBox*>(c))
-      QObject::connect(view, &QListWidget::itemChanged, [this, view, checks](QListWidgetItem* item) {
-        const int row = view->row(item);
-        const bool on = item->checkState() == Qt::Checked;
-        if (row >= 0 && row < checks->ItemCount()) act([checks, row, on] { checks->SetChecked(row, on); });
-      });
+      QObject::connect(view, &QListWidget::itemChanged,
+                       [this, view, checks](QListWidgetItem* item) {
+                         const int row = view->row(item);
+                         const bool on = item->checkState() == Qt::Checked;
+                         if (row >= 0 && row < checks->ItemCount())
+                           act([checks, row, on] { checks->SetChecked(row, on); });
+                       });
     widget = view;
   } else if (auto* combo = dynamic_cast<TCustomComboBox*>(c)) {
     auto* box = new QComboBox(parent);
     QObject::connect(box, &QComboBox::activated, [this, combo](int index) {
       if (index < combo->ItemCount()) act([combo, index] { combo->SetItemIndex(index); });
     });
-    QObject::connect(box, &QComboBox::editTextChanged,
-                     [this, combo](const QString& text) { act([combo, t = ustr(text)] { combo->SetText(t); }); });
+    QObject::connect(box, &QComboBox::editTextChanged, [this, combo](const QString& text) {
+      act([combo, t = ustr(text)] { combo->SetText(t); });
+    });
     widget = box;
   } else if (auto* lv = dynamic_cast<TCustomListView*>(c)) {
     auto* tree = new QTreeWidget(parent);
     tree->setRootIsDecorated(false);
     tree->setProperty("xum_list_view", true);
-    QObject::connect(tree, &QTreeWidget::currentItemChanged, [this, tree, lv](QTreeWidgetItem* item) {
-      const int row = item ? tree->indexOfTopLevelItem(item) : -1;
-      if (row < lv->ItemCount()) act([lv, row] { lv->SetItemIndex(row); });
-    });
+    QObject::connect(tree, &QTreeWidget::currentItemChanged,
+                     [this, tree, lv](QTreeWidgetItem* item) {
+                       const int row = item ? tree->indexOfTopLevelItem(item) : -1;
+                       if (row < lv->ItemCount()) act([lv, row] { lv->SetItemIndex(row); });
+                     });
     widget = tree;
   } else if (auto* tv = dynamic_cast<TCustomTreeView*>(c)) {
     auto* tree = new QTreeWidget(parent);
@@ -449,7 +464,8 @@ void xqt_mirror::update(TControl& control, QWidget* widget) {
   const QSignalBlocker quiet(widget);
   const QRect bounds(control.Left(), control.Top(), control.Width(), control.Height());
   if (widget->geometry() != bounds) widget->setGeometry(bounds);
-  if (widget->isVisibleTo(widget->parentWidget()) != control.Visible()) widget->setVisible(control.Visible());
+  if (widget->isVisibleTo(widget->parentWidget()) != control.Visible())
+    widget->setVisible(control.Visible());
   if (widget->isEnabled() != control.Enabled()) widget->setEnabled(control.Enabled());
   const QString caption = qstr(control.Caption());
   if (widget->toolTip() != qstr(control.Hint())) widget->setToolTip(qstr(control.Hint()));
@@ -461,12 +477,14 @@ void xqt_mirror::update(TControl& control, QWidget* widget) {
     line->setReadOnly(edit->ReadOnly());
     line->setMaxLength(edit->MaxLength() > 0 ? edit->MaxLength() : 32767);
   } else if (auto* label = qobject_cast<QLabel*>(widget)) {
-    if (label->text() != without_accelerator(control.Caption())) label->setText(without_accelerator(control.Caption()));
+    if (label->text() != without_accelerator(control.Caption()))
+      label->setText(without_accelerator(control.Caption()));
   } else if (auto* button = qobject_cast<QPushButton*>(widget)) {
     if (button->text() != caption) button->setText(caption);
     auto* model = static_cast<TButton*>(c);
     button->setDefault(model->Default());
-    if (auto* bit = dynamic_cast<TBitBtn*>(c); bit && !bit->Glyph().Empty() && button->icon().isNull()) {
+    if (auto* bit = dynamic_cast<TBitBtn*>(c);
+        bit && !bit->Glyph().Empty() && button->icon().isNull()) {
       const int glyph_width = bit->Glyph().Width() / bit->NumGlyphs();
       button->setIcon(QIcon(QPixmap::fromImage(to_image(bit->Glyph(), glyph_width, true))));
       button->setIconSize(QSize(glyph_width, bit->Glyph().Height()));
@@ -475,14 +493,17 @@ void xqt_mirror::update(TControl& control, QWidget* widget) {
     if (box->text() != caption) box->setText(caption);
     const TCheckBoxState state = static_cast<TCustomCheckBox*>(c)->State();
     box->setTristate(state == cbGrayed);
-    box->setCheckState(state == cbChecked ? Qt::Checked : state == cbGrayed ? Qt::PartiallyChecked : Qt::Unchecked);
+    box->setCheckState(state == cbChecked  ? Qt::Checked
+                       : state == cbGrayed ? Qt::PartiallyChecked
+                                           : Qt::Unchecked);
   } else if (auto* radio = qobject_cast<QRadioButton*>(widget)) {
     if (radio->text() != caption) radio->setText(caption);
     radio->setChecked(static_cast<TRadioButton*>(c)->Checked());
   } else if (auto* group_box = qobject_cast<QGroupBox*>(widget)) {
     if (group_box->title() != caption) group_box->setTitle(caption);
     if (auto* group = dynamic_cast<TCustomRadioGroup*>(c)) {
-      QList<QRadioButton*> radios = group_box->findChildren<QRadioButton*>(Qt::FindDirectChildrenOnly);
+      QList<QRadioButton*> radios =
+          group_box->findChildren<QRadioButton*>(Qt::FindDirectChildrenOnly);
       QStringList texts;
       for (QRadioButton* r : radios) texts << r->text();
       if (texts != item_texts(group->Items())) {
@@ -492,7 +513,8 @@ void xqt_mirror::update(TControl& control, QWidget* widget) {
           auto* r = new QRadioButton(qstr(group->Items()[i]), group_box);
           r->setAutoExclusive(false);
           group_box->layout()->addWidget(r);
-          QObject::connect(r, &QRadioButton::clicked, [this, group, i] { act([group, i] { group->SetItemIndex(i); }); });
+          QObject::connect(r, &QRadioButton::clicked,
+                           [this, group, i] { act([group, i] { group->SetItemIndex(i); }); });
           radios << r;
         }
       }
@@ -533,13 +555,16 @@ void xqt_mirror::update(TControl& control, QWidget* widget) {
   } else if (auto* tree = qobject_cast<QTreeWidget*>(widget)) {
     if (auto* lv = dynamic_cast<TCustomListView*>(c)) {
       QStringList headers;
-      for (int i = 0; i < lv->Columns().Count(); ++i) headers << qstr(lv->Columns().Items(i)->Caption());
+      for (int i = 0; i < lv->Columns().Count(); ++i)
+        headers << qstr(lv->Columns().Items(i)->Caption());
       if (headers.isEmpty()) headers << QString();
-      if (tree->columnCount() != headers.size()) tree->setColumnCount(static_cast<int>(headers.size()));
+      if (tree->columnCount() != headers.size())
+        tree->setColumnCount(static_cast<int>(headers.size()));
       tree->setHeaderLabels(headers);
       tree->setHeaderHidden(lv->Columns().Count() == 0 || lv->ViewStyle() != vsReport);
       for (int i = 0; i < lv->Columns().Count(); ++i)
-        if (lv->Columns().Items(i)->Width() > 0) tree->setColumnWidth(i, lv->Columns().Items(i)->Width());
+        if (lv->Columns().Items(i)->Width() > 0)
+          tree->setColumnWidth(i, lv->Columns().Items(i)->Width());
       const QString print = list_view_print(*lv);
       if (tree->property("xum_print").toString() != print) {
         tree->clear();
@@ -588,7 +613,8 @@ void xqt_mirror::update(TControl& control, QWidget* widget) {
     for (int i = 0; i < lines.Count(); ++i) {
       const QString line = qstr(lines[i]);
       const qsizetype eq = line.indexOf(u'=');
-      const QString key = eq < 0 ? line : line.left(eq), value = eq < 0 ? QString() : line.mid(eq + 1);
+      const QString key = eq < 0 ? line : line.left(eq),
+                    value = eq < 0 ? QString() : line.mid(eq + 1);
       for (int col = 0; col < 2; ++col) {
         const QString& text = col == 0 ? key : value;
         QTableWidgetItem* cell = table->item(i, col);
@@ -607,12 +633,14 @@ void xqt_mirror::update(TControl& control, QWidget* widget) {
     for (int i = 0; i < model->ControlCount(); ++i) {
       const TControl* b = model->Controls(i);
       print += qstr(b->Caption()) + QString::number(b->Enabled() + 2 * b->Visible()) + u'\x1f';
-      if (auto* tb = dynamic_cast<const TToolButton*>(b)) print += QString::number(tb->ImageIndex());
+      if (auto* tb = dynamic_cast<const TToolButton*>(b))
+        print += QString::number(tb->ImageIndex());
       print += u'\x1e';
     }
     if (bar->property("xum_print").toString() != print) {
       bar->clear();
-      if (model->Images() != nullptr) bar->setIconSize(QSize(model->Images()->Width(), model->Images()->Height()));
+      if (model->Images() != nullptr)
+        bar->setIconSize(QSize(model->Images()->Width(), model->Images()->Height()));
       for (int i = 0; i < model->ControlCount(); ++i) {
         TControl* b = model->Controls(i);
         if (!b->Visible()) continue;
@@ -621,7 +649,8 @@ void xqt_mirror::update(TControl& control, QWidget* widget) {
           bar->addSeparator();
           continue;
         }
-        QAction* action = bar->addAction(image_list_icon(model->Images(), tb ? tb->ImageIndex() : -1), qstr(b->Caption()));
+        QAction* action = bar->addAction(
+            image_list_icon(model->Images(), tb ? tb->ImageIndex() : -1), qstr(b->Caption()));
         action->setEnabled(b->Enabled());
         action->setToolTip(qstr(b->Hint()));
         action->setObjectName(qstr(b->Name()));

@@ -25,12 +25,11 @@
 #ifndef XUM_BACKENDS_QT_XQT_MIRROR_H
 #define XUM_BACKENDS_QT_XQT_MIRROR_H
 
-#include <functional>
-#include <map>
-
 #include <QPointer>
 #include <QString>
 #include <QWidget>
+#include <functional>
+#include <map>
 
 #include "framework/tcomponent.h"
 
@@ -80,8 +79,8 @@ class xqt_mirror final : public TComponent {
   QWidget* client_;
   QMenuBar* menu_bar_ = nullptr;
   std::map<const TComponent*, entry> widgets_;
-  std::map<const TComponent*, int> menu_items_;          // menu items watched for removal
-  std::map<const TComponent*, QPointer<QWidget>> tool_buttons_;   // tool button -> its bar
+  std::map<const TComponent*, int> menu_items_;                  // menu items watched for removal
+  std::map<const TComponent*, QPointer<QWidget>> tool_buttons_;  // tool button -> its bar
   QString menu_print_;
   int menu_height_ = 0;
   bool menu_dirty_ = true;

@@ -11,7 +11,8 @@ namespace xum {
 xqt_pump::xqt_pump(xqt_backend& backend) : backend_(backend) {
   due_.setSingleShot(true);
   QObject::connect(&due_, &QTimer::timeout, this, [this] { fire(); });
-  QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance(QCoreApplication::instance()->thread());
+  QAbstractEventDispatcher* dispatcher =
+      QAbstractEventDispatcher::instance(QCoreApplication::instance()->thread());
   QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [this] {
     backend_.sync();
     refresh();
@@ -33,9 +34,10 @@ void xqt_pump::refresh() {
   std::map<std::pair<int, int>, std::unique_ptr<QSocketNotifier>> kept;
   for (const auto& [fd, events] : loop.descriptors()) {
     for (const QSocketNotifier::Type type : {QSocketNotifier::Read, QSocketNotifier::Write}) {
-      const bool wanted = type == QSocketNotifier::Read ? (events & (xmain_loop::watch_in | xmain_loop::watch_hangup |
-                                                                     xmain_loop::watch_error)) != 0
-                                                        : (events & xmain_loop::watch_out) != 0;
+      const bool wanted = type == QSocketNotifier::Read
+                              ? (events & (xmain_loop::watch_in | xmain_loop::watch_hangup |
+                                           xmain_loop::watch_error)) != 0
+                              : (events & xmain_loop::watch_out) != 0;
       if (!wanted) continue;
       const std::pair<int, int> key{fd, static_cast<int>(type)};
       if (auto it = notifiers_.find(key); it != notifiers_.end()) {

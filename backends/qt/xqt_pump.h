@@ -10,13 +10,12 @@
 #ifndef XUM_BACKENDS_QT_XQT_PUMP_H
 #define XUM_BACKENDS_QT_XQT_PUMP_H
 
-#include <map>
-#include <memory>
-#include <utility>
-
 #include <QObject>
 #include <QSocketNotifier>
 #include <QTimer>
+#include <map>
+#include <memory>
+#include <utility>
 
 namespace xum {
 

@@ -1,37 +1,38 @@
 // The Qt backend under a real (virtual) display: forms of the model shown
 // as windows, photographed into XUM_SCREENSHOT_DIR and checked for what a
 // person would see; synthesized key and mouse events reach the model.
+#include "backends/qt/xqt_backend.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QComboBox>
+#include <QFile>
+#include <QFileDialog>
+#include <QGroupBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QTableWidget>
+#include <QTest>
+#include <QTimer>
+#include <QToolBar>
+#include <QTreeWidget>
 #include <atomic>
 #include <filesystem>
 #include <set>
 #include <thread>
 
-#include <QApplication>
-#include <QCheckBox>
-#include <QClipboard>
-#include <QScreen>
-#include <QComboBox>
-#include <QFile>
-#include <QFileDialog>
-#include <QGroupBox>
-#include <QListWidget>
-#include <QRadioButton>
-#include <QScrollArea>
-#include <QTableWidget>
-#include <QHeaderView>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMenu>
-#include <QMenuBar>
-#include <QMessageBox>
-#include <QPushButton>
-#include <QTest>
-#include <QTimer>
-#include <QToolBar>
-#include <QTreeWidget>
 #include <gtest/gtest.h>
 
-#include "backends/qt/xqt_backend.h"
 #include "framework/tapplication.h"
 #include "framework/tcomctrls.h"
 #include "framework/tdialogs.h"
@@ -57,7 +58,8 @@ QImage photograph(QWidget* window, const char* name) {
   QApplication::processEvents();
   const QImage image = window->grab().toImage();
   std::filesystem::create_directories(XUM_SCREENSHOT_DIR);
-  image.save(QString::fromUtf8(XUM_SCREENSHOT_DIR) + u'/' + QString::fromUtf8(name) + QStringLiteral(".png"));
+  image.save(QString::fromUtf8(XUM_SCREENSHOT_DIR) + u'/' + QString::fromUtf8(name) +
+             QStringLiteral(".png"));
   return image;
 }
 
@@ -118,12 +120,14 @@ struct find_dialog {
 // Run by CTest with XUM_BACKEND=qt (QtBackendChosenByTheEnvironment): the
 // library made the Qt backend current when it loaded, before any call.
 TEST(QtBackendSelection, XumBackendQtSelectsItWhenTheLibraryLoads) {
-  if (qEnvironmentVariable("XUM_BACKEND") != QStringLiteral("qt")) GTEST_SKIP() << "XUM_BACKEND=qt not set";
+  if (qEnvironmentVariable("XUM_BACKEND") != QStringLiteral("qt"))
+    GTEST_SKIP() << "XUM_BACKEND=qt not set";
   EXPECT_NE(&xui(), static_cast<xui_backend*>(&xheadless_ui()));
   const int width = Screen().Width();  // the first use makes the Qt application
   ASSERT_NE(QGuiApplication::primaryScreen(), nullptr);
   EXPECT_EQ(width, QGuiApplication::primaryScreen()->size().width());
-  EXPECT_EQ(&xui(), static_cast<xui_backend*>(&use_qt_backend())) << "the first use put the real backend in place";
+  EXPECT_EQ(&xui(), static_cast<xui_backend*>(&use_qt_backend()))
+      << "the first use put the real backend in place";
 }
 
 class QtBackend : public ::testing::Test {
@@ -169,9 +173,13 @@ TEST_F(QtBackend, ShowModalReturnsTheButtonsResultAndTypedTextReachesTheModel) {
     TModalResult expected;
   };
   const std::vector<row> rows = {
-      {"click OK", [](QWidget* w) { QTest::mouseClick(child<QPushButton>(w, u"OkButton"), Qt::LeftButton); }, mrOk},
-      {"Enter presses the default button", [](QWidget* w) { QTest::keyClick(w, Qt::Key_Return); }, mrOk},
-      {"Escape presses the cancel button", [](QWidget* w) { QTest::keyClick(w, Qt::Key_Escape); }, mrCancel},
+      {"click OK",
+       [](QWidget* w) { QTest::mouseClick(child<QPushButton>(w, u"OkButton"), Qt::LeftButton); },
+       mrOk},
+      {"Enter presses the default button", [](QWidget* w) { QTest::keyClick(w, Qt::Key_Return); },
+       mrOk},
+      {"Escape presses the cancel button", [](QWidget* w) { QTest::keyClick(w, Qt::Key_Escape); },
+       mrCancel},
       {"the close box", [](QWidget* w) { w->close(); }, mrCancel},
   };
   for (const row& r : rows) {
@@ -286,7 +294,8 @@ TEST_F(QtBackend, AFormWithMenuAndToolBarRunsTheModelsHandlers) {
   EXPECT_TRUE(menu_bar->isVisible());
   EXPECT_GT(menu_bar->height(), 10);
   EXPECT_EQ(window->height(), 320 + menu_bar->height());
-  EXPECT_EQ(child<QToolBar>(window, u"Tools")->mapTo(window, QPoint(0, 0)), QPoint(0, menu_bar->height()));
+  EXPECT_EQ(child<QToolBar>(window, u"Tools")->mapTo(window, QPoint(0, 0)),
+            QPoint(0, menu_bar->height()));
   auto* open_action = window->findChild<QAction*>(QStringLiteral("OpenItem"));
   ASSERT_NE(open_action, nullptr);
   open_action->trigger();
@@ -325,9 +334,7 @@ TEST_F(QtBackend, TheMainLoopsWorkRunsOnQtsLoopWhileAFormIsModal) {
   std::atomic<bool> synchronized{false};
   int ticks = 0;
   const int timer = xmain_loop::instance().add_timer(5, [&] { ++ticks; });
-  std::thread worker([&] {
-    TThread::Synchronize(nullptr, [&] { synchronized = true; });
-  });
+  std::thread worker([&] { TThread::Synchronize(nullptr, [&] { synchronized = true; }); });
   // The form closes itself once the worker's call and a few ticks ran.
   const int closer = xmain_loop::instance().add_timer(10, [&] {
     if (synchronized && ticks >= 3) d.form->SetModalResult(mrOk);
@@ -347,7 +354,9 @@ TEST_F(QtBackend, MessageBoxAnswersWithTheButtonTheUserPressed) {
     EXPECT_EQ(box->text(), QStringLiteral("Save the changes?"));
     QTest::mouseClick(box->button(QMessageBox::No), Qt::LeftButton);
   });
-  EXPECT_EQ(Application()->MessageBox("Save the changes?", "Notes", MB_YESNOCANCEL | MB_ICONQUESTION), IDNO);
+  EXPECT_EQ(
+      Application()->MessageBox("Save the changes?", "Notes", MB_YESNOCANCEL | MB_ICONQUESTION),
+      IDNO);
 }
 
 TEST_F(QtBackend, EveryStandardControlHasItsNaturalWidget) {
@@ -355,7 +364,8 @@ TEST_F(QtBackend, EveryStandardControlHasItsNaturalWidget) {
   form.SetName(u"Gallery");
   form.SetCaption(u"Controls");
   form.SetBounds(0, 0, 520, 360);
-  auto add = [&form](auto* c, TWinControl* parent, const char16_t* name, int l, int t, int w, int h) {
+  auto add = [&form](auto* c, TWinControl* parent, const char16_t* name, int l, int t, int w,
+                     int h) {
     c->SetName(name);
     c->SetParent(parent);
     c->SetBounds(l, t, w, h);
@@ -367,7 +377,8 @@ TEST_F(QtBackend, EveryStandardControlHasItsNaturalWidget) {
   glyph.SetPixelFormat(pf24bit);
   glyph.SetSize(32, 16);  // two glyphs: the first is shown
   for (int y = 0; y < 16; ++y)
-    for (int x = 0; x < 32; ++x) glyph.SetPixel(x, y, y == 15 || x == 0 ? clWhite : x < 16 ? clLime : clRed);
+    for (int x = 0; x < 32; ++x)
+      glyph.SetPixel(x, y, y == 15 || x == 0 ? clWhite : x < 16 ? clLime : clRed);
   bit->SetGlyph(glyph);
   bit->SetNumGlyphs(2);
   auto* checks = add(new TCheckListBox(&form), &form, u"Options", 10, 50, 160, 90);
@@ -470,7 +481,8 @@ TEST_F(QtBackend, FileDialogFillsTheChosenFile) {
   ASSERT_TRUE(dialog.Execute());
   EXPECT_EQ(dialog.FileName(), (dir + QStringLiteral("/notes.txt")).toStdU16String());
   EXPECT_EQ(dialog.Files().Count(), 1);
-  EXPECT_EQ(filters, QStringList({QStringLiteral("Notes (*.txt)"), QStringLiteral("All files (*)")}));
+  EXPECT_EQ(filters,
+            QStringList({QStringLiteral("Notes (*.txt)"), QStringLiteral("All files (*)")}));
 }
 
 TEST_F(QtBackend, ClipboardAndScreenAreTheDisplays) {

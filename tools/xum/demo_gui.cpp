@@ -10,8 +10,8 @@
 #include "framework/tapplication.h"
 #include "framework/tcomctrls.h"
 #include "framework/tforms.h"
-#include "framework/xmain_loop.h"
 #include "framework/tstdctrls.h"
+#include "framework/xmain_loop.h"
 #include "imaging/xglyph.h"
 #include "tools/xum/demo_sections.h"
 
@@ -82,7 +82,8 @@ void show_demo_window(const std::string& report, int close_after_ms) {
   close->OnClick = [form](TObject*) { form->Close(); };
 
   int timer = 0;
-  if (close_after_ms > 0) timer = xmain_loop::instance().add_timer(close_after_ms, [form] { form->Close(); });
+  if (close_after_ms > 0)
+    timer = xmain_loop::instance().add_timer(close_after_ms, [form] { form->Close(); });
   Application()->Run();
   if (timer != 0) xmain_loop::instance().remove_timer(timer);
 }
