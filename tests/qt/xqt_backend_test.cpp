@@ -22,6 +22,7 @@
 #include <QScreen>
 #include <QScrollArea>
 #include <QTableWidget>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <QToolBar>
@@ -456,8 +457,9 @@ TEST_F(QtBackend, FileDialogFillsTheChosenFile) {
   TOpenDialog dialog(nullptr);
   dialog.SetTitle(u"Open notes");
   dialog.SetFilter(u"Notes|*.txt|All files|*.*");
-  const QString dir = QString::fromUtf8(XUM_SCREENSHOT_DIR);
-  std::filesystem::create_directories(XUM_SCREENSHOT_DIR);
+  const QTemporaryDir folder;
+  ASSERT_TRUE(folder.isValid());
+  const QString dir = folder.path();
   QFile notes(dir + QStringLiteral("/notes.txt"));
   ASSERT_TRUE(notes.open(QIODevice::WriteOnly));
   notes.close();
