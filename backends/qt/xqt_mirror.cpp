@@ -62,13 +62,15 @@ QString without_accelerator(const UnicodeString& caption) {
 
 // A model bitmap as a Qt image; its bottom-left pixel's colour is
 // transparent, as the glyphs of bit buttons and image lists are drawn.
-QImage to_image(const TBitmap& bitmap, int width, bool transparent_corner) {
-  const int w = width > 0 && width < bitmap.Width() ? width : bitmap.Width();
+// `width` > 0 takes the part of that width that starts at column `first`.
+QImage to_image(const TBitmap& bitmap, int width, bool transparent_corner, int first = 0) {
+  const int w = width > 0 && first + width <= bitmap.Width() ? width : bitmap.Width();
+  if (w == bitmap.Width()) first = 0;
   QImage image(w, bitmap.Height(), QImage::Format_ARGB32);
   const TColor clear = transparent_corner ? bitmap.Pixel(0, bitmap.Height() - 1) : -1;
   for (int y = 0; y < bitmap.Height(); ++y)
     for (int x = 0; x < w; ++x) {
-      const TColor c = bitmap.Pixel(x, y);
+      const TColor c = bitmap.Pixel(first + x, y);
       const int r = c & 0xFF, g = (c >> 8) & 0xFF, b = (c >> 16) & 0xFF;
       image.setPixel(x, y, c == clear ? 0u : qRgba(r, g, b, 255));
     }
@@ -486,7 +488,13 @@ void xqt_mirror::update(TControl& control, QWidget* widget) {
     if (auto* bit = dynamic_cast<TBitBtn*>(c);
         bit && !bit->Glyph().Empty() && button->icon().isNull()) {
       const int glyph_width = bit->Glyph().Width() / bit->NumGlyphs();
-      button->setIcon(QIcon(QPixmap::fromImage(to_image(bit->Glyph(), glyph_width, true))));
+      // The glyph's parts: normal, then disabled (Qt greys the normal one
+      // when there is no second part).
+      QIcon icon(QPixmap::fromImage(to_image(bit->Glyph(), glyph_width, true)));
+      if (bit->NumGlyphs() >= 2)
+        icon.addPixmap(QPixmap::fromImage(to_image(bit->Glyph(), glyph_width, true, glyph_width)),
+                       QIcon::Disabled);
+      button->setIcon(icon);
       button->setIconSize(QSize(glyph_width, bit->Glyph().Height()));
     }
   } else if (auto* box = qobject_cast<QCheckBox*>(widget)) {

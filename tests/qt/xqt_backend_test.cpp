@@ -410,6 +410,10 @@ TEST_F(QtBackend, EveryStandardControlHasItsNaturalWidget) {
   ASSERT_EQ(icon.size(), QSize(16, 16));
   EXPECT_EQ(QColor(icon.pixel(8, 8)), QColor(Qt::green));
   EXPECT_EQ(qAlpha(icon.pixel(8, 15)), 0);
+  const QImage disabled =
+      child<QPushButton>(window, u"Apply")->icon().pixmap(QSize(16, 16), QIcon::Disabled).toImage();
+  EXPECT_EQ(QColor(disabled.pixel(8, 8)), QColor(Qt::red))
+      << "the second part is the disabled glyph";
   auto* list = child<QListWidget>(window, u"Options");
   ASSERT_EQ(list->count(), 3);
   EXPECT_EQ(list->item(1)->checkState(), Qt::Checked);
