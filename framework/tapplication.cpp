@@ -45,7 +45,7 @@ TApplication* Application() {
 
 void TApplication::turn(int timeout_ms) {
   try {
-    xmain_loop::instance().run_once(timeout_ms);
+    xui().turn(timeout_ms);
   } catch (...) {
     HandleException(this);
   }

@@ -16,6 +16,10 @@
 // (posted calls, watches, timers) before each answer, so a worker's
 // Synchronize completes while the form is open.
 //
+// The interface names the model's types (forms, dialogs, fonts) only by
+// declaration: the model calls into it, and the backends that know the
+// model's controls (xstock_backends.cpp, backends/qt/) sit beside it.
+//
 // The keyboard state lives in the backend: a windowing backend feeds it
 // from key events; headless and scripted backends from set_key_state.
 //
@@ -70,6 +74,13 @@ class XUM_API xui_backend {
   // without asking its close query again. The base runs the waiting work
   // and answers mrCancel: the form was closed without a choice.
   virtual int show_modal(TCustomForm& form, xmodal_loop& loop);
+  // One turn of the application's main loop (TApplication::Run,
+  // ProcessMessages, HandleMessage): runs the main loop's ready work,
+  // waiting up to timeout_ms (-1: until something happens) when nothing is
+  // ready. A windowing backend turns its own event loop here, with the main
+  // loop's descriptors, posted calls and timers delivered on it; exceptions
+  // of the work propagate. The base runs xmain_loop::run_once.
+  virtual void turn(int timeout_ms);
   // Shows a file dialog (open or save: dialog.IsSaveDialog()) and, when
   // the user chooses, fills the dialog's FileName and Files and returns
   // true. The base cancels.

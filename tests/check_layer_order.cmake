@@ -26,7 +26,7 @@ set(allowed_net          core platform streams framework net)
 set(allowed_ui           core platform streams formats framework localization imaging net ui)
 set(allowed_app          core platform streams formats framework localization imaging net ui app)
 set(allowed_backends     core platform streams formats framework localization imaging net ui app backends)
-set(allowed_tools        core platform streams formats framework localization imaging net ui app tools)
+set(allowed_tools        core platform streams formats framework localization imaging net ui app backends tools)
 set(folders core platform streams formats framework localization imaging net ui app backends tools)
 
 # The core base: headers that use nothing but the standard library and one

@@ -11,6 +11,7 @@
 #include "core/xcatalogue.h"
 #include "core/xexceptions.h"
 #include "core/xstr.h"
+#include "core/xutf.h"
 #include "formats/xstruct_format.h"
 #include "framework/xexception_presenter.h"
 #include "framework/xui_backend.h"
@@ -209,21 +210,69 @@ void exceptions_section(const fs::path& dir) {
   for (std::string line; std::getline(lines, line);) std::cout << "  " << line << "\n";
 }
 
+// Writes what the report prints to standard output and to a copy.
+class report_tee final : public std::streambuf {
+ public:
+  report_tee(std::streambuf* out, std::streambuf* copy) : out_(out), copy_(copy) {}
+
+ protected:
+  int overflow(int c) override {
+    if (c == traits_type::eof()) return traits_type::not_eof(c);
+    copy_->sputc(static_cast<char>(c));
+    return out_->sputc(static_cast<char>(c));
+  }
+  std::streamsize xsputn(const char* s, std::streamsize n) override {
+    copy_->sputn(s, n);
+    return out_->sputn(s, n);
+  }
+  int sync() override { return out_->pubsync(); }
+
+ private:
+  std::streambuf* out_;
+  std::streambuf* copy_;
+};
+
 }  // namespace
 
 cli::command demo_command() {
   cli::command c;
   c.name = "demo";
   c.summary = "Run the library on the bundled sample data and print a report";
-  c.usage = "[SAMPLES_DIR]";
+  c.usage = "[--gui [--close-after MS]] [SAMPLES_DIR]";
   c.help =
       "Runs every subsystem built so far on the sample data and prints what it\n"
       "found. SAMPLES_DIR defaults to the bundled samples folder ($XUM_SAMPLES\n"
-      "overrides it).";
+      "overrides it).\n"
+      "\n"
+      "  --gui              also show the report in a real window, drawn by the\n"
+      "                     Qt backend (needs a display; xum built with Qt 6)\n"
+      "  --close-after MS   close that window by itself after MS milliseconds";
   c.run = [](cli::arguments& a) {
+    const bool gui = a.flag("--gui");
+    const auto close_after = a.option("--close-after");
     const auto pos = a.positionals(0, 1);
+    int close_after_ms = 0;
+    if (close_after) {
+      if (!gui) throw Exception(u"--close-after needs --gui");
+      try {
+        close_after_ms = std::stoi(*close_after);
+      } catch (const std::exception&) {
+        close_after_ms = -1;
+      }
+      if (close_after_ms <= 0) throw Exception(u"--close-after: not a positive number of milliseconds: " + xutf8_to_utf16(*close_after));
+    }
+#ifndef XUM_WITH_QT
+    if (gui) throw Exception(u"--gui: this xum was built without the Qt backend (Qt 6 Widgets was not found)");
+#endif
     const fs::path dir = pos.empty() ? fs::path(samples_dir()) : fs::path(pos[0]);
     if (!fs::is_directory(dir)) xerror(xstr("Sample folder not found !\nFile: ") + dir.string().c_str());
+    // With --gui the report is also kept for the window.
+    std::ostringstream report;
+    report_tee tee(std::cout.rdbuf(), report.rdbuf());
+    struct restore {
+      std::streambuf* buffer;
+      ~restore() { std::cout.rdbuf(buffer); }
+    } keep{gui ? std::cout.rdbuf(&tee) : std::cout.rdbuf()};
     std::cout << "XUMComps demo on " << dir.string() << "\n\n";
     strings_section(dir);
     settings_section(dir);
@@ -233,6 +282,12 @@ cli::command demo_command() {
     streams_section(dir);
     archive_section(dir);
     images_section();
+#ifdef XUM_WITH_QT
+    if (gui) {
+      std::cout.flush();
+      show_demo_window(report.str(), close_after_ms);
+    }
+#endif
     return cli::exit_ok;
   };
   return c;

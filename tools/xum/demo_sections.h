@@ -4,6 +4,7 @@
 #define XUM_TOOLS_XUM_DEMO_SECTIONS_H
 
 #include <filesystem>
+#include <string>
 
 namespace xum::tool {
 
@@ -21,6 +22,11 @@ void archive_section(const std::filesystem::path& samples);
 
 // Images: a compiled-in glyph made into a button glyph and tool bar lists.
 void images_section();
+// `xum demo --gui`: the report in a real window drawn by the Qt backend,
+// with the compiled-in glyph on its tool bar and Close button. Runs until
+// the window is closed (or close_after_ms have passed, when positive).
+// Throws when there is no display; exists only when xum links XUMComps::Qt.
+void show_demo_window(const std::string& report, int close_after_ms);
 
 }  // namespace xum::tool
 

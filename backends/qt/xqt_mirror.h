@@ -1,0 +1,92 @@
+// The mirror of one model form in Qt widgets: the form becomes a top-level
+// window (a dialog while it is shown modally), each control its natural
+// widget, placed where the model lays it out. The model stays the one
+// source of truth: sync() brings the widgets in line with it (run before
+// Qt's loop waits), and the widgets' signals feed the user's acts back to
+// the model through the backend's deliver().
+//
+//   control          widget
+//   TCustomForm      top-level QWidget, with a QMenuBar for its root menu items
+//   TEdit            QLineEdit          TLabel, TStaticText  QLabel
+//   TButton          QPushButton        TBitBtn     QPushButton with its glyph
+//   TCheckBox        QCheckBox          TRadioButton  QRadioButton
+//   TGroupBox        QGroupBox          TRadioGroup   QGroupBox of QRadioButtons
+//   TListBox         QListWidget        TCheckListBox QListWidget, checkable
+//   TComboBox        QComboBox (editable unless csDropDownList)
+//   TListView        QTreeWidget with the columns as header
+//   TTreeView        QTreeWidget        TValueListEditor  QTableWidget
+//   TToolBar         QToolBar, a QAction per TToolButton with its image
+//   TScrollBox       QScrollArea        other containers  QWidget
+//
+// A control destroyed in the model loses its widget at once (the mirror
+// asks for the model's free notification).
+//
+// Thread safety: the main thread only.
+#ifndef XUM_BACKENDS_QT_XQT_MIRROR_H
+#define XUM_BACKENDS_QT_XQT_MIRROR_H
+
+#include <QPointer>
+#include <QString>
+#include <QWidget>
+#include <functional>
+#include <map>
+
+#include "framework/tcomponent.h"
+
+class QWidget;
+class QMenuBar;
+
+namespace xum {
+
+class TControl;
+class TCustomForm;
+class TMenuItem;
+
+class xqt_mirror final : public TComponent {
+ public:
+  // How the mirror hands a user's act to the model (the backend runs it
+  // as an act of the form's modal loop, or under HandleException).
+  using deliver_fn = std::function<void(TCustomForm& form, const std::function<void()>& act)>;
+
+  xqt_mirror(TCustomForm& form, deliver_fn deliver);
+  ~xqt_mirror() override;
+
+  TCustomForm* form() const noexcept { return form_; }
+  QWidget* window() const noexcept { return window_; }
+  // The widget of `control`, or null.
+  QWidget* widget_of(const TControl& control) const;
+
+  // Creates what is missing, updates what changed, shows or hides the
+  // window as the form's Visible says.
+  void sync();
+
+  void Notification(TComponent* AComponent, TOperation Operation) override;
+
+ private:
+  struct entry {
+    QWidget* widget;
+    QWidget* client;  // where children go (the widget itself, or a scroll area's page)
+  };
+  QWidget* create(TControl& control, QWidget* parent);
+  void sync_control(TControl& control, QWidget* parent);
+  void update(TControl& control, QWidget* widget);
+  void sync_menu();
+  void act(const std::function<void()>& what);
+
+  TCustomForm* form_;
+  deliver_fn deliver_;
+  QWidget* window_;
+  QWidget* client_;
+  QMenuBar* menu_bar_ = nullptr;
+  std::map<const TComponent*, entry> widgets_;
+  std::map<const TComponent*, int> menu_items_;                  // menu items watched for removal
+  std::map<const TComponent*, QPointer<QWidget>> tool_buttons_;  // tool button -> its bar
+  QString menu_print_;
+  int menu_height_ = 0;
+  bool menu_dirty_ = true;
+  bool syncing_ = false;
+};
+
+}  // namespace xum
+
+#endif  // XUM_BACKENDS_QT_XQT_MIRROR_H

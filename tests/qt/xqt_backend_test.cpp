@@ -1,0 +1,507 @@
+// The Qt backend under a real (virtual) display: forms of the model shown
+// as windows, photographed into XUM_SCREENSHOT_DIR and checked for what a
+// person would see; synthesized key and mouse events reach the model.
+#include "backends/qt/xqt_backend.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QComboBox>
+#include <QFile>
+#include <QFileDialog>
+#include <QGroupBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QTableWidget>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QToolBar>
+#include <QTreeWidget>
+#include <atomic>
+#include <filesystem>
+#include <set>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "framework/tapplication.h"
+#include "framework/tcomctrls.h"
+#include "framework/tdialogs.h"
+#include "framework/tforms.h"
+#include "framework/timglist.h"
+#include "framework/tmenus.h"
+#include "framework/tstdctrls.h"
+#include "framework/tthread.h"
+#include "framework/xmain_loop.h"
+
+namespace xum {
+namespace {
+
+// Distinct colours of a picture: a blank window has one or two.
+int colours(const QImage& image) {
+  std::set<QRgb> seen;
+  for (int y = 0; y < image.height(); y += 2)
+    for (int x = 0; x < image.width(); x += 2) seen.insert(image.pixel(x, y));
+  return static_cast<int>(seen.size());
+}
+
+QImage photograph(QWidget* window, const char* name) {
+  QApplication::processEvents();
+  const QImage image = window->grab().toImage();
+  std::filesystem::create_directories(XUM_SCREENSHOT_DIR);
+  image.save(QString::fromUtf8(XUM_SCREENSHOT_DIR) + u'/' + QString::fromUtf8(name) +
+             QStringLiteral(".png"));
+  return image;
+}
+
+template <class W>
+W* child(QWidget* window, const UnicodeString& name) {
+  return window->findChild<W*>(QString::fromStdU16String(name));
+}
+
+// A find dialog: an edit, a drop-down list, a list view with columns, OK
+// and Cancel.
+struct find_dialog {
+  TForm* form = new TForm(nullptr);
+  TEdit* edit = new TEdit(form);
+  TComboBox* scope = new TComboBox(form);
+  TListView* results = new TListView(form);
+  TButton* ok = new TButton(form);
+  TButton* cancel = new TButton(form);
+
+  find_dialog() {
+    form->SetName(u"FindDialog");
+    form->SetCaption(u"Find records");
+    form->SetBounds(100, 100, 420, 300);
+    auto place = [this](TControl* c, const char16_t* name, int l, int t, int w, int h) {
+      c->SetName(name);
+      c->SetParent(form);
+      c->SetBounds(l, t, w, h);
+    };
+    place(edit, u"Pattern", 10, 10, 250, 24);
+    place(scope, u"Scope", 270, 10, 140, 24);
+    place(results, u"Results", 10, 44, 400, 200);
+    place(ok, u"OkButton", 240, 260, 80, 28);
+    place(cancel, u"CancelButton", 330, 260, 80, 28);
+    edit->SetText(u"invoice");
+    scope->SetStyle(csDropDownList);
+    for (const char16_t* s : {u"All files", u"This folder"}) scope->Items().Add(s);
+    scope->SetItemIndex(1);
+    for (const char16_t* c : {u"Name", u"Size", u"Modified"}) {
+      TListColumn* column = results->Columns().Add();
+      column->SetCaption(c);
+      column->SetWidth(120);
+    }
+    for (int i = 0; i < 3; ++i) {
+      TListItem* item = results->Items().Add();
+      item->SetCaption(u"invoice-" + UnicodeString(1, static_cast<char16_t>(u'1' + i)) + u".pdf");
+      item->SubItems().Add(u"12 KB");
+      item->SubItems().Add(u"2026-11-0" + UnicodeString(1, static_cast<char16_t>(u'1' + i)));
+    }
+    ok->SetCaption(u"OK");
+    ok->SetModalResult(mrOk);
+    ok->SetDefault(true);
+    cancel->SetCaption(u"Cancel");
+    cancel->SetModalResult(mrCancel);
+    cancel->SetCancel(true);
+  }
+  ~find_dialog() { delete form; }
+};
+
+// Run by CTest with XUM_BACKEND=qt (QtBackendChosenByTheEnvironment): the
+// library made the Qt backend current when it loaded, before any call.
+TEST(QtBackendSelection, XumBackendQtSelectsItWhenTheLibraryLoads) {
+  if (qEnvironmentVariable("XUM_BACKEND") != QStringLiteral("qt"))
+    GTEST_SKIP() << "XUM_BACKEND=qt not set";
+  EXPECT_NE(&xui(), static_cast<xui_backend*>(&xheadless_ui()));
+  const int width = Screen().Width();  // the first use makes the Qt application
+  ASSERT_NE(QGuiApplication::primaryScreen(), nullptr);
+  EXPECT_EQ(width, QGuiApplication::primaryScreen()->size().width());
+  EXPECT_EQ(&xui(), static_cast<xui_backend*>(&use_qt_backend()))
+      << "the first use put the real backend in place";
+}
+
+class QtBackend : public ::testing::Test {
+ protected:
+  void SetUp() override { ui_.clear_key_states(); }
+  xqt_backend& ui_ = use_qt_backend();
+};
+
+TEST_F(QtBackend, ADialogIsDrawnWithItsCaptionsWhereTheModelLaysItOut) {
+  find_dialog d;
+  d.form->Show();
+  ui_.sync();
+  QWidget* window = ui_.window_of(*d.form);
+  ASSERT_NE(window, nullptr);
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+  const QImage shot = photograph(window, "find_dialog");
+  EXPECT_EQ(shot.size(), QSize(420, 300));
+  EXPECT_GT(colours(shot), 20) << "the window looks blank";
+  EXPECT_EQ(window->windowTitle(), QStringLiteral("Find records"));
+
+  EXPECT_EQ(child<QLineEdit>(window, u"Pattern")->text(), QStringLiteral("invoice"));
+  auto* scope = child<QComboBox>(window, u"Scope");
+  EXPECT_FALSE(scope->isEditable()) << "drop-down list style";
+  EXPECT_EQ(scope->currentText(), QStringLiteral("This folder"));
+  auto* results = child<QTreeWidget>(window, u"Results");
+  ASSERT_EQ(results->columnCount(), 3);
+  EXPECT_EQ(results->headerItem()->text(2), QStringLiteral("Modified"));
+  ASSERT_EQ(results->topLevelItemCount(), 3);
+  EXPECT_EQ(results->topLevelItem(2)->text(0), QStringLiteral("invoice-3.pdf"));
+  EXPECT_EQ(results->topLevelItem(2)->text(1), QStringLiteral("12 KB"));
+  for (const auto* c : std::initializer_list<const TControl*>{d.edit, d.results, d.ok}) {
+    SCOPED_TRACE(QString::fromStdU16String(c->Name()).toStdString());
+    EXPECT_EQ(ui_.widget_of(*c)->geometry(), QRect(c->Left(), c->Top(), c->Width(), c->Height()));
+  }
+  EXPECT_EQ(child<QPushButton>(window, u"OkButton")->text(), QStringLiteral("OK"));
+  d.form->Hide();
+}
+
+TEST_F(QtBackend, ShowModalReturnsTheButtonsResultAndTypedTextReachesTheModel) {
+  struct row {
+    const char* name;
+    std::function<void(QWidget* window)> user;
+    TModalResult expected;
+  };
+  const std::vector<row> rows = {
+      {"click OK",
+       [](QWidget* w) { QTest::mouseClick(child<QPushButton>(w, u"OkButton"), Qt::LeftButton); },
+       mrOk},
+      {"Enter presses the default button", [](QWidget* w) { QTest::keyClick(w, Qt::Key_Return); },
+       mrOk},
+      {"Escape presses the cancel button", [](QWidget* w) { QTest::keyClick(w, Qt::Key_Escape); },
+       mrCancel},
+      {"the close box", [](QWidget* w) { w->close(); }, mrCancel},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.name);
+    find_dialog d;
+    UnicodeString seen_during_modal;
+    QTimer::singleShot(0, [&] {
+      QWidget* window = ui_.window_of(*d.form);
+      ASSERT_NE(window, nullptr);
+      auto* edit = child<QLineEdit>(window, u"Pattern");
+      edit->setFocus();
+      edit->selectAll();
+      QTest::keyClicks(edit, "receipt");
+      seen_during_modal = d.edit->Text();
+      r.user(window);
+    });
+    EXPECT_EQ(d.form->ShowModal(), r.expected);
+    EXPECT_EQ(seen_during_modal, u"receipt");
+    EXPECT_FALSE(ui_.window_of(*d.form)->isVisible());
+  }
+}
+
+TEST_F(QtBackend, ModelChangesReachTheWidgetsAndWidgetChangesReachTheModel) {
+  find_dialog d;
+  auto* check = new TCheckBox(d.form);
+  check->SetName(u"Whole");
+  check->SetParent(d.form);
+  check->SetBounds(10, 250, 200, 24);
+  check->SetCaption(u"Whole words");
+  d.form->Show();
+  ui_.sync();
+  QWidget* window = ui_.window_of(*d.form);
+  d.edit->SetText(u"changed by the program");
+  d.scope->SetItemIndex(0);
+  d.results->Items().Add()->SetCaption(u"new.pdf");
+  d.ok->SetEnabled(false);
+  ui_.sync();
+  EXPECT_EQ(child<QLineEdit>(window, u"Pattern")->text(), QStringLiteral("changed by the program"));
+  EXPECT_EQ(child<QComboBox>(window, u"Scope")->currentIndex(), 0);
+  EXPECT_EQ(child<QTreeWidget>(window, u"Results")->topLevelItemCount(), 4);
+  EXPECT_FALSE(child<QPushButton>(window, u"OkButton")->isEnabled());
+
+  // The user resizes the window: the form's size follows.
+  window->resize(500, 340);
+  QApplication::processEvents();
+  EXPECT_EQ(d.form->Width(), 500);
+  EXPECT_EQ(d.form->Height(), 340);
+
+  QTest::mouseClick(child<QCheckBox>(window, u"Whole"), Qt::LeftButton);
+  EXPECT_TRUE(check->Checked());
+  auto* results = child<QTreeWidget>(window, u"Results");
+  results->setCurrentItem(results->topLevelItem(1));
+  EXPECT_EQ(d.results->ItemIndex(), 1);
+  // A control destroyed in the model loses its widget.
+  QPointer<QWidget> gone = ui_.widget_of(*check);
+  delete check;
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  EXPECT_TRUE(gone.isNull());
+  d.form->Hide();
+}
+
+TEST_F(QtBackend, AFormWithMenuAndToolBarRunsTheModelsHandlers) {
+  TForm form(nullptr);
+  form.SetName(u"Editor");
+  form.SetCaption(u"Notes");
+  form.SetBounds(0, 0, 480, 320);
+  int opened = 0, saved = 0;
+  auto* file = new TMenuItem(&form);
+  file->SetName(u"FileMenu");
+  file->SetCaption(u"&File");
+  auto* open = new TMenuItem(&form);
+  open->SetName(u"OpenItem");
+  open->SetCaption(u"&Open...");
+  open->OnClick = [&](TObject*) { ++opened; };
+  file->Add(open);
+  auto* images = new TImageList(&form);
+  images->SetSize(16, 16);
+  TBitmap glyph;
+  glyph.SetPixelFormat(pf32bit);
+  glyph.SetSize(16, 16);
+  for (int y = 0; y < 16; ++y)
+    for (int x = 0; x < 16; ++x) glyph.SetPixel(x, y, (x + y) % 4 < 2 ? clRed : clBlack);
+  images->Add(glyph, nullptr);
+  auto* bar = new TToolBar(&form);
+  bar->SetName(u"Tools");
+  bar->SetParent(&form);
+  bar->SetBounds(0, 0, 480, 48);
+  bar->SetImages(images);
+  auto* save = new TToolButton(&form);
+  save->SetName(u"SaveButton");
+  save->SetCaption(u"Save");
+  save->SetParent(bar);
+  save->SetImageIndex(0);
+  save->OnClick = [&](TObject*) { ++saved; };
+  auto* memo = new TListBox(&form);
+  memo->SetName(u"Lines");
+  memo->SetParent(&form);
+  memo->SetBounds(0, 50, 480, 270);
+  memo->Items().Add(u"first note");
+  form.Show();
+  ui_.sync();
+  QWidget* window = ui_.window_of(form);
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+  const QImage shot = photograph(window, "notes_menu_toolbar");
+  EXPECT_GT(colours(shot), 10);
+  auto* menu_bar = window->findChild<QMenuBar*>();
+  ASSERT_NE(menu_bar, nullptr);
+  ASSERT_EQ(menu_bar->actions().size(), 1);
+  EXPECT_EQ(menu_bar->actions()[0]->text(), QStringLiteral("&File"));
+  // The menu bar sits above the client area, whose controls keep the
+  // model's coordinates below it.
+  EXPECT_TRUE(menu_bar->isVisible());
+  EXPECT_GT(menu_bar->height(), 10);
+  EXPECT_EQ(window->height(), 320 + menu_bar->height());
+  EXPECT_EQ(child<QToolBar>(window, u"Tools")->mapTo(window, QPoint(0, 0)),
+            QPoint(0, menu_bar->height()));
+  auto* open_action = window->findChild<QAction*>(QStringLiteral("OpenItem"));
+  ASSERT_NE(open_action, nullptr);
+  open_action->trigger();
+  EXPECT_EQ(opened, 1);
+  auto* tools = child<QToolBar>(window, u"Tools");
+  QWidget* save_widget = tools->findChild<QWidget*>(QStringLiteral("SaveButton"));
+  ASSERT_NE(save_widget, nullptr);
+  QTest::mouseClick(save_widget, Qt::LeftButton);
+  EXPECT_EQ(saved, 1);
+  EXPECT_EQ(tools->actions()[0]->icon().isNull(), false) << "the tool button shows its image";
+  form.Hide();
+}
+
+TEST_F(QtBackend, KeyStateFollowsRealKeyEvents) {
+  find_dialog d;
+  d.form->Show();
+  ui_.sync();
+  QWidget* edit = ui_.widget_of(*d.edit);
+  QTest::keyPress(edit, Qt::Key_Shift);
+  EXPECT_LT(GetKeyState(0x10), 0) << "Shift is down";
+  QTest::keyPress(edit, Qt::Key_F5);
+  EXPECT_LT(GetKeyState(0x74), 0);
+  QTest::keyRelease(edit, Qt::Key_F5);
+  QTest::keyRelease(edit, Qt::Key_Shift);
+  EXPECT_GE(GetKeyState(0x10), 0);
+  EXPECT_GE(GetKeyState(0x74), 0);
+  QTest::keyClick(edit, Qt::Key_CapsLock);
+  EXPECT_EQ(GetKeyState(0x14) & 1, 1) << "a lock key toggles on press";
+  QTest::keyClick(edit, Qt::Key_CapsLock);
+  EXPECT_EQ(GetKeyState(0x14) & 1, 0);
+  d.form->Hide();
+}
+
+TEST_F(QtBackend, TheMainLoopsWorkRunsOnQtsLoopWhileAFormIsModal) {
+  find_dialog d;
+  std::atomic<bool> synchronized{false};
+  int ticks = 0;
+  const int timer = xmain_loop::instance().add_timer(5, [&] { ++ticks; });
+  std::thread worker([&] { TThread::Synchronize(nullptr, [&] { synchronized = true; }); });
+  // The form closes itself once the worker's call and a few ticks ran.
+  const int closer = xmain_loop::instance().add_timer(10, [&] {
+    if (synchronized && ticks >= 3) d.form->SetModalResult(mrOk);
+  });
+  EXPECT_EQ(d.form->ShowModal(), mrOk);
+  worker.join();
+  xmain_loop::instance().remove_timer(timer);
+  xmain_loop::instance().remove_timer(closer);
+  EXPECT_TRUE(synchronized);
+  EXPECT_GE(ticks, 3);
+}
+
+TEST_F(QtBackend, MessageBoxAnswersWithTheButtonTheUserPressed) {
+  QTimer::singleShot(0, [] {
+    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(box->text(), QStringLiteral("Save the changes?"));
+    QTest::mouseClick(box->button(QMessageBox::No), Qt::LeftButton);
+  });
+  EXPECT_EQ(
+      Application()->MessageBox("Save the changes?", "Notes", MB_YESNOCANCEL | MB_ICONQUESTION),
+      IDNO);
+}
+
+TEST_F(QtBackend, EveryStandardControlHasItsNaturalWidget) {
+  TForm form(nullptr);
+  form.SetName(u"Gallery");
+  form.SetCaption(u"Controls");
+  form.SetBounds(0, 0, 520, 360);
+  auto add = [&form](auto* c, TWinControl* parent, const char16_t* name, int l, int t, int w,
+                     int h) {
+    c->SetName(name);
+    c->SetParent(parent);
+    c->SetBounds(l, t, w, h);
+    return c;
+  };
+  auto* bit = add(new TBitBtn(&form), &form, u"Apply", 10, 10, 110, 32);
+  bit->SetCaption(u"Apply");
+  TBitmap glyph;
+  glyph.SetPixelFormat(pf24bit);
+  glyph.SetSize(32, 16);  // two glyphs: the first is shown
+  for (int y = 0; y < 16; ++y)
+    for (int x = 0; x < 32; ++x)
+      glyph.SetPixel(x, y, y == 15 || x == 0 ? clWhite : x < 16 ? clLime : clRed);
+  bit->SetGlyph(glyph);
+  bit->SetNumGlyphs(2);
+  auto* checks = add(new TCheckListBox(&form), &form, u"Options", 10, 50, 160, 90);
+  for (const char16_t* s : {u"Backup", u"Compress", u"Verify"}) checks->Items().Add(s);
+  checks->SetChecked(1, true);
+  auto* radios = add(new TRadioGroup(&form), &form, u"Level", 180, 50, 150, 110);
+  radios->SetCaption(u"Level");
+  for (const char16_t* s : {u"Fast", u"Best"}) radios->Items().Add(s);
+  radios->SetItemIndex(1);
+  auto* tree = add(new TTreeView(&form), &form, u"Folders", 340, 10, 170, 150);
+  TTreeNode* home = tree->Items().Add(nullptr, u"home");
+  tree->Items().AddChild(home, u"ann");
+  tree->Items().AddChild(home, u"bob");
+  auto* scroll = add(new TScrollBox(&form), &form, u"Pane", 10, 170, 200, 100);
+  add(new TLabel(&form), scroll, u"Far", 10, 300, 80, 20)->SetCaption(u"&Far away");
+  auto* values = add(new TValueListEditor(&form), &form, u"Props", 220, 170, 290, 100);
+  values->SetValues(u"Width", u"640");
+  values->SetValues(u"Height", u"480");
+  form.Show();
+  ui_.sync();
+  QWidget* window = ui_.window_of(form);
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+  const QImage shot = photograph(window, "gallery");
+  EXPECT_GT(colours(shot), 20);
+
+  // The bit button shows the first glyph, its corner colour transparent.
+  const QImage icon = child<QPushButton>(window, u"Apply")->icon().pixmap(16, 16).toImage();
+  ASSERT_EQ(icon.size(), QSize(16, 16));
+  EXPECT_EQ(QColor(icon.pixel(8, 8)), QColor(Qt::green));
+  EXPECT_EQ(qAlpha(icon.pixel(8, 15)), 0);
+  const QImage disabled =
+      child<QPushButton>(window, u"Apply")->icon().pixmap(QSize(16, 16), QIcon::Disabled).toImage();
+  EXPECT_EQ(QColor(disabled.pixel(8, 8)), QColor(Qt::red))
+      << "the second part is the disabled glyph";
+  auto* list = child<QListWidget>(window, u"Options");
+  ASSERT_EQ(list->count(), 3);
+  EXPECT_EQ(list->item(1)->checkState(), Qt::Checked);
+  list->item(2)->setCheckState(Qt::Checked);
+  EXPECT_TRUE(checks->Checked(2)) << "a tick in the widget reaches the model";
+  const auto buttons = child<QGroupBox>(window, u"Level")->findChildren<QRadioButton*>();
+  ASSERT_EQ(buttons.size(), 2);
+  EXPECT_TRUE(buttons[1]->isChecked());
+  // A radio button reacts to clicks on its circle and text only.
+  QTest::mouseClick(buttons[0], Qt::LeftButton, {}, QPoint(8, buttons[0]->height() / 2));
+  EXPECT_EQ(radios->ItemIndex(), 0);
+  auto* folders = child<QTreeWidget>(window, u"Folders");
+  ASSERT_EQ(folders->topLevelItemCount(), 1);
+  ASSERT_EQ(folders->topLevelItem(0)->childCount(), 2);
+  folders->setCurrentItem(folders->topLevelItem(0)->child(1));
+  ASSERT_NE(tree->Selected(), nullptr);
+  EXPECT_EQ(tree->Selected()->Text(), u"bob");
+  auto* pane = child<QScrollArea>(window, u"Pane");
+  EXPECT_EQ(pane->widget()->height(), 320) << "the page holds the control laid out below the view";
+  EXPECT_EQ(child<QLabel>(window, u"Far")->text(), QStringLiteral("Far away"));
+  auto* table = child<QTableWidget>(window, u"Props");
+  ASSERT_EQ(table->rowCount(), 2);
+  table->item(1, 1)->setText(QStringLiteral("600"));
+  EXPECT_EQ(values->Strings().Values(u"Height"), u"600");
+  form.Hide();
+}
+
+TEST_F(QtBackend, ApplicationRunTurnsQtsLoopUntilTerminated) {
+  TForm* main = nullptr;
+  Application()->CreateForm(main);
+  main->SetCaption(u"Main");
+  main->SetBounds(0, 0, 200, 100);
+  bool shown = false;
+  xmain_loop::instance().post([&] {
+    shown = ui_.window_of(*main) != nullptr && ui_.window_of(*main)->isVisible();
+    Application()->Terminate();
+  });
+  Application()->Run();
+  EXPECT_TRUE(shown);
+  Application()->SetMainForm(nullptr);
+  delete main;
+}
+
+TEST_F(QtBackend, FileDialogFillsTheChosenFile) {
+  TOpenDialog dialog(nullptr);
+  dialog.SetTitle(u"Open notes");
+  dialog.SetFilter(u"Notes|*.txt|All files|*.*");
+  const QTemporaryDir folder;
+  ASSERT_TRUE(folder.isValid());
+  const QString dir = folder.path();
+  QFile notes(dir + QStringLiteral("/notes.txt"));
+  ASSERT_TRUE(notes.open(QIODevice::WriteOnly));
+  notes.close();
+  // The user: waits for the chooser, picks a file and presses Open.
+  QStringList filters;
+  QTimer user;
+  QObject::connect(&user, &QTimer::timeout, [&] {
+    for (QWidget* w : QApplication::topLevelWidgets())
+      if (auto* chooser = qobject_cast<QFileDialog*>(w); chooser && chooser->isVisible()) {
+        // Types the name and presses Enter, until the chooser has taken it.
+        filters = chooser->nameFilters();
+        auto* name = chooser->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+        ASSERT_NE(name, nullptr);
+        name->setText(dir + QStringLiteral("/notes.txt"));
+        QTest::keyClick(name, Qt::Key_Return);
+      }
+  });
+  user.start(20);
+  dialog.SetInitialDir(dir.toStdU16String());
+  dialog.SetFilterIndex(2);
+  ASSERT_TRUE(dialog.Execute());
+  EXPECT_EQ(dialog.FileName(), (dir + QStringLiteral("/notes.txt")).toStdU16String());
+  EXPECT_EQ(dialog.Files().Count(), 1);
+  EXPECT_EQ(filters,
+            QStringList({QStringLiteral("Notes (*.txt)"), QStringLiteral("All files (*)")}));
+}
+
+TEST_F(QtBackend, ClipboardAndScreenAreTheDisplays) {
+  Clipboard().SetAsText(u"copied text");
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("copied text"));
+  QGuiApplication::clipboard()->setText(QStringLiteral("from another program"));
+  EXPECT_EQ(Clipboard().AsText(), u"from another program");
+  const QSize screen = QGuiApplication::primaryScreen()->size();
+  EXPECT_EQ(Screen().Width(), screen.width());
+  EXPECT_EQ(Screen().Height(), screen.height());
+  TFont font;
+  EXPECT_LT(ui_.text_width(font, u"ii"), ui_.text_width(font, u"WWWW"));
+}
+
+}  // namespace
+}  // namespace xum
