@@ -155,4 +155,16 @@ bool EditControlScheme(TControlScheme* scheme) {
   return ok;
 }
 
+// The package's start-up makes each form once, so their texts join the
+// package's dictionary (localization/xpackage.h).
+namespace {
+void make_key_capture_form() { delete new TKeyCaptureForm(nullptr); }
+void make_control_scheme_editor_form() { delete new TControlSchemeEditorForm(nullptr); }
+}  // namespace
+
 }  // namespace xum
+
+XUM_PACKAGE_FORM(key_capture_registration, xum::xpackage_key_capture_form,
+                 &xum::make_key_capture_form)
+XUM_PACKAGE_FORM(control_scheme_editor_registration, xum::xpackage_control_scheme_editor_form,
+                 &xum::make_control_scheme_editor_form)

@@ -3,6 +3,8 @@
 //       printing "<code> <size> <bytes as text>" for each; writes READY_FILE
 //       once it listens; exit 2 when the title cannot be taken
 //   xapp_link_peer send TITLE CODE TEXT            exit 0 when delivered
+//   xapp_link_peer package                         prints the package's
+//       load-time error (the package start-up tests run it from a copy)
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -11,6 +13,7 @@
 #include "app/tapp_link.h"
 #include "core/xexceptions.h"
 #include "framework/xmain_loop.h"
+#include "localization/xpackage.h"
 
 namespace {
 
@@ -62,6 +65,10 @@ int main(int argc, char** argv) {
     link.Prepare();
     return link.Send(static_cast<unsigned>(std::strtoul(argv[3], nullptr, 10))) ? 0 : 1;
   }
-  std::cerr << "usage: xapp_link_peer listen TITLE COUNT READY_FILE | send TITLE CODE TEXT\n";
+  if (mode == "package") {
+    std::cout << "load error: " << xum::xpackage_load_error().view() << std::endl;
+    return 0;
+  }
+  std::cerr << "usage: xapp_link_peer listen TITLE COUNT READY_FILE | send TITLE CODE TEXT | package\n";
   return 1;
 }
