@@ -2,10 +2,16 @@
 
 #include <chrono>
 
+#include "platform/xos.h"
+
 namespace xum {
 
 TAsincTimerThread::~TAsincTimerThread() {
   RequestStop();
+  // The body returns as soon as it is woken; looking for that every
+  // millisecond keeps a short interval's timer from waiting the thread
+  // wrapper's coarser polling.
+  while (running()) platform::os().sleep_ms(1);
   stop();
 }
 
