@@ -201,7 +201,7 @@ void TAppLinkReceiver::Close() {
   if (listener_ >= 0) {
     loop.unwatch(listen_watch_);
     platform::os().close_socket(listener_);
-    platform::os().remove_file(path_.c_str());
+    platform::os().local_remove(path_.c_str());
   }
   listener_ = -1;
   local_receivers().erase(std::string(title_.view()));

@@ -341,6 +341,9 @@ class XUM_API xos {
   virtual int local_accept(int listener, os_error& error) noexcept = 0;
   // Connects to the socket file `path`; -1 when nobody listens there.
   virtual int local_connect(const char* path, os_error& error) noexcept = 0;
+  // Removes the socket file of a listener (after closing it): the system's
+  // file, also under the in-memory file system of the tests.
+  virtual void local_remove(const char* path) noexcept = 0;
   // The user's own directory for sockets and other run-time files:
   // $XDG_RUNTIME_DIR when it names a directory, else /tmp/xum-<uid>, made
   // readable by the user alone and refused when another user owns it or it

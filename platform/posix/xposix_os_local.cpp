@@ -105,6 +105,11 @@ int posix_os::local_connect(const char* path, os_error& error) noexcept {
   return fd;
 }
 
+void posix_os::local_remove(const char* path) noexcept {
+  struct stat st;
+  if (::lstat(path, &st) == 0 && S_ISSOCK(st.st_mode)) ::unlink(path);
+}
+
 std::string posix_os::runtime_directory(os_error& error) {
   error = {};
   struct stat st;

@@ -221,6 +221,8 @@ int xos_wrapper::local_connect(const char* path, os_error& error) noexcept {
   return target_.local_connect(path, error);
 }
 
+void xos_wrapper::local_remove(const char* path) noexcept { target_.local_remove(path); }
+
 std::string xos_wrapper::runtime_directory(os_error& error) { return target_.runtime_directory(error); }
 
 }  // namespace xum::platform
