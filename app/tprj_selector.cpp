@@ -1,5 +1,7 @@
 #include "app/tprj_selector.h"
 
+#include "localization/xpackage.h"
+
 namespace xum {
 
 namespace {
@@ -46,6 +48,9 @@ TPrjSelectorFrm::TPrjSelectorFrm(TComponent* AOwner) : TFrame(AOwner) {
   }
   LastProjectsBox->SetBounds(margin + 83, margin + 18, 260, 21);
   LastProjectsBox->OnChange = [this](TObject* Sender) { LastProjectsBoxCloseUp(Sender); };
+  // Translated under its name in double quotes, as the package has always
+  // called this section; the package excludes "LastProjectsBox".
+  package_localizer().component(this, "\"PrjSelectorFrm\"");
 }
 
 void TPrjSelectorFrm::BtnClick(TObject* Sender) {
@@ -64,3 +69,13 @@ void TPrjSelectorFrm::LastProjectsBoxCloseUp(TObject*) {
 }
 
 }  // namespace xum
+
+// The package's start-up makes the selector once, after the key capture
+// and control scheme editor forms, so its texts join the package's
+// dictionary (localization/xpackage.h).
+namespace {
+void make_project_selector_form() { delete new xum::TPrjSelectorFrm(nullptr); }
+}  // namespace
+
+XUM_PACKAGE_FORM(project_selector_registration, xum::xpackage_project_selector_form,
+                 &make_project_selector_form)

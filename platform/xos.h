@@ -326,6 +326,30 @@ class XUM_API xos {
   virtual void shutdown_socket(int socket) noexcept = 0;
   virtual void close_socket(int socket) noexcept = 0;
 
+  // Unix-domain sockets ---------------------------------------------------------
+  // Stream sockets named by a file path, for programs of one user on one
+  // machine. Connected ones behave as the TCP sockets above (socket_send,
+  // socket_receive, poll, shutdown_socket, close_socket).
+
+  // Listens, without blocking in local_accept, on the socket file `path`
+  // (at most 107 bytes). A socket file that nobody listens on any more (its
+  // program died) is removed and taken over; one that a live program
+  // listens on is refused ("Address already in use"). -1 on failure.
+  virtual int local_listen(const char* path, os_error& error) noexcept = 0;
+  // Takes one waiting connection; -1 when none waits (error.code none) or
+  // on failure.
+  virtual int local_accept(int listener, os_error& error) noexcept = 0;
+  // Connects to the socket file `path`; -1 when nobody listens there.
+  virtual int local_connect(const char* path, os_error& error) noexcept = 0;
+  // Removes the socket file of a listener (after closing it): the system's
+  // file, also under the in-memory file system of the tests.
+  virtual void local_remove(const char* path) noexcept = 0;
+  // The user's own directory for sockets and other run-time files:
+  // $XDG_RUNTIME_DIR when it names a directory, else /tmp/xum-<uid>, made
+  // readable by the user alone and refused when another user owns it or it
+  // is not a plain directory. Empty (and `error` set) on failure.
+  virtual std::string runtime_directory(os_error& error) = 0;
+
   // For leak checks: the descriptors open in the process and its threads;
   // -1 when the system cannot tell.
   virtual int open_descriptor_count() noexcept = 0;

@@ -86,6 +86,11 @@ class posix_os final : public xos {
   int socket_pending(int socket) noexcept override;
   void shutdown_socket(int socket) noexcept override;
   void close_socket(int socket) noexcept override;
+  int local_listen(const char* path, os_error& error) noexcept override;
+  int local_accept(int listener, os_error& error) noexcept override;
+  int local_connect(const char* path, os_error& error) noexcept override;
+  void local_remove(const char* path) noexcept override;
+  std::string runtime_directory(os_error& error) override;
   int open_descriptor_count() noexcept override;
   int thread_count() noexcept override;
   int open_terminal(const char* device) noexcept override;

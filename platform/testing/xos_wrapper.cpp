@@ -209,4 +209,20 @@ bool xos_wrapper::read_terminal_line(int fd, std::string& line) {
 
 void xos_wrapper::close_terminal(int fd) noexcept { target_.close_terminal(fd); }
 
+int xos_wrapper::local_listen(const char* path, os_error& error) noexcept {
+  return target_.local_listen(path, error);
+}
+
+int xos_wrapper::local_accept(int listener, os_error& error) noexcept {
+  return target_.local_accept(listener, error);
+}
+
+int xos_wrapper::local_connect(const char* path, os_error& error) noexcept {
+  return target_.local_connect(path, error);
+}
+
+void xos_wrapper::local_remove(const char* path) noexcept { target_.local_remove(path); }
+
+std::string xos_wrapper::runtime_directory(os_error& error) { return target_.runtime_directory(error); }
+
 }  // namespace xum::platform

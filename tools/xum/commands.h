@@ -13,6 +13,8 @@ cli::command bmp_command();
 cli::command catalogue_command();
 cli::command date_command();
 cli::command demo_command();
+cli::command keys_command();
+cli::command link_command();
 cli::command loc_command();
 cli::command net_command();
 cli::command reg_command();

@@ -33,6 +33,8 @@ xum::cli::command root_command() {
   root.children.push_back(xum::tool::catalogue_command());
   root.children.push_back(xum::tool::date_command());
   root.children.push_back(xum::tool::demo_command());
+  root.children.push_back(xum::tool::keys_command());
+  root.children.push_back(xum::tool::link_command());
   root.children.push_back(xum::tool::loc_command());
   root.children.push_back(xum::tool::net_command());
   root.children.push_back(xum::tool::reg_command());

@@ -1,0 +1,163 @@
+// The application link inside one process: the direct path from the main
+// thread, the main-loop path from another thread, the empty block, a second
+// claimant, and a receiver fed garbage and dying peers. Two processes:
+// tests/tools/xum_keys_link_test.cpp.
+#include "app/tapp_link.h"
+
+#include <chrono>
+#include <future>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "core/xexceptions.h"
+#include "framework/xmain_loop.h"
+#include "platform/testing/xos_wrapper.h"
+#include "tests/support/xtest_helpers.h"
+
+namespace xum {
+namespace {
+
+// The run-time directory is the test's own folder.
+class runtime_os final : public platform::xos_wrapper {
+ public:
+  explicit runtime_os(std::string dir) : xos_wrapper(platform::system_os()), dir_(std::move(dir)) {}
+  std::string runtime_directory(platform::os_error&) override { return dir_; }
+
+ private:
+  std::string dir_;
+};
+
+class text_link final : public TAppLink {
+ public:
+  std::string text;
+  int before = 0;
+  void BeforeTransfer() override { ++before; }
+  void Exchange(xstream& s, xstream_mode mode, int) override {
+    if (mode == xstream_write) {
+      if (!text.empty()) s.write_buffer(text.data(), static_cast<int>(text.size()));
+    } else {
+      text.assign(static_cast<std::size_t>(s.get_size()), '\0');
+      if (!text.empty()) s.read_buffer(text.data(), static_cast<int>(text.size()));
+    }
+  }
+};
+
+class AppLink : public ::testing::Test {
+ protected:
+  AppLink() : sys(dir.path.string()), use(sys) {
+    xmain_loop::instance().bind_to_current_thread();
+    receiver.OnMessage = [this](const xcopy_data& d) {
+      codes.push_back(inbox.ProcessMessage(d));
+      texts.push_back(inbox.text);
+      thread = std::this_thread::get_id();
+    };
+    link.Init(nullptr, "Viewer");
+  }
+  // Turns the main loop until `done` or 10 s have passed.
+  template <class F>
+  bool loop_until(F done) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!done() && std::chrono::steady_clock::now() < end) xmain_loop::instance().run_once(20);
+    return done();
+  }
+
+  test::temp_dir dir;
+  runtime_os sys;
+  platform::scoped_os use;
+  text_link inbox, link;
+  TAppLinkReceiver receiver{nullptr};
+  std::vector<unsigned> codes;
+  std::vector<std::string> texts;
+  std::thread::id thread;
+};
+
+TEST_F(AppLink, MissingTitleReturnsFalseAndTitlesMapToSocketNames) {
+  link.text = "x";
+  link.Prepare();
+  EXPECT_FALSE(link.HasReceiver());
+  EXPECT_FALSE(link.Send(1));
+  EXPECT_EQ(link.before, 1);
+  EXPECT_EQ(xapp_link_path("a/b c"), dir.path.string() + "/xum-link-a%2Fb%20c");
+  const std::string long1 = xapp_link_path(xstr(std::string(300, 'x')));
+  EXPECT_LE(long1.size(), 107u);
+  EXPECT_NE(long1, xapp_link_path(xstr(std::string(301, 'x'))));
+}
+
+TEST_F(AppLink, MainThreadSendIsDirectAndAnEmptyBlockIsFourZeros) {
+  receiver.Open("Viewer");
+  EXPECT_TRUE(link.HasReceiver());
+  for (const char* text : {"hello", ""}) {
+    link.text = text;
+    link.Prepare();
+    EXPECT_TRUE(link.Send(7));  // handled before Send returns, without a loop turn
+  }
+  EXPECT_EQ(codes, (std::vector<unsigned>{7, 7}));
+  EXPECT_EQ(texts, (std::vector<std::string>{"hello", std::string(4, '\0')}));
+}
+
+TEST_F(AppLink, OtherThreadSendIsHandledByTheMainLoop) {
+  receiver.Open("Viewer");
+  link.text = "from a worker";
+  link.Prepare();
+  auto sent = std::async(std::launch::async, [this] { return link.Send(3); });
+  EXPECT_TRUE(loop_until([&] { return !codes.empty(); }));
+  EXPECT_TRUE(sent.get());
+  EXPECT_EQ(thread, std::this_thread::get_id());
+  EXPECT_EQ(texts, std::vector<std::string>{"from a worker"});
+}
+
+TEST_F(AppLink, SecondReceiverIsRefusedUntilTheFirstCloses) {
+  receiver.Open("Viewer");
+  TAppLinkReceiver second(nullptr);
+  EXPECT_NE(test::error_of([&] { second.Open("Viewer"); })
+                .find("Another program already receives the link \"Viewer\" !"),
+            std::string::npos);
+  EXPECT_FALSE(second.Active());
+  receiver.Close();
+  EXPECT_FALSE(std::filesystem::exists(xapp_link_path("Viewer")));
+  second.Open("Viewer");
+  EXPECT_TRUE(second.Active());
+}
+
+TEST_F(AppLink, GarbageAndDyingPeersNeverStopTheReceiver) {
+  receiver.Open("Viewer");
+  const std::string path = xapp_link_path("Viewer");
+  auto raw = [&](const std::string& bytes) {
+    platform::os_error error;
+    const int fd = platform::os().local_connect(path.c_str(), error);
+    EXPECT_GE(fd, 0);
+    platform::os().socket_send(fd, bytes.data(), static_cast<int>(bytes.size()));
+    return fd;
+  };
+  // A message that stays half sent while bad ones come and go.
+  const int slow = raw(std::string("XAL1\x05\0\0\0\x06\0\0\0ab", 14));
+  const struct {
+    const char* what;
+    std::string bytes;
+  } rows[] = {{"wrong magic", "GARBAGE!!!!!"},
+              {"block beyond the limit", std::string("XAL1\0\0\0\0\xff\xff\xff\x7f", 12)},
+              {"more than announced", std::string("XAL1\0\0\0\0\x01\0\0\0xy", 14)},
+              {"dies in the header", "XAL"},
+              {"dies in the block", std::string("XAL1\0\0\0\0\x09\0\0\0abc", 15)}};
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.what);
+    const auto before = receiver.Dropped();
+    platform::os().close_socket(raw(r.bytes));
+    EXPECT_TRUE(loop_until([&] { return receiver.Dropped() == before + 1; }));
+  }
+  platform::os().socket_send(slow, "cdef", 4);
+  EXPECT_TRUE(loop_until([&] { return !codes.empty(); }));
+  platform::os().close_socket(slow);
+  EXPECT_EQ(texts, std::vector<std::string>{"abcdef"});
+  EXPECT_EQ(codes, std::vector<unsigned>{5});
+  // A probe that sends nothing is not counted as dropped.
+  const auto dropped = receiver.Dropped();
+  EXPECT_TRUE(link.HasReceiver());
+  xmain_loop::instance().run_once(50);
+  EXPECT_EQ(receiver.Dropped(), dropped);
+}
+
+}  // namespace
+}  // namespace xum
