@@ -1,5 +1,6 @@
 #include "app/tprj_selector.h"
 
+#include "localization/xlocalizer.h"
 #include "localization/xpackage.h"
 
 namespace xum {
