@@ -85,10 +85,10 @@ int main(int argc, char** argv) {
       gui = true;
     } else if (args[i] == "--quit-after" && i + 1 < args.size()) {
       const std::string& ms = args[++i];
-      quit_after_ms = ms.find_first_not_of("0123456789") == std::string::npos && !ms.empty() &&
-                              ms.size() < 9
-                          ? std::stoi(ms)
-                          : 0;
+      quit_after_ms =
+          ms.find_first_not_of("0123456789") == std::string::npos && !ms.empty() && ms.size() < 9
+              ? std::stoi(ms)
+              : 0;
       if (quit_after_ms <= 0) {
         std::cerr << "notes: --quit-after: not a positive number of milliseconds: " << ms << "\n";
         return 2;

@@ -91,11 +91,11 @@ TEST_F(QtLibraryForms, StringInputShowsItsPromptAndReturnsWhatTheUserTyped) {
   };
   const std::vector<row> rows = {
       {"click OK",
-       [](QWidget* w) { QTest::mouseClick(child<QPushButton>(w, u"OkBtn"), Qt::LeftButton); },
-       true, "Walk by the river"},
+       [](QWidget* w) { QTest::mouseClick(child<QPushButton>(w, u"OkBtn"), Qt::LeftButton); }, true,
+       "Walk by the river"},
       {"Enter in the edit presses OK",
-       [](QWidget* w) { QTest::keyClick(child<QLineEdit>(w, u"ValueEdit"), Qt::Key_Return); },
-       true, "Walk by the river"},
+       [](QWidget* w) { QTest::keyClick(child<QLineEdit>(w, u"ValueEdit"), Qt::Key_Return); }, true,
+       "Walk by the river"},
       {"click Cancel",
        [](QWidget* w) { QTest::mouseClick(child<QPushButton>(w, u"CancelBtn"), Qt::LeftButton); },
        false, "Walk"},

@@ -4,9 +4,9 @@
 // with No to the save question.
 #include <QApplication>
 #include <QLabel>
-#include <QPlainTextEdit>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
