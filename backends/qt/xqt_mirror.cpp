@@ -16,10 +16,12 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPixmap>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QResizeEvent>
 #include <QScrollArea>
+#include <QSignalBlocker>
 #include <QTableWidget>
 #include <QToolBar>
 #include <QToolButton>
@@ -50,6 +52,13 @@ class event_hook final : public QObject {
 };
 
 // A label shows "&&" as "&" and drops the single "&" of an accelerator.
+// An edit laid out at least three lines of text high is meant for several
+// lines: a one-line editor would centre one line in the box and lose the
+// text's line breaks.
+bool is_text_area(const TCustomEdit& edit, const QWidget* parent) {
+  return edit.Height() >= 3 * parent->fontMetrics().height();
+}
+
 QString without_accelerator(const UnicodeString& caption) {
   QString out;
   const QString text = qstr(caption);
@@ -360,7 +369,15 @@ void xqt_mirror::sync_control(TControl& control, QWidget* parent) {
 QWidget* xqt_mirror::create(TControl& control, QWidget* parent) {
   TControl* c = &control;
   QWidget* widget = nullptr;
-  if (auto* edit = dynamic_cast<TCustomEdit*>(c)) {
+  if (auto* edit = dynamic_cast<TCustomEdit*>(c); edit && is_text_area(*edit, parent)) {
+    // An edit laid out several lines high is a text area: its text keeps
+    // its line breaks and Enter adds one.
+    auto* area = new QPlainTextEdit(parent);
+    QObject::connect(area, &QPlainTextEdit::textChanged, [this, edit, area] {
+      act([edit, t = ustr(area->toPlainText())] { edit->SetText(t); });
+    });
+    widget = area;
+  } else if (edit != nullptr) {
     auto* line = new QLineEdit(parent);
     QObject::connect(line, &QLineEdit::textEdited, [this, edit](const QString& text) {
       act([edit, t = ustr(text)] { edit->SetText(t); });
@@ -473,7 +490,15 @@ void xqt_mirror::update(TControl& control, QWidget* widget) {
   if (widget->toolTip() != qstr(control.Hint())) widget->setToolTip(qstr(control.Hint()));
   TControl* c = &control;
 
-  if (auto* edit = dynamic_cast<TCustomEdit*>(c)) {
+  if (auto* area = qobject_cast<QPlainTextEdit*>(widget)) {
+    QString shown = caption;
+    shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));  // as the area reports it
+    if (area->toPlainText() != shown) {
+      const QSignalBlocker quiet(area);  // the model already holds this text
+      area->setPlainText(shown);
+    }
+    area->setReadOnly(static_cast<TCustomEdit*>(c)->ReadOnly());
+  } else if (auto* edit = dynamic_cast<TCustomEdit*>(c)) {
     auto* line = static_cast<QLineEdit*>(widget);
     if (line->text() != caption) line->setText(caption);
     line->setReadOnly(edit->ReadOnly());

@@ -76,6 +76,7 @@ NotesApp::NotesApp(const std::string& settings, const std::u16string& registry_k
   ToolBar = new xum::TToolBar(MainForm);
   ToolBar->SetName(u"ToolBar");
   ToolBar->SetParent(MainForm);
+  ToolBar->SetBounds(0, 0, 640, 28);
 
   Project = new xum::TProjectIntegrator(MainForm);
   Project->SetName(u"Project");
@@ -117,6 +118,8 @@ NotesApp::NotesApp(const std::string& settings, const std::u16string& registry_k
   SelectorForm->SetBorderStyle(xum::bsDialog);
   Selector = new xum::TPrjSelector(SelectorForm);
   Selector->SetParent(SelectorForm);
+  // The dialog is as large as the frame it shows.
+  SelectorForm->SetBounds(200, 160, Selector->Width(), Selector->Height());
   Project->SetProjectSelector(Selector);
   Project->OnShowSelector = [this](xum::TObject*) { SelectorForm->ShowModal(); };
 

@@ -17,6 +17,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
@@ -308,6 +309,35 @@ TEST_F(QtBackend, AFormWithMenuAndToolBarRunsTheModelsHandlers) {
   EXPECT_EQ(saved, 1);
   EXPECT_EQ(tools->actions()[0]->icon().isNull(), false) << "the tool button shows its image";
   form.Hide();
+}
+
+TEST_F(QtBackend, AnEditLaidOutSeveralLinesHighIsATextAreaThatKeepsLineBreaks) {
+  find_dialog d;  // its Pattern edit is one line high
+  auto* notes = new TEdit(d.form);
+  notes->SetName(u"Notes");
+  notes->SetParent(d.form);
+  notes->SetBounds(10, 44, 400, 200);
+  notes->SetText(u"first\r\nsecond");
+  int changes = 0;
+  notes->OnChange = [&](TObject*) { ++changes; };
+  d.form->Show();
+  ui_.sync();
+  QWidget* window = ui_.window_of(*d.form);
+  EXPECT_NE(child<QLineEdit>(window, u"Pattern"), nullptr);
+  auto* area = child<QPlainTextEdit>(window, u"Notes");
+  ASSERT_NE(area, nullptr);
+  EXPECT_EQ(area->blockCount(), 2);
+  ui_.sync();
+  EXPECT_EQ(changes, 0) << "showing the text is no change";
+  area->setFocus();
+  area->moveCursor(QTextCursor::End);
+  QTest::keyClick(area, Qt::Key_Return);
+  QTest::keyClicks(area, "third");
+  EXPECT_EQ(notes->Text(), u"first\nsecond\nthird");
+  notes->SetText(u"by the program");
+  ui_.sync();
+  EXPECT_EQ(area->toPlainText(), QStringLiteral("by the program"));
+  d.form->Hide();
 }
 
 TEST_F(QtBackend, KeyStateFollowsRealKeyEvents) {
