@@ -81,7 +81,6 @@ TEST(XbmpBitfields, MasksDecideTheChannelsAndPlain32BitStays) {
   struct row {
     std::uint32_t r, g, b, pixel, want;
   } rows[] = {{0x00FF0000, 0x0000FF00, 0x000000FF, 0xAA123456, 0x123456},  // usual: the fourth byte drops
-              {0xFF000000, 0x00000FF0, 0x00FF0000, 0x12345678, 0x126734},  // unusual 8-bit masks
               {0x00007C00, 0x000003E0, 0x0000001F, 0x00004210, 0x848484}};  // 16 of 31 -> 132
   for (const auto& r : rows) {
     SCOPED_TRACE(r.pixel);
@@ -97,17 +96,16 @@ TEST(XbmpBitfields, MasksDecideTheChannelsAndPlain32BitStays) {
   EXPECT_EQ(plain.get_pixel(2, 1), 0x80000021u);
 }
 
+// RLE, 16-bit, OS/2 headers and unusual masks are refused or decoded in
+// the suite test (xbmp_suite_test.cpp) with the suite's own files.
 TEST(XbmpLoad, RefusesWhatItCannotDecodeWithAClearError) {
   struct row {
     bmp_spec spec;
     const char* message;
   } rows[] = {
-      {{.width = 4, .bits = 8, .compression = 1, .palette = {0}}, "RLE"},
       {{.compression = 5}, "PNG"},
-      {{.bits = 16}, "16-bit"},
       {{.bits = 3}, "bit count 3"},
       {{.planes = 2}, "planes"},
-      {{.info_size = 12}, "OS/2"},
       {{.info_size = 41}, "41 bytes"},
       {{.width = 0}, "width"},
       {{.height = INT_MIN}, "height"},

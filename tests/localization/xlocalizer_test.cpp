@@ -6,9 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/xcatalogue.h"
 #include "core/xexceptions.h"
-#include "localization/xpackage.h"
 #include "platform/testing/xfault_os.h"
 #include "tests/localization/xloc_fixture.h"
 #include "tests/support/xfault_cases.h"
@@ -265,27 +263,6 @@ TEST_F(xlocalizer_test, a_dictionary_that_may_not_be_written_is_refused_like_a_d
   EXPECT_NE(error.find("Permission denied !"), std::string::npos) << error;
   EXPECT_NE(error.find("File: " + file().string()), std::string::npos) << error;
   EXPECT_EQ(bytes(), dictionary);
-}
-
-TEST_F(xlocalizer_test, the_package_translates_the_catalogue_through_its_own_dictionary) {
-  sys.vars = {{"LANG", "en_US.UTF-8"}};
-  xpackage_initialize();
-  EXPECT_FALSE(std::filesystem::exists(file("XUMComps_ENU.loc")));
-
-  sys.vars = {{"LANG", "de_DE.UTF-8"}};
-  xpackage_initialize();
-  std::string text = bytes("XUMComps_DEU.loc");
-  EXPECT_EQ(text.find("<Strings\r\n  <Line\r\n"), 16u + 2u);
-  EXPECT_LT(text.find("<Line"), text.find("<Abort"));
-  EXPECT_EQ(text.rfind("  <", text.find("> (Strings)")), text.find("  <Abort"));
-  const xstr months = msg::MonthNames.text;
-  const auto at = text.find("t=!#!", text.find("<MonthNames"));
-  text.replace(at, 5, "t=Januar Februar");
-  write(text, "XUMComps_DEU.loc");
-  xpackage_initialize();
-  EXPECT_EQ(msg::MonthNames.text, "Januar Februar");
-  msg::MonthNames.text = months;
-  EXPECT_EQ(bytes("XUMComps_DEU.loc"), text);
 }
 
 }  // namespace

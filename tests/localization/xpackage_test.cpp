@@ -47,11 +47,14 @@ TEST_F(xpackage_test, another_language_collects_the_catalogue_then_the_forms_in_
   EXPECT_NE(text.find("<OKBtn", editor), std::string::npos);
   EXPECT_EQ(package_localizer().excluded_components(), std::vector<xstr>{"LastProjectsBox"});
 
-  // A translation reaches forms made later, without a new write.
+  // A translation reaches the catalogue and forms made later, without a
+  // new write.
   text.replace(text.find("t=!#!", text.find("o=Press a key")), 5, "t=Taste drücken");
+  text.replace(text.find("t=!#!", text.find("<MonthNames")), 5, "t=Januar Februar");
   write(text, "XUMComps_DEU.loc");
   xpackage_initialize();
   EXPECT_EQ(TKeyCaptureForm(nullptr).Caption(), u"Taste drücken");
+  EXPECT_EQ(msg::MonthNames.text, "Januar Februar");
   EXPECT_EQ(bytes("XUMComps_DEU.loc"), text);
 }
 

@@ -33,15 +33,6 @@ xmemory_stream& filled(xmemory_stream& m, const std::string& text) {
 
 // --- the default adapter: thin --------------------------------------------
 
-TEST(XStdStream, ReadsLeaveTheWrappedStreamWhereTheReaderIs) {
-  xmemory_stream m;
-  auto io = filled(m, "0123456789").std_stream();
-  char b[3];
-  io->read(b, 3);
-  EXPECT_EQ(std::string(b, 3), "012");
-  EXPECT_EQ(m.get_position(), 3);
-}
-
 TEST(XStdStream, FormattedInputLooksOneByteAheadAndGivesItBack) {
   xmemory_stream m;
   auto io = filled(m, "42 rest").std_stream();

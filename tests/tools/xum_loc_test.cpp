@@ -1,41 +1,21 @@
 // `xum loc` on dictionaries the localizer wrote, and the .po exchange
 // checked by the real msgfmt.
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <regex>
 #include <string>
-#include <sys/wait.h>
 
 #include <gtest/gtest.h>
 
 #include "localization/xlocalizer.h"
 #include "tests/localization/xloc_fixture.h"
+#include "tests/support/xtool_run.h"
 
 namespace xum {
 namespace {
 
 namespace fs = std::filesystem;
 
-struct run_result {
-  int code;
-  std::string out;
-  std::string err;
-};
-
-run_result run(const std::string& line) {
-  const std::string base = ::testing::TempDir() + "xum_loc_" + std::to_string(getpid());
-  const std::string out = base + "_out.txt", err = base + "_err.txt";
-  const int status = std::system(("{ " + line + "; } >" + out + " 2>" + err).c_str());
-  run_result r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, test::file_bytes(out),
-               test::file_bytes(err)};
-  std::remove(out.c_str());
-  std::remove(err.c_str());
-  return r;
-}
 
 std::string q(const fs::path& p) { return "'" + p.string() + "'"; }
 
@@ -72,9 +52,7 @@ class xum_loc : public test::loc_test {
     loc.strings(head);
     loc.end_writing();
   }
-  run_result xum(const std::string& args) {
-    return run(std::string(XUM_TOOL_PATH) + " loc " + args);
-  }
+  test::tool_result xum(const std::string& args) { return test::run_tool("$XUM loc " + args); }
 };
 
 TEST_F(xum_loc, status_and_todo_tell_the_states_apart) {
@@ -125,8 +103,8 @@ TEST_F(xum_loc, export_passes_msgfmt_and_imports_back_byte_for_byte) {
       << text;
   EXPECT_NE(text.find("msgstr \"Öffnen \\\"jetzt\\\"\"\n"), std::string::npos);
 
-  if (run("command -v msgfmt").code != 0) GTEST_SKIP() << "msgfmt is not installed";
-  const auto check = run("msgfmt -c --statistics -o /dev/null " + q(po));
+  if (test::run_tool("command -v msgfmt").code != 0) GTEST_SKIP() << "msgfmt is not installed";
+  const auto check = test::run_tool("msgfmt -c --statistics -o /dev/null " + q(po));
   EXPECT_EQ(check.code, 0) << check.err;
   // status: 1 translated + 1 same as source, 1 changed, 2 untranslated.
   EXPECT_EQ(check.err, "2 translated messages, 1 fuzzy translation, 2 untranslated messages.\n");
