@@ -79,6 +79,9 @@ TEST_F(AppLink, MissingTitleReturnsFalseAndTitlesMapToSocketNames) {
   EXPECT_FALSE(link.HasReceiver());
   EXPECT_FALSE(link.Send(1));
   EXPECT_EQ(xapp_link_path("a/b c"), dir.path.string() + "/xum-link-a%2Fb%20c");
+  const std::string long1 = xapp_link_path(xstr(std::string(300, 'x')));
+  EXPECT_LE(long1.size(), 107u);  // fits a socket address
+  EXPECT_NE(long1, xapp_link_path(xstr(std::string(301, 'x'))));
 }
 
 TEST_F(AppLink, MainThreadSendIsDirectAndAnEmptyBlockIsFourZeros) {
