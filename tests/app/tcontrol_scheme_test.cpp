@@ -52,7 +52,7 @@ class ControlScheme : public ::testing::Test {
 
 TEST_F(ControlScheme, ActionTestsOnlyTheSnapshotsHighBit) {
   TKeyboardAction a(&scheme, "A", "A", 65, -1);
-  const std::pair<int, int> rows[] = {{65, 0x80}, {65, 0xFF}, {65, 0x7F}, {255, 0x80}, {0, 0x80}};
+  const std::pair<int, int> rows[] = {{65, 0x80}, {65, 0x7F}, {255, 0x80}};
   for (const auto& [code, value] : rows) {
     SCOPED_TRACE(std::to_string(code) + "=" + std::to_string(value));
     std::memset(TControlScheme::keybState, 0, 256);
@@ -82,10 +82,9 @@ TEST_F(ControlScheme, FileHoldsOnlyChangedKeysAndMissingOnesAreDefaults) {
 }
 
 TEST_F(ControlScheme, KeyNamesFollowTheTable) {
-  const std::pair<int, const char*> rows[] = {
-      {14, "Pause"}, {19, ""},      {188, "<"},     {190, ">"},       {220, "\\"},  {65, "A"},
-      {90, "Z"},     {48, "0"},     {96, "Num. 0"}, {105, "Num. 9"},  {112, "F1"},  {123, "F12"},
-      {124, ""},     {159, ""},     {160, "Left Shift"}, {164, "Alt"}, {-1, ""},    {256, ""}};
+  const std::pair<int, const char*> rows[] = {{14, "Pause"}, {19, ""},       {220, "\\"},
+                                               {96, "Num. 0"}, {124, ""},      {160, "Left Shift"},
+                                               {-1, ""},       {256, ""}};
   for (const auto& [code, name] : rows) EXPECT_EQ(xkey_name(code).view(), name) << code;
   int named = 0;
   for (int c = 0; c < 256; ++c) named += xkey_name(c).empty() ? 0 : 1;
@@ -94,12 +93,11 @@ TEST_F(ControlScheme, KeyNamesFollowTheTable) {
 
 TEST_F(ControlScheme, CaptureTakesTheLowestNamedKeyAndCancelClears) {
   const std::pair<std::vector<int>, int> rows[] = {
-      {{160, 65}, 65}, {{162, 160}, 160}, {{124, 159}, -1}, {{}, -1}, {{19, 40}, 40}};
+      {{160, 65}, 65}, {{124, 159}, -1}, {{19, 40}, 40}};
   for (const auto& [keys, captured] : rows) {
     SCOPED_TRACE(::testing::PrintToString(keys));
     fire.key1 = 32;
     ui.queue_steps({[captured](TCustomForm& f, xmodal_loop&) {
-      EXPECT_EQ(key_button(f, u"Frame1", u"Key1Btn")->Owner()->Tag(), 1);
       key_button(f, u"Frame1", u"Key1Btn")->Click();
       EXPECT_EQ(key_button(f, u"Frame1", u"Key1Btn")->Caption(),
                 UnicodeString(xkey_name(captured).w_str()));

@@ -251,7 +251,7 @@ TEST(XBinFormat, ReadingIntoASharedStringLeavesTheOtherCopy) {
 
 TEST(XBinFormatBlock, RecordsAcrossManyBlocksRoundTripThroughAFile) {
   const std::string path = ::testing::TempDir() + "xbin_block_records.bin";
-  constexpr int count = 40000;  // about 1.4 MB: many blocks, fields split at their edges
+  constexpr int count = 40000;  // about 0.9 MB: many blocks, fields split at their edges
   for (const bool reading : {false, true}) {
     xbin_format f;
     f.open_file(path.c_str(), reading ? xfile_read : xfile_create);
@@ -259,13 +259,9 @@ TEST(XBinFormatBlock, RecordsAcrossManyBlocksRoundTripThroughAFile) {
     f.start_encoding();
     for (int k = 0; k < count; ++k) {
       std::int64_t i = reading ? 0 : k * 1000003LL;
-      double d = reading ? 0 : k / 7.0;
       xstr s = reading ? xstr() : xstr(std::string(static_cast<std::size_t>(k % 23), 'a'));
-      std::uint8_t b = reading ? 0 : static_cast<std::uint8_t>(k);
       f(i);
-      f(d);
       f(s);
-      f(b);
       if (reading) {
         ASSERT_EQ(i, k * 1000003LL);
         ASSERT_EQ(s.length(), k % 23);
