@@ -35,6 +35,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/qt/xqt_screenshots.h"
+
 #include "framework/tapplication.h"
 #include "framework/tcomctrls.h"
 #include "framework/tdialogs.h"
@@ -48,22 +50,8 @@
 namespace xum {
 namespace {
 
-// Distinct colours of a picture: a blank window has one or two.
-int colours(const QImage& image) {
-  std::set<QRgb> seen;
-  for (int y = 0; y < image.height(); y += 2)
-    for (int x = 0; x < image.width(); x += 2) seen.insert(image.pixel(x, y));
-  return static_cast<int>(seen.size());
-}
-
-QImage photograph(QWidget* window, const char* name) {
-  QApplication::processEvents();
-  const QImage image = window->grab().toImage();
-  std::filesystem::create_directories(XUM_SCREENSHOT_DIR);
-  image.save(QString::fromUtf8(XUM_SCREENSHOT_DIR) + u'/' + QString::fromUtf8(name) +
-             QStringLiteral(".png"));
-  return image;
-}
+using test::colours;
+using test::photograph;
 
 template <class W>
 W* child(QWidget* window, const UnicodeString& name) {

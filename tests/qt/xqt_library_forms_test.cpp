@@ -21,6 +21,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/qt/xqt_screenshots.h"
+
 #include "app/tprj_selector.h"
 #include "app/tproject_integrator.h"
 #include "backends/qt/xqt_backend.h"
@@ -32,21 +34,8 @@
 namespace xum {
 namespace {
 
-int colours(const QImage& image) {
-  std::set<QRgb> seen;
-  for (int y = 0; y < image.height(); y += 2)
-    for (int x = 0; x < image.width(); x += 2) seen.insert(image.pixel(x, y));
-  return static_cast<int>(seen.size());
-}
-
-QImage photograph(QWidget* window, const char* name) {
-  QApplication::processEvents();
-  const QImage image = window->grab().toImage();
-  std::filesystem::create_directories(XUM_SCREENSHOT_DIR);
-  image.save(QString::fromUtf8(XUM_SCREENSHOT_DIR) + u'/' + QString::fromUtf8(name) +
-             QStringLiteral(".png"));
-  return image;
-}
+using test::colours;
+using test::photograph;
 
 template <class W>
 W* child(QWidget* window, const char16_t* name) {
