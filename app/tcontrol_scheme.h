@@ -48,7 +48,9 @@ class XUM_API TControlScheme {
   // malformed value reads as the default.
   void ReadWrite(xstruct_format& f);
   // Opens `fileName` with `mode` (xfile_read, or xfile_create to write),
-  // ReadWrite through it and closes it (which saves a written file).
+  // ReadWrite through it and closes it (which saves a written file). A
+  // written scheme replaces the old file only when complete: the structured
+  // format writes it beside the target, syncs it and renames it over.
   void SaveLoad(const xstr& fileName, xfile_mode mode);
   // Puts every action's keys back to its defaults.
   void Default();

@@ -145,10 +145,10 @@ TEST(XglyphFramework, ButtonGlyphHasThreeParts) {
   struct row {
     int x, y;
     TColor want;
-  } rows[] = {{1, 1, clLime},       // part 1: the glyph at (1, 1)
-              {20, 2, 0xCBCBCB},    // part 2: highlight over shadow: 146 + 57
+  } rows[] = {{1, 1, clLime},       // normal picture: the glyph at (1, 1)
+              {20, 2, 0xCBCBCB},    // disabled picture: highlight over shadow, 146 + 57
               {35, 17, clWhite},    // highlight on the face: 240 + 94 clamps
-              {36, 0, clLime}};     // part 3: the glyph at (36, 0), lightened
+              {36, 0, clLime}};     // pressed picture: the glyph at (36, 0), lightened
   for (const auto& r : rows) EXPECT_EQ(b.Pixel(r.x, r.y), r.want) << r.x << "," << r.y;
 }
 
