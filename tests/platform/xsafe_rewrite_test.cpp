@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "app/tcontrol_scheme.h"
 #include "core/xreg_key.h"
 #include "formats/xstruct_format.h"
 #include "formats/xvirtual_file_sys.h"
@@ -200,6 +201,21 @@ TEST_P(SafeRewrite, StructuredFormatSaveInEitherForm) {
         },
         "Data writing error !\nFile: " + target);
   }
+}
+
+// A control scheme the user changed, saved as the editor saves it.
+TEST_P(SafeRewrite, ControlSchemeSave) {
+  const std::string target = folder_ + "/keys.tsf", first = folder_ + "/first.tsf";
+  TControlScheme scheme;
+  TKeyboardAction left(&scheme, "Left", "Move left", 37, 65), fire(&scheme, "Fire", "Fire", 32, -1);
+  left.key1 = 100;
+  fire.key2 = 13;
+  scheme.SaveLoad(first.c_str(), xfile_create);
+  const std::string saved = bytes_of(first);
+  os().remove_file(first.c_str());
+  every_fault(
+      target, old_text, saved, 1, [&] { scheme.SaveLoad(target.c_str(), xfile_create); },
+      "Data writing error !\nFile: " + target);
 }
 
 // An archive of a few members whose bytes pass the archive's 1 MiB write
