@@ -43,13 +43,16 @@ TKeyCaptureForm::TKeyCaptureForm(TComponent* AOwner) : TForm(AOwner) {
   auto* cancel = make<TButton>(this, this, u"CancelBtn", u"Cancel", 92, 60, 75, 25);
   cancel->SetModalResult(mrCancel);
   cancel->SetCancel(true);
+  SetKeyPreview(true);  // keys reach the form while Cancel has the focus
   package_localizer().component(this, "KeyCaptureForm");
 }
 
-void TKeyCaptureForm::KeyDown() {
+void TKeyCaptureForm::KeyDown(std::uint16_t& Pressed, TShiftState Shift) {
+  TForm::KeyDown(Pressed, Shift);
   for (int code = 0; code < 256; ++code) {
     if (xkey_name(code).empty() || GetKeyState(code) >= 0) continue;
     Key = code;
+    Pressed = 0;
     SetModalResult(mrOk);
     return;
   }

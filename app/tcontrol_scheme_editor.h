@@ -13,9 +13,11 @@
 // executable's directory; Default restores the defaults. Cancelling the
 // editor restores every key as it was when the editor opened.
 //
-// Key events reach the capture form through KeyDown(), which a windowing
-// backend (or a test, through the modal loop's act) calls for each key
-// press after updating the backend's keyboard state.
+// Key events reach the capture form through the form's key dispatch
+// (TCustomForm::DispatchKeyDown; the form previews keys, so a focused
+// Cancel button does not take them), which a windowing backend (or a
+// test, through the modal loop's act) runs for each key press after
+// updating the backend's keyboard state.
 //
 // Thread safety: the user-interface thread only.
 #ifndef XUM_APP_TCONTROL_SCHEME_EDITOR_H
@@ -36,9 +38,9 @@ class XUM_API TKeyCaptureForm : public TForm {
   explicit TKeyCaptureForm(TComponent* AOwner);
 
   // A key went down: takes the lowest code that has a name and whose key
-  // is down (GetKeyState negative) and closes with mrOk; with no named key
-  // down the form stays open.
-  void KeyDown();
+  // is down (GetKeyState negative), consumes the key and closes with mrOk;
+  // with no named key down the form stays open.
+  void KeyDown(std::uint16_t& Key, TShiftState Shift) override;
   // The captured code; -1 before a capture.
   int Key = -1;
 };

@@ -18,19 +18,61 @@ void TControl::SetParent(TWinControl* AParent) {
   if (AParent == FParent) return;
   for (const TWinControl* p = AParent; p != nullptr; p = p->FParent)
     if (p == this) throw xexception(xexception::out_of_range);
-  if (FParent != nullptr) std::erase(FParent->FControls, this);
+  TWinControl* old = FParent;
+  if (old != nullptr) std::erase(old->FControls, this);
   FParent = AParent;
   if (FParent != nullptr) FParent->FControls.push_back(this);
+  // A parent being destroyed is not laid out again.
+  if (old != nullptr && !(old->ComponentState() & csDestroying)) old->Realign();
+  if (FParent != nullptr && FVisible) FParent->Realign();
 }
 
 void TControl::SetBounds(int ALeft, int ATop, int AWidth, int AHeight) {
+  if (ALeft == FLeft && ATop == FTop && AWidth == FWidth && AHeight == FHeight) return;
+  const bool resized = AWidth != FWidth || AHeight != FHeight;
   FLeft = ALeft;
   FTop = ATop;
   FWidth = AWidth;
   FHeight = AHeight;
+  if (resized) Resize();
+  if (FParent != nullptr) FParent->Realign();
 }
 
-void TControl::SetVisible(bool Value) { FVisible = Value; }
+void TControl::Resize() {
+  if (auto* self = dynamic_cast<TWinControl*>(this)) self->Realign();
+  if (OnResize) OnResize(this);
+}
+
+void TControl::SetVisible(bool Value) {
+  if (Value == FVisible) return;
+  FVisible = Value;
+  if (FParent != nullptr) FParent->Realign();
+}
+
+void TControl::MouseDown(TMouseButton Button, TShiftState Shift, int X, int Y) {
+  if (OnMouseDown) OnMouseDown(this, Button, Shift, X, Y);
+}
+void TControl::MouseMove(TShiftState Shift, int X, int Y) {
+  if (OnMouseMove) OnMouseMove(this, Shift, X, Y);
+}
+void TControl::MouseUp(TMouseButton Button, TShiftState Shift, int X, int Y) {
+  if (OnMouseUp) OnMouseUp(this, Button, Shift, X, Y);
+}
+void TControl::MouseEnter() {
+  if (OnMouseEnter) OnMouseEnter(this);
+}
+void TControl::MouseLeave() {
+  if (OnMouseLeave) OnMouseLeave(this);
+}
+
+bool TControl::MouseWheel(TShiftState Shift, int WheelDelta, TPoint MousePos) {
+  bool handled = false;
+  if (OnMouseWheel) OnMouseWheel(this, Shift, WheelDelta, MousePos, handled);
+  if (!handled && FParent != nullptr)
+    return FParent->MouseWheel(Shift, WheelDelta,
+                               TPoint{MousePos.X + FLeft, MousePos.Y + FTop});
+  return handled;
+}
 void TControl::SetEnabled(bool Value) { FEnabled = Value; }
 void TControl::SetCaption(const UnicodeString& Value) { FText = Value; }
 
@@ -75,6 +117,24 @@ TWinControl::~TWinControl() {
 TControl* TWinControl::Controls(int Index) const {
   if (Index < 0 || Index >= ControlCount()) throw xexception(xexception::out_of_range);
   return FControls[static_cast<std::size_t>(Index)];
+}
+
+void TWinControl::KeyDown(std::uint16_t& Key, TShiftState Shift) {
+  if (OnKeyDown) OnKeyDown(this, Key, Shift);
+}
+
+void TWinControl::KeyPress(char16_t& Key) {
+  if (OnKeyPress) OnKeyPress(this, Key);
+}
+
+void TWinControl::Realign() {
+  if (FAligning || (ComponentState() & csDestroying)) return;
+  FAligning = true;
+  struct reset {
+    bool& flag;
+    ~reset() { flag = false; }
+  } done{FAligning};
+  AlignControls();
 }
 
 bool TWinControl::ContainsControl(const TControl* Control) const {

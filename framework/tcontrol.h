@@ -13,10 +13,24 @@
 // A control with an action takes its caption, hint, help keyword, enabled
 // and visible states from the action, and clicking it executes the action.
 //
+// Input: a windowing backend (or a test) feeds keys to a form through
+// TCustomForm::DispatchKeyDown / DispatchKeyPress, which reach the form
+// first when its KeyPreview is set and then its active control, and mouse
+// acts straight to the control under the pointer (MouseDown, MouseMove,
+// MouseUp, MouseEnter, MouseLeave, MouseWheel). Each virtual runs the
+// matching On... event; components override them to react. A handler that
+// sets Key to 0 consumes the key.
+//
+// Layout: a windowed control is told when its children change place, size
+// or visibility, come or go, or when it is resized itself: AlignControls
+// runs (once at a time: bounds it sets on its children do not re-enter).
+//
 // Thread safety: controls belong to the main thread.
 #ifndef XUM_FRAMEWORK_TCONTROL_H
 #define XUM_FRAMEWORK_TCONTROL_H
 
+#include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "core/xexport.h"
@@ -28,6 +42,36 @@ namespace xum {
 
 class TWinControl;
 class TCustomForm;
+
+// Keys are the platform's virtual-key codes (the Qt backend maps its keys
+// onto them; see xqt_virtual_key).
+inline constexpr std::uint16_t VK_BACK = 0x08, VK_TAB = 0x09, VK_RETURN = 0x0D,
+                               VK_SHIFT = 0x10, VK_CONTROL = 0x11, VK_MENU = 0x12,
+                               VK_ESCAPE = 0x1B, VK_SPACE = 0x20, VK_PRIOR = 0x21,
+                               VK_NEXT = 0x22, VK_END = 0x23, VK_HOME = 0x24, VK_LEFT = 0x25,
+                               VK_UP = 0x26, VK_RIGHT = 0x27, VK_DOWN = 0x28,
+                               VK_DELETE = 0x2E, VK_F1 = 0x70;
+
+// Modifier keys and mouse buttons held during an input event (a set).
+using TShiftState = unsigned;
+inline constexpr TShiftState ssShift = 1, ssAlt = 2, ssCtrl = 4, ssLeft = 8, ssRight = 16,
+                             ssMiddle = 32, ssDouble = 64;
+enum TMouseButton { mbLeft, mbRight, mbMiddle };
+
+struct TPoint {
+  int X = 0;
+  int Y = 0;
+  friend bool operator==(const TPoint&, const TPoint&) = default;
+};
+
+using TKeyEvent = std::function<void(TObject* Sender, std::uint16_t& Key, TShiftState Shift)>;
+using TKeyPressEvent = std::function<void(TObject* Sender, char16_t& Key)>;
+using TMouseEvent =
+    std::function<void(TObject* Sender, TMouseButton Button, TShiftState Shift, int X, int Y)>;
+using TMouseMoveEvent = std::function<void(TObject* Sender, TShiftState Shift, int X, int Y)>;
+// WheelDelta: 120 per notch, positive away from the user.
+using TMouseWheelEvent = std::function<void(TObject* Sender, TShiftState Shift, int WheelDelta,
+                                            TPoint MousePos, bool& Handled)>;
 
 class XUM_API TControl : public TComponent, public TActionClient {
  public:
@@ -81,6 +125,26 @@ class XUM_API TControl : public TComponent, public TActionClient {
   // The form this control is shown in (its top parent when that is a form).
   TCustomForm* ParentForm() const;
 
+  // Mouse input in the control's own coordinates. MouseWheel returns
+  // whether the wheel was used (OnMouseWheel's Handled, or the control's
+  // own use of it); an unused wheel goes on to the parent.
+  virtual void MouseDown(TMouseButton Button, TShiftState Shift, int X, int Y);
+  virtual void MouseMove(TShiftState Shift, int X, int Y);
+  virtual void MouseUp(TMouseButton Button, TShiftState Shift, int X, int Y);
+  virtual void MouseEnter();
+  virtual void MouseLeave();
+  virtual bool MouseWheel(TShiftState Shift, int WheelDelta, TPoint MousePos);
+  // Runs after the control's size changed (OnResize).
+  virtual void Resize();
+
+  TMouseEvent OnMouseDown;
+  TMouseMoveEvent OnMouseMove;
+  TMouseEvent OnMouseUp;
+  TNotifyEvent OnMouseEnter;
+  TNotifyEvent OnMouseLeave;
+  TMouseWheelEvent OnMouseWheel;
+  TNotifyEvent OnResize;
+
   void ActionChanged(TCustomAction& Action) override;
   void ActionReleased(TBasicAction& Action) override;
 
@@ -116,9 +180,25 @@ class XUM_API TWinControl : public TControl {
   TControl* Controls(int Index) const;
   bool ContainsControl(const TControl* Control) const;
 
+  // Key input (see the header's notes). KeyDown runs OnKeyDown, KeyPress
+  // OnKeyPress.
+  virtual void KeyDown(std::uint16_t& Key, TShiftState Shift);
+  virtual void KeyPress(char16_t& Key);
+  TKeyEvent OnKeyDown;
+  TKeyPressEvent OnKeyPress;
+
+  // Lays the children out again: runs AlignControls unless it is already
+  // running for this control.
+  void Realign();
+
+ protected:
+  // Places the children; the base leaves them where they are.
+  virtual void AlignControls() {}
+
  private:
   friend class TControl;
   std::vector<TControl*> FControls;
+  bool FAligning = false;
 };
 
 }  // namespace xum

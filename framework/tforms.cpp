@@ -43,6 +43,41 @@ void TCustomForm::Show() {
   if (OnShow) OnShow(this);
 }
 
+void TCustomForm::SetActiveControl(TWinControl* Control) {
+  if (Control == FActiveControl) return;
+  if (Control != nullptr && (Control == this || !ContainsControl(Control)))
+    throw EInvalidOperation(u"Cannot focus a control that is not on the form");
+  if (FActiveControl != nullptr) RemoveFreeNotification(FActiveControl);
+  FActiveControl = Control;
+  if (FActiveControl != nullptr) FreeNotification(FActiveControl);
+}
+
+void TCustomForm::Notification(TComponent* AComponent, TOperation Operation) {
+  TScrollingWinControl::Notification(AComponent, Operation);
+  if (Operation == opRemove && AComponent == FActiveControl) FActiveControl = nullptr;
+}
+
+std::uint16_t TCustomForm::DispatchKeyDown(std::uint16_t Key, TShiftState Shift) {
+  TWinControl* target = key_target();
+  if (FKeyPreview && target != this) KeyDown(Key, Shift);
+  if (Key != 0) target->KeyDown(Key, Shift);
+  return Key;
+}
+
+char16_t TCustomForm::DispatchKeyPress(char16_t Key) {
+  TWinControl* target = key_target();
+  if (FKeyPreview && target != this) KeyPress(Key);
+  if (Key != 0) target->KeyPress(Key);
+  return Key;
+}
+
+TWinControl* TCustomForm::key_target() {
+  // A control moved off the form since it was focused no longer gets keys:
+  // the form itself does, as it does when nothing is focused.
+  if (FActiveControl != nullptr && ContainsControl(FActiveControl)) return FActiveControl;
+  return this;
+}
+
 bool TCustomForm::CloseQuery() {
   bool can_close = true;
   if (OnCloseQuery) OnCloseQuery(this, can_close);

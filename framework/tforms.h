@@ -95,15 +95,38 @@ class XUM_API TCustomForm : public TScrollingWinControl {
   // OnCloseQuery's answer (true when there is none).
   virtual bool CloseQuery();
 
+  // The control that has the keyboard focus (null: the form itself). A
+  // windowing backend keeps it in step with the focused widget. A control
+  // that leaves the form, or is destroyed, stops being active.
+  TWinControl* ActiveControl() const noexcept { return FActiveControl; }
+  void SetActiveControl(TWinControl* Control);
+  // When set, the form sees each key before its active control does.
+  bool KeyPreview() const noexcept { return FKeyPreview; }
+  void SetKeyPreview(bool Value) noexcept { FKeyPreview = Value; }
+
+  // A key went down (or a character was typed) in the form: the form's own
+  // KeyDown first when KeyPreview is set, then the active control's (the
+  // form's when none is active), each only while the key is not consumed
+  // (set to 0). Returns the key as the
+  // handlers left it (0: consumed).
+  std::uint16_t DispatchKeyDown(std::uint16_t Key, TShiftState Shift);
+  char16_t DispatchKeyPress(char16_t Key);
+
+  void Notification(TComponent* AComponent, TOperation Operation) override;
+
   TNotifyEvent OnShow;
   TCloseEvent OnClose;
   TCloseQueryEvent OnCloseQuery;
 
  private:
+  TWinControl* key_target();
+
   TFormBorderStyle FBorderStyle = bsSizeable;
   TWindowState FWindowState = wsNormal;
   TModalResult FModalResult = mrNone;
   bool FModal = false;
+  bool FKeyPreview = false;
+  TWinControl* FActiveControl = nullptr;
 };
 
 class XUM_API TForm : public TCustomForm {

@@ -15,6 +15,7 @@
 #include "backends/qt/xqt_mirror.h"
 #include "backends/qt/xqt_pump.h"
 #include "backends/qt/xqt_text.h"
+#include "backends/qt/xqt_widget_kind.h"
 #include "framework/tapplication.h"
 #include "framework/tdialogs.h"
 #include "framework/tforms.h"
@@ -26,22 +27,33 @@ namespace xum {
 
 namespace {
 
-// Feeds the key state from every key event of the application.
+// Feeds the key state from every key event of the application, and hands
+// each key press to the model once, where it first arrives (the focused
+// widget, or the widget a synthesized key was sent to); Qt passes the same
+// event object up the parents when a widget ignores it, and no other event
+// comes between. Returns true to swallow a key the model consumed.
 class key_watch final : public QObject {
  public:
-  explicit key_watch(std::function<void(int, bool)> on_key) : on_key_(std::move(on_key)) {}
-  bool eventFilter(QObject*, QEvent* event) override {
-    if (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) {
-      auto* key = static_cast<QKeyEvent*>(event);
-      // Each widget up the chain sees a key event once per delivery: only
-      // a change of state counts, auto-repeat included.
-      on_key_(key->key(), event->type() == QEvent::KeyPress);
+  using on_key_fn = std::function<bool(QObject* receiver, QKeyEvent* key, bool down, bool first)>;
+  explicit key_watch(on_key_fn on_key) : on_key_(std::move(on_key)) {}
+  bool eventFilter(QObject* receiver, QEvent* event) override {
+    if (event->type() != QEvent::KeyPress && event->type() != QEvent::KeyRelease) {
+      delivering_ = nullptr;
+      return false;
     }
-    return false;
+    auto* key = static_cast<QKeyEvent*>(event);
+    const bool first = event != delivering_ || event->type() != delivering_type_;
+    delivering_ = event;
+    delivering_type_ = event->type();
+    // Each widget up the chain sees a key event once per delivery: only a
+    // change of state counts, auto-repeat included.
+    return on_key_(receiver, key, event->type() == QEvent::KeyPress, first);
   }
 
  private:
-  std::function<void(int, bool)> on_key_;
+  on_key_fn on_key_;
+  const QEvent* delivering_ = nullptr;
+  QEvent::Type delivering_type_ = QEvent::None;
 };
 
 int qt_argc = 1;
@@ -151,7 +163,16 @@ xqt_backend::xqt_backend() {
     owned_app_ = std::make_unique<QApplication>(qt_argc, qt_argv);
   }
   xmain_loop::instance().bind_to_current_thread();
-  auto* keys = new key_watch([this](int key, bool down) { on_key(key, down); });
+  auto* keys = new key_watch([this](QObject* receiver, QKeyEvent* key, bool down, bool first) {
+    on_key(key->key(), down);
+    if (!down || !first || !receiver->isWidgetType()) return false;
+    auto* widget = static_cast<QWidget*>(receiver);
+    for (auto& [form, mirror] : mirrors_)
+      if (mirror->window() == widget->window())
+        return mirror->key(widget, xqt_virtual_key(key->key()),
+                           xqt_shift_state(key->modifiers().toInt(), 0), key->text());
+    return false;
+  });
   keys->setParent(QApplication::instance());
   QApplication::instance()->installEventFilter(keys);
   pump_ = std::make_unique<xqt_pump>(*this);

@@ -30,6 +30,7 @@
 #include <QWidget>
 
 #include "backends/qt/xqt_text.h"
+#include "backends/qt/xqt_widget_kind.h"
 #include "framework/tcomctrls.h"
 #include "framework/tforms.h"
 #include "framework/timglist.h"
@@ -252,6 +253,30 @@ void xqt_mirror::Notification(TComponent* AComponent, TOperation Operation) {
   }
 }
 
+bool xqt_mirror::key(QWidget* focus, int vk, unsigned shift, const QString& text) {
+  if (form_ == nullptr || syncing_) return false;
+  // The focused widget's control (a widget inside a control's widget, such
+  // as a combo box's line edit, counts as that control).
+  TWinControl* active = nullptr;
+  for (QWidget* w = focus; w != nullptr && w != window_ && active == nullptr; w = w->parentWidget())
+    for (auto& [component, e] : widgets_)
+      if (e.widget == w) {
+        active = dynamic_cast<TWinControl*>(const_cast<TComponent*>(component));
+        break;
+      }
+  bool consumed = false;
+  TCustomForm* form = form_;
+  act([&] {
+    if (active != form->ActiveControl() && (active == nullptr || form->ContainsControl(active)))
+      form->SetActiveControl(active);
+    focused_ = form->ActiveControl();
+    if (vk != 0) consumed = form->DispatchKeyDown(static_cast<std::uint16_t>(vk), shift) == 0;
+    if (!consumed && text.size() == 1 && text[0].isPrint())
+      consumed = form->DispatchKeyPress(text[0].unicode()) == 0;
+  });
+  return consumed;
+}
+
 void xqt_mirror::act(const std::function<void()>& what) {
   if (form_ != nullptr && !syncing_) deliver_(*form_, what);
 }
@@ -273,6 +298,10 @@ void xqt_mirror::sync() {
   if (window_->size() != QSize(form_->Width(), form_->Height() + menu_height))
     window_->resize(form_->Width(), form_->Height() + menu_height);
   for (int i = 0; i < form_->ControlCount(); ++i) sync_control(*form_->Controls(i), client_);
+  if (const TControl* active = form_->ActiveControl(); active != focused_) {
+    focused_ = active;
+    if (QWidget* w = active != nullptr ? widget_of(*active) : nullptr) w->setFocus();
+  }
   const bool modal = form_->Modal();
   if (form_->Visible()) {
     if (window_->isVisible() && (window_->windowModality() == Qt::ApplicationModal) != modal)
@@ -340,15 +369,39 @@ void xqt_mirror::sync_menu() {
 void xqt_mirror::sync_control(TControl& control, QWidget* parent) {
   auto it = widgets_.find(&control);
   if (it == widgets_.end()) {
-    QWidget* widget = create(control, parent);
+    int kind = -1;
+    QWidget* widget = nullptr;
+    const auto& kinds = xqt_widget_kinds();
+    const xqt_act_fn user_act = [this](const std::function<void()>& what) { act(what); };
+    for (std::size_t k = 0; k < kinds.size() && widget == nullptr; ++k)
+      if ((widget = kinds[k].create(control, parent, user_act)) != nullptr) {
+        kind = static_cast<int>(k);
+        widget->setObjectName(qstr(control.Name()));
+        widget->show();
+      }
+    if (widget == nullptr) widget = create(control, parent);
     QWidget* client = widget;
     if (auto* area = qobject_cast<QScrollArea*>(widget)) client = area->widget();
-    it = widgets_.emplace(&control, entry{widget, client}).first;
+    it = widgets_.emplace(&control, entry{widget, client, kind}).first;
     FreeNotification(&control);
   }
   QWidget* widget = it->second.widget;
   QWidget* client = it->second.client;
-  update(control, widget);
+  const int kind = it->second.kind;
+  if (kind >= 0) {
+    const QSignalBlocker quiet(widget);
+    const QRect bounds(control.Left(), control.Top(), control.Width(), control.Height());
+    if (widget->geometry() != bounds) widget->setGeometry(bounds);
+    if (widget->isVisibleTo(widget->parentWidget()) != control.Visible())
+      widget->setVisible(control.Visible());
+    if (widget->isEnabled() != control.Enabled()) widget->setEnabled(control.Enabled());
+    if (widget->toolTip() != qstr(control.Hint())) widget->setToolTip(qstr(control.Hint()));
+    const xqt_widget_kind& k = xqt_widget_kinds()[static_cast<std::size_t>(kind)];
+    if (k.update) k.update(control, widget);
+    if (!k.children) return;
+  } else {
+    update(control, widget);
+  }
   if (dynamic_cast<TToolBar*>(&control) != nullptr) return;  // its buttons are actions
   if (auto* container = dynamic_cast<TWinControl*>(&control)) {
     for (int i = 0; i < container->ControlCount(); ++i)

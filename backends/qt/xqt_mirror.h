@@ -17,6 +17,13 @@
 //   TTreeView        QTreeWidget        TValueListEditor  QTableWidget
 //   TToolBar         QToolBar, a QAction per TToolButton with its image
 //   TScrollBox       QScrollArea        other containers  QWidget
+//   registered kinds (backends/qt/xqt_widget_kind.h) come before all these
+//
+// Keys: a key pressed in the window goes to the form's key dispatch
+// (TCustomForm::DispatchKeyDown, then DispatchKeyPress with its text), with
+// the focused widget's control made the form's active control first; a key
+// the model consumed goes no further in Qt. A form's ActiveControl set in
+// the model moves the focus at the next sync.
 //
 // A control destroyed in the model loses its widget at once (the mirror
 // asks for the model's free notification).
@@ -62,10 +69,15 @@ class xqt_mirror final : public TComponent {
 
   void Notification(TComponent* AComponent, TOperation Operation) override;
 
+  // A key event that reached `focus` (a widget of this window, or the
+  // window): runs the form's key dispatch; true when the model consumed it.
+  bool key(QWidget* focus, int vk, unsigned shift, const QString& text);
+
  private:
   struct entry {
     QWidget* widget;
     QWidget* client;  // where children go (the widget itself, or a scroll area's page)
+    int kind;         // index into xqt_widget_kinds(), -1: a stock widget
   };
   QWidget* create(TControl& control, QWidget* parent);
   void sync_control(TControl& control, QWidget* parent);
@@ -83,6 +95,7 @@ class xqt_mirror final : public TComponent {
   std::map<const TComponent*, QPointer<QWidget>> tool_buttons_;  // tool button -> its bar
   QString menu_print_;
   int menu_height_ = 0;
+  const TControl* focused_ = nullptr;  // the ActiveControl last brought to Qt
   bool menu_dirty_ = true;
   bool syncing_ = false;
 };

@@ -32,12 +32,16 @@ class ControlScheme : public ::testing::Test {
   static TButton* key_button(TCustomForm& f, const char16_t* row, const char16_t* which) {
     return static_cast<TButton*>(f.FindComponent(u"RowsBox")->FindComponent(row)->FindComponent(which));
   }
-  // A capture form's script: these keys are down when a key-down arrives.
+  // A capture form's script: these keys are down when a key-down arrives,
+  // dispatched as a window would while the Cancel button has the focus.
   xscripted_backend::form_step press(std::vector<int> keys) {
     return [this, keys](TCustomForm& form, xmodal_loop& loop) {
       ui.clear_key_states();
       for (int k : keys) ui.set_key_state(k, true);
-      loop.act([&] { dynamic_cast<TKeyCaptureForm&>(form).KeyDown(); });
+      loop.act([&] {
+        form.SetActiveControl(static_cast<TWinControl*>(form.FindComponent(u"CancelBtn")));
+        form.DispatchKeyDown(keys.empty() ? 0x41 : static_cast<std::uint16_t>(keys.back()), 0);
+      });
       return mrNone;
     };
   }

@@ -1,5 +1,6 @@
 // The library's own forms under the Qt backend: the start-up project
-// selector and the shared string-input form, each shown as a real window,
+// selector, the shared string-input form, the control-scheme editor and its
+// key capture, each shown as a real window,
 // photographed into XUM_SCREENSHOT_DIR, checked for what a person would see
 // and driven with synthesized key and mouse events.
 #include <QApplication>
@@ -23,6 +24,8 @@
 
 #include "tests/qt/xqt_screenshots.h"
 
+#include "app/tcontrol_scheme.h"
+#include "app/tcontrol_scheme_editor.h"
 #include "app/tprj_selector.h"
 #include "app/tproject_integrator.h"
 #include "backends/qt/xqt_backend.h"
@@ -214,6 +217,63 @@ TEST_F(QtLibraryForms, TheSelectorShowsTheRecentProjectsAndNewStartsAProject) {
   EXPECT_FALSE(ui_.window_of(*host)->isVisible());
   project.reset();
   delete host;
+}
+
+// The editor lists the actions with their keys; a key button opens the
+// capture form on top, and a real key press there becomes the action's key.
+TEST_F(QtLibraryForms, TheControlSchemeEditorTakesAKeyPressedInTheCaptureForm) {
+  TControlScheme scheme;
+  TKeyboardAction left{&scheme, "Left", "Move left", 0x25, 0x41};
+  TKeyboardAction fire{&scheme, "Fire", "Fire", 0x20, -1};
+  bool captured = false;
+  QTimer::singleShot(0, [&] {
+    QWidget* editor = nullptr;
+    for (int i = 0; i < Screen().FormCount() && editor == nullptr; ++i)
+      if (Screen().Forms(i)->Name() == u"ControlSchemeEditorForm")
+        editor = ui_.window_of(*Screen().Forms(i));
+    ASSERT_NE(editor, nullptr);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(editor));
+    const QImage shot = photograph(editor, "control_scheme_editor");
+    EXPECT_EQ(shot.size(), QSize(420, 360));
+    EXPECT_GT(colours(shot), 20) << "the window looks blank";
+    EXPECT_EQ(editor->windowTitle(), QStringLiteral("Control scheme"));
+    QWidget* row = child<QWidget>(editor, u"Frame1");
+    ASSERT_NE(row, nullptr);
+    EXPECT_EQ(child<QLabel>(row, u"CaptionLabel")->text(), QStringLiteral("Fire"));
+    auto* key1 = child<QPushButton>(row, u"Key1Btn");
+    ASSERT_NE(key1, nullptr);
+    EXPECT_EQ(key1->text(), QStringLiteral("Space"));
+    EXPECT_TRUE(key1->isVisible());
+    QTimer::singleShot(0, [this, &captured, editor, key1] {
+      TKeyCaptureForm* capture = xkey_capture_form();
+      QWidget* window = ui_.window_of(*capture);
+      ASSERT_NE(window, nullptr);
+      ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+      const QImage capture_shot = photograph(window, "key_capture");
+      EXPECT_GT(colours(capture_shot), 10) << "the window looks blank";
+      EXPECT_EQ(window->windowTitle(), QStringLiteral("Press a key"));
+      EXPECT_EQ(child<QLabel>(window, u"PromptLabel")->text(),
+                QStringLiteral("Press the key for this action."));
+      // The key goes where Qt sends it, to the focused Cancel button: the
+      // form previews it and takes it.
+      auto* cancel = child<QPushButton>(window, u"CancelBtn");
+      ASSERT_NE(cancel, nullptr);
+      cancel->setFocus();
+      QTest::keyPress(cancel, Qt::Key_F);
+      captured = true;
+      QTest::keyRelease(cancel, Qt::Key_F);
+      // The editor's own loop runs this, after the capture form closed.
+      QTimer::singleShot(0, [editor, key1] {
+        EXPECT_EQ(key1->text(), QStringLiteral("F"));
+        QTest::mouseClick(child<QPushButton>(editor, u"OKBtn"), Qt::LeftButton);
+      });
+    });
+    QTest::mouseClick(key1, Qt::LeftButton);
+  });
+  EXPECT_TRUE(EditControlScheme(&scheme));
+  EXPECT_TRUE(captured);
+  EXPECT_EQ(fire.key1, 0x46) << "the pressed F is Fire's first key";
+  EXPECT_EQ(left.key1, 0x25);
 }
 
 }  // namespace

@@ -1,0 +1,134 @@
+// Key dispatch through a form, the mouse wheel's way up the parents, and
+// the re-layout a windowed control gets when its children change.
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "framework/tforms.h"
+#include "framework/tstdctrls.h"
+
+namespace xum {
+namespace {
+
+struct key_log {
+  std::string text;
+  TKeyEvent record(const char* who, bool consume) {
+    return [this, who, consume](TObject*, std::uint16_t& key, TShiftState) {
+      text += std::string(who) + ":" + std::to_string(key) + " ";
+      if (consume) key = 0;
+    };
+  }
+};
+
+TEST(KeyDispatch, PreviewActiveControlAndConsumption) {
+  TForm form(nullptr);
+  auto* edit = new TEdit(&form);
+  edit->SetParent(&form);
+  key_log log;
+  form.OnKeyDown = log.record("form", false);
+  edit->OnKeyDown = log.record("edit", false);
+
+  // Nothing focused: the form itself gets the key.
+  EXPECT_EQ(form.DispatchKeyDown(VK_F1, 0), VK_F1);
+  form.SetActiveControl(edit);
+  form.DispatchKeyDown(VK_LEFT, ssShift);
+  EXPECT_EQ(log.text, "form:112 edit:37 ");
+
+  log.text.clear();
+  form.SetKeyPreview(true);
+  form.OnKeyDown = log.record("form", true);
+  EXPECT_EQ(form.DispatchKeyDown(VK_RETURN, 0), 0);
+  EXPECT_EQ(log.text, "form:13 ") << "a key the form consumed never reaches the control";
+
+  // A control that left the form, or was destroyed, no longer gets keys.
+  log.text.clear();
+  form.SetKeyPreview(false);
+  form.OnKeyDown = log.record("form", false);
+  edit->SetParent(nullptr);
+  form.DispatchKeyDown(VK_UP, 0);
+  EXPECT_EQ(log.text, "form:38 ");
+  edit->SetParent(&form);
+  delete edit;
+  EXPECT_EQ(form.ActiveControl(), nullptr);
+
+  TForm other(nullptr);
+  auto* stranger = new TEdit(&other);
+  stranger->SetParent(&other);
+  EXPECT_THROW(form.SetActiveControl(stranger), EInvalidOperation);
+}
+
+TEST(KeyDispatch, KeyPressFollowsTheSameRoute) {
+  TForm form(nullptr);
+  auto* edit = new TEdit(&form);
+  edit->SetParent(&form);
+  form.SetActiveControl(edit);
+  form.SetKeyPreview(true);
+  std::u16string typed;
+  form.OnKeyPress = [&](TObject*, char16_t& c) { if (c == u'x') c = u'y'; };
+  edit->OnKeyPress = [&](TObject*, char16_t& c) { typed += c; };
+  form.DispatchKeyPress(u'x');
+  form.DispatchKeyPress(u'a');
+  EXPECT_EQ(typed, u"ya") << "the form's preview may change the character";
+}
+
+TEST(MouseWheel, AnUnusedWheelGoesToTheParentInItsCoordinates) {
+  TForm form(nullptr);
+  auto* box = new TGroupBox(&form);
+  box->SetParent(&form);
+  box->SetBounds(10, 20, 100, 100);
+  auto* label = new TLabel(&form);
+  label->SetParent(box);
+  label->SetBounds(5, 6, 50, 20);
+  TPoint seen;
+  int delta = 0;
+  box->OnMouseWheel = [&](TObject*, TShiftState, int d, TPoint at, bool& handled) {
+    seen = at;
+    delta = d;
+    handled = true;
+  };
+  EXPECT_TRUE(label->MouseWheel(0, -120, TPoint{1, 2}));
+  EXPECT_EQ(seen, (TPoint{6, 8}));
+  EXPECT_EQ(delta, -120);
+  EXPECT_FALSE(form.MouseWheel(0, 120, TPoint{}));  // nobody used it
+}
+
+// Counts its layouts and moves its first child while laying out: a layout
+// must not re-enter itself through the bounds it sets.
+class counting_panel : public TGroupBox {
+ public:
+  using TGroupBox::TGroupBox;
+  int layouts = 0;
+
+ protected:
+  void AlignControls() override {
+    ++layouts;
+    if (ControlCount() > 0) Controls(0)->SetBounds(layouts, 0, 10, 10);
+  }
+};
+
+TEST(Realign, RunsOnceForEachChangeOfAChild) {
+  TForm form(nullptr);
+  auto* panel = new counting_panel(&form);
+  panel->SetParent(&form);
+  auto* child = new TLabel(&form);
+  child->SetParent(panel);
+  EXPECT_EQ(panel->layouts, 1);  // a child came
+  child->SetVisible(false);
+  child->SetVisible(false);  // no change: no layout
+  EXPECT_EQ(panel->layouts, 2);
+  child->SetBounds(child->Left(), child->Top(), 30, 10);
+  EXPECT_EQ(panel->layouts, 3);
+  int resized = 0;
+  panel->OnResize = [&](TObject*) { ++resized; };
+  panel->SetBounds(0, 0, 200, 100);
+  panel->SetBounds(5, 5, 200, 100);  // a move is not a resize
+  EXPECT_EQ(panel->layouts, 4);
+  EXPECT_EQ(resized, 1);
+  child->SetParent(nullptr);
+  EXPECT_EQ(panel->layouts, 5);  // a child went
+  delete child;
+}
+
+}  // namespace
+}  // namespace xum
