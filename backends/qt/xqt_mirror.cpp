@@ -190,6 +190,16 @@ xqt_mirror::xqt_mirror(TCustomForm& form, deliver_fn deliver)
         act([form, width, height] { form->SetBounds(form->Left(), form->Top(), width, height); });
       return false;
     }
+    if (event->type() == QEvent::Move && !syncing_ && window_->isVisible()) {
+      // The user (or the window manager) moved the window: the form's
+      // Left and Top follow, so saved positions are where it really was.
+      const QPoint at = window_->pos();
+      placed_ = at;
+      TCustomForm* form = form_;
+      if (at.x() != form->Left() || at.y() != form->Top())
+        act([form, at] { form->SetBounds(at.x(), at.y(), form->Width(), form->Height()); });
+      return false;
+    }
     if (event->type() == QEvent::KeyPress) {
       const int key = static_cast<QKeyEvent*>(event)->key();
       const bool enter = key == Qt::Key_Return || key == Qt::Key_Enter;
@@ -297,6 +307,12 @@ void xqt_mirror::sync() {
   client_->setGeometry(0, menu_height, form_->Width(), form_->Height());
   if (window_->size() != QSize(form_->Width(), form_->Height() + menu_height))
     window_->resize(form_->Width(), form_->Height() + menu_height);
+  // The model's place for the window, when the model moved it (a window
+  // the user moved already reported its place back).
+  if (const QPoint at(form_->Left(), form_->Top()); at != placed_) {
+    placed_ = at;
+    window_->move(at);
+  }
   for (int i = 0; i < form_->ControlCount(); ++i) sync_control(*form_->Controls(i), client_);
   if (const TControl* active = form_->ActiveControl(); active != focused_) {
     focused_ = active;
