@@ -150,6 +150,17 @@ QTreeWidgetItem* find_tree_item(QTreeWidgetItem* item, const TTreeNode* node) {
   return nullptr;
 }
 
+// What every widget shares with its control: bounds, visibility, enabled
+// state and hint.
+void place(const TControl& control, QWidget* widget) {
+  const QRect bounds(control.Left(), control.Top(), control.Width(), control.Height());
+  if (widget->geometry() != bounds) widget->setGeometry(bounds);
+  if (widget->isVisibleTo(widget->parentWidget()) != control.Visible())
+    widget->setVisible(control.Visible());
+  if (widget->isEnabled() != control.Enabled()) widget->setEnabled(control.Enabled());
+  if (widget->toolTip() != qstr(control.Hint())) widget->setToolTip(qstr(control.Hint()));
+}
+
 TButton* find_button(TWinControl& root, bool default_button) {
   for (int i = 0; i < root.ControlCount(); ++i) {
     TControl* c = root.Controls(i);
@@ -406,12 +417,7 @@ void xqt_mirror::sync_control(TControl& control, QWidget* parent) {
   const int kind = it->second.kind;
   if (kind >= 0) {
     const QSignalBlocker quiet(widget);
-    const QRect bounds(control.Left(), control.Top(), control.Width(), control.Height());
-    if (widget->geometry() != bounds) widget->setGeometry(bounds);
-    if (widget->isVisibleTo(widget->parentWidget()) != control.Visible())
-      widget->setVisible(control.Visible());
-    if (widget->isEnabled() != control.Enabled()) widget->setEnabled(control.Enabled());
-    if (widget->toolTip() != qstr(control.Hint())) widget->setToolTip(qstr(control.Hint()));
+    place(control, widget);
     const xqt_widget_kind& k = xqt_widget_kinds()[static_cast<std::size_t>(kind)];
     if (k.update) k.update(control, widget);
     if (!k.children) return;
@@ -550,13 +556,8 @@ QWidget* xqt_mirror::create(TControl& control, QWidget* parent) {
 
 void xqt_mirror::update(TControl& control, QWidget* widget) {
   const QSignalBlocker quiet(widget);
-  const QRect bounds(control.Left(), control.Top(), control.Width(), control.Height());
-  if (widget->geometry() != bounds) widget->setGeometry(bounds);
-  if (widget->isVisibleTo(widget->parentWidget()) != control.Visible())
-    widget->setVisible(control.Visible());
-  if (widget->isEnabled() != control.Enabled()) widget->setEnabled(control.Enabled());
+  place(control, widget);
   const QString caption = qstr(control.Caption());
-  if (widget->toolTip() != qstr(control.Hint())) widget->setToolTip(qstr(control.Hint()));
   TControl* c = &control;
 
   if (auto* area = qobject_cast<QPlainTextEdit*>(widget)) {
