@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <optional>
 #include <string>
 
 #include "tests/support/xtest_helpers.h"
