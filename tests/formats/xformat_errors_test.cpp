@@ -50,20 +50,6 @@ TEST(XstructFormatErrors, LoadFailuresAreBadDataWithTheirLine) {
   }
 }
 
-TEST(XstructFormatErrors, AnIdentifierThatDiffersIsBadDataAKeyWrittenTwiceIsGeneral) {
-  const std::string text = "TSFOther\r\n";
-  xbuffer_stream s(text.data(), static_cast<int>(text.size()));
-  xmemory_stream m;  // outlives the format, which saves into it when it goes
-  xstruct_format f;
-  f.open_stream(s, xstream_read, false);
-  EXPECT_EQ(raised_by([&] { f.identifier("Mine"); }).category, c::bad_data);
-  f.open_stream(m, xstream_write, false);
-  f.prop_int64("k", 1, 0, false);
-  const raised twice = raised_by([&] { f.prop_int64("k", 2, 0, false); });
-  EXPECT_EQ(twice.category, c::general);
-  EXPECT_EQ(twice.text, "Key duplication ! Key: k\nMemory stream.");
-}
-
 TEST(XstructFormatErrors, AValueThatDoesNotConvertNamesItsFileAndLine) {
   test::temp_dir dir;
   const fs::path file = dir.path / "settings.txt";
