@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -241,26 +242,21 @@ TEST(XVirtualFileSysWriting, AFileThatReadsOtherThanItsSizeIsNotAdded) {
 // ---- Damaged tables ---------------------------------------------------------
 
 TEST_F(XVirtualFileSys, MembersOutsideTheDataAreaAreFlagged) {
-  struct row {
-    const char* what;
-    std::uint64_t offset, size;
-    bool inside;
-  };
-  // The data area of the archive below is bytes 11 to 20 (the table starts
-  // at 21).
-  const row rows[] = {{"the whole data", 11, 10, true},  {"empty at the table", 21, 0, true},
+  // A member's offset and size, and whether they lie in the data area of
+  // the archive below: bytes 11 to 20 (the table starts at 21).
+  const std::tuple<const char*, std::uint64_t, std::uint64_t, bool> rows[] = {{"the whole data", 11, 10, true},  {"empty at the table", 21, 0, true},
                       {"in the header", 7, 4, false},    {"into the table", 16, 6, false},
                       {"offset and size overflow", ~0ull, 2, false}};
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.what);
-    const std::string table = le32(1) + le32(1) + "m" + le64(r.offset) + le64(r.size);
+  for (const auto& [what, offset, size, inside] : rows) {
+    SCOPED_TRACE(what);
+    const std::string table = le32(1) + le32(1) + "m" + le64(offset) + le64(size);
     put("t.vfs", plain("VFS" + le32(2) + le32(0) + "0123456789" + table + le32(21)));
     xvirtual_file_sys a;
     a.open(path("t.vfs"));
-    EXPECT_EQ(a.member_in_bounds(0), r.inside);
+    EXPECT_EQ(a.member_in_bounds(0), inside);
     // Even a member outside reads only bytes of the file (50 of them).
     std::unique_ptr<xstream> s(a.get_member_stream(0));
-    EXPECT_EQ(read_all(*s).size(), r.inside ? r.size : std::min<std::uint64_t>(r.size, 50 - std::min<std::uint64_t>(r.offset, 50)));
+    EXPECT_EQ(read_all(*s).size(), inside ? size : std::min<std::uint64_t>(size, 50 - std::min<std::uint64_t>(offset, 50)));
   }
 }
 
