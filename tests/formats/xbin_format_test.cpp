@@ -219,7 +219,8 @@ TEST(XBinFormat, VectorSizeAloneReadsItsCountWithoutTheElementsBehindIt) {
 TEST(XBinFormat, ReadingIntoASharedStringLeavesTheOtherCopy) {
   xmemory_stream m;
   put(m, {3, 0, 0, 0, 'a', 'b', 'c', 3, 0, 0, 0, 'x', 'y', 'z'});
-  xbin_format r(m, xstream_read, false);
+  xbin_format r;
+  r.open_exclusive(m, xstream_read);  // through the block, which overwrites in place
   xstr target = xstr(std::string_view("123"));
   const xstr shared = target;
   r(target);
