@@ -72,26 +72,16 @@ TEST_F(XstructFormat, ReadsTheTreeAndWritesItBackByteForByte) {
 }
 
 TEST_F(XstructFormat, ValueSyntax) {
-  load(
-      "Name = x\n"
-      "a=abc   @\n"
-      "b=abc@\n"
-      "c=a @\n"
-      "d= @\n"
-      "e=\t x \t\n"
-      "f=k=v\r"
-      "g=\r\n");
-  struct row {
-    const char* key;
-    const char* value;
-  };
-  const row rows[] = {{"Name ", " x"}, {"a", "abc   "}, {"b", "abc@"}, {"c", "a "}, {"d", " "},
-                      {"e", "\t x"},   {"f", "k=v"},    {"g", ""}};
+  load("Name = x\na=abc   @\nb=abc@\nc=a @\nd= @\ne=\t x \t\nf=k=v\rg=\r\n");
+  // Each line's key and value.
+  const std::pair<const char*, const char*> rows[] = {
+      {"Name ", " x"}, {"a", "abc   "}, {"b", "abc@"}, {"c", "a "},
+      {"d", " "},      {"e", "\t x"},   {"f", "k=v"},  {"g", ""}};
   ASSERT_EQ(f_.root().value_count(), 8);
   for (int i = 0; i < 8; ++i) {
-    SCOPED_TRACE(rows[i].key);
-    EXPECT_EQ(f_.label_by_code(f_.root().value(i).code()), rows[i].key);
-    EXPECT_EQ(f_.root().value(i).text(), rows[i].value);
+    SCOPED_TRACE(rows[i].first);
+    EXPECT_EQ(f_.label_by_code(f_.root().value(i).code()), rows[i].first);
+    EXPECT_EQ(f_.root().value(i).text(), rows[i].second);
   }
   EXPECT_EQ(f_.value_by_key("Name"), nullptr);  // the blank belongs to the key
   EXPECT_EQ(f_.stored_identifier(), "");         // no header: left as it was
