@@ -278,6 +278,7 @@ TEST(XstructScope, LeavesItsSectionAlsoWhenAnExceptionPasses) {
     EXPECT_FALSE(inner);
     EXPECT_EQ(f.missing_depth(), 2);
     EXPECT_EQ(f.prop_int64("x", 0, 9, false), 9);  // nor do the root's values show through
+    EXPECT_EQ(f.value_by_key("x"), nullptr);
   }
   EXPECT_EQ(f.missing_depth(), 0);
   EXPECT_EQ(f.prop_int64("x", 0, 9, false), 1);
