@@ -112,29 +112,22 @@ std::string joined(const std::vector<std::string>& lines) {
   return all;
 }
 
-TEST_P(SafeRewrite, ReplaceStreamWrittenByWriteBuffer) {
+TEST_P(SafeRewrite, ReplaceStreamWrittenByWriteBufferOrByAWriterThatIgnoresShortCounts) {
   const std::string target = folder_ + "/layout.txt";
-  every_fault(
-      target, old_text, joined(new_lines), 5,
-      [&] {
-        xreplace_file_stream out(target.c_str());
-        for (const std::string& l : new_lines) out.write_buffer(l.data(), static_cast<int>(l.size()));
-        out.close();
-      },
-      "Data writing error !\nFile: " + target);
-}
-
-TEST_P(SafeRewrite, ReplaceStreamWhoseWriterIgnoresShortCounts) {
-  // Close alone must notice a write that fell short.
-  const std::string target = folder_ + "/layout.txt";
-  every_fault(
-      target, old_text, joined(new_lines), 5,
-      [&] {
-        xreplace_file_stream out(target.c_str());
-        for (const std::string& l : new_lines) static_cast<void>(out.write(l.data(), static_cast<int>(l.size())));
-        out.close();
-      },
-      "Data writing error !\nFile: " + target);
+  for (const bool checked : {true, false}) {  // unchecked: close alone must notice a short write
+    SCOPED_TRACE(checked ? "write_buffer" : "write");
+    every_fault(
+        target, old_text, joined(new_lines), 5,
+        [&] {
+          xreplace_file_stream out(target.c_str());
+          for (const std::string& l : new_lines) {
+            const int n = static_cast<int>(l.size());
+            checked ? out.write_buffer(l.data(), n) : static_cast<void>(out.write(l.data(), n));
+          }
+          out.close();
+        },
+        "Data writing error !\nFile: " + target);
+  }
 }
 
 TEST_P(SafeRewrite, SettingsStoreValue) {
