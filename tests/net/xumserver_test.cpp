@@ -238,17 +238,6 @@ TEST_F(NetFaults, BadTokensCloseOnlyTheirOwnConnection) {
   EXPECT_EQ(server->TokenCount(), 0);
 }
 
-TEST_F(NetFaults, TokenOfAClosedFirstConnectionIsWithdrawn) {
-  auto first = dial(p1());
-  const std::uint32_t token = token_of(*first);
-  EXPECT_EQ(server->TokenCount(), 1);
-  first->Close();
-  ASSERT_TRUE(run_until([&] { return ended.load() == 1; }));
-  EXPECT_EQ(server->TokenCount(), 0);
-  auto late = second(le32(token));
-  EXPECT_TRUE(closed_by_peer(*late, 500));
-}
-
 TEST_F(NetFaults, GarbageRequestsAndVanishingClientsEndOnlyTheirConnection) {
   // Each sent on a raw first connection, which then closes.
   const std::pair<const char*, std::string> rows[] = {

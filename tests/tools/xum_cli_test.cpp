@@ -203,7 +203,7 @@ TEST(XumStructTool, ConvertRoundTripsAndSetKeepsTheBinaryForm) {
   EXPECT_EQ(file_bytes(bin), before);
 }
 
-TEST(XumStructTool, SetRefusesWhatTheTextFormCannotReadBack) {
+TEST(XumStructTool, SetAndConvertRefuseWhatTheFormCannotReadBackAndWriteNothing) {
   struct_files f;
   const std::string before = file_bytes(f.text);
   // The library's table covers every rule; these are the reported cases.
@@ -222,10 +222,8 @@ TEST(XumStructTool, SetRefusesWhatTheTextFormCannotReadBack) {
   // What fits is stored and reads back as given.
   ASSERT_EQ(xum("struct set " + f.text + " 'Panel/a<b>' ' x=y @z '").code, 0);
   EXPECT_EQ(xum("struct get " + f.text + " 'Panel/a<b>'").out, " x=y @z \n");
-}
 
-TEST(XumStructTool, ConvertRefusesATreeTheBinaryFormCannotHoldAndWritesNothing) {
-  struct_files f;
+  // Nor does convert write a tree the binary form cannot hold.
   const std::string out = (f.dir.path / "out.bsf").string();
   std::string many = "TSF\r\n<Big\r\n";
   for (int i = 0; i < 32768; ++i) many += "k" + std::to_string(i) + "=1\r\n";
