@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "platform/testing/xos_wrapper.h"
@@ -19,9 +18,7 @@ namespace fs = std::filesystem;
 class SystemOs : public ::testing::Test {
  protected:
   std::string path(const std::string& name) const { return (dir_.path / name).string(); }
-  void put(const std::string& name, const std::string& bytes) const {
-    std::ofstream(dir_.path / name, std::ios::binary) << bytes;
-  }
+  void put(const std::string& name, const std::string& bytes) const { test::put_file(dir_.path / name, bytes); }
 
   xos& os_ = system_os();
   test::temp_dir dir_;
