@@ -296,9 +296,8 @@ void TShellTreeView::SetObjectTypes(TShellObjectTypes Value) {
 
 TShellTreeView::node_info* TShellTreeView::info(const TTreeNode* node) const {
   if (node == nullptr) return nullptr;
-  for (const auto& i : infos_)
-    if (i.get() == node->Data()) return i.get();
-  return nullptr;
+  const auto it = infos_.find(node->Data());
+  return it == infos_.end() ? nullptr : it->second.get();
 }
 
 UnicodeString TShellTreeView::NodePath(const TTreeNode* Node) const {
@@ -313,8 +312,10 @@ bool TShellTreeView::Expanded(const TTreeNode* Node) const {
 
 TTreeNode* TShellTreeView::add_node(TTreeNode* parent, const xstr& path, const xstr& name) {
   TTreeNode* node = Items().AddChild(parent, ToUnicode(name));
-  infos_.push_back(std::make_unique<node_info>(node_info{path, false}));
-  node->SetData(infos_.back().get());
+  auto i = std::make_unique<node_info>(node_info{path, false});
+  node->SetData(i.get());
+  infos_.emplace(i.get(), std::move(i));
+  nodes_[path] = node;
   return node;
 }
 
@@ -333,23 +334,18 @@ void TShellTreeView::Expand(TTreeNode* Node) {
 }
 
 TTreeNode* TShellTreeView::FindNode(const UnicodeString& Path) const {
-  const xstr path = FromUnicode(Path);
-  for (const auto& i : infos_)
-    if (i->path == path)
-      for (int n = 0; n < const_cast<TShellTreeView*>(this)->Items().Count(); ++n)
-        if (TTreeNode* node = const_cast<TShellTreeView*>(this)->Items().Item(n);
-            node->Data() == i.get())
-          return node;
-  return nullptr;
+  const auto it = nodes_.find(FromUnicode(Path));
+  return it == nodes_.end() ? nullptr : it->second;
 }
 
 void TShellTreeView::rebuild() {
   // The folders that were open stay open, where they still exist.
   std::vector<xstr> open;
-  for (const auto& i : infos_)
+  for (const auto& [data, i] : infos_)
     if (i->expanded) open.push_back(i->path);
   Items().Clear();
   infos_.clear();
+  nodes_.clear();
   const std::string root(root_.view());
   TTreeNode* top = add_node(nullptr, root_, xstr(last_part(root)));
   Expand(top);
@@ -358,7 +354,7 @@ void TShellTreeView::rebuild() {
       return a.length() < b.length();  // parents first
     });
     for (const xstr& p : open)
-      if (TTreeNode* node = FindNode(ToUnicode(p))) Expand(node);
+      if (const auto it = nodes_.find(p); it != nodes_.end()) Expand(it->second);
   }
   shown_root_ = root_;
 }

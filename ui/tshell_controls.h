@@ -50,8 +50,8 @@
 // path ("Root folder not found: /x") and keeps the old Root; SetPath with a
 // folder that does not exist or lies outside Root raises XENotFound too and
 // keeps the old Path. What the user does (selecting, opening, choosing,
-// keys) never throws: a folder that vanished in the meantime falls back to
-// its nearest existing parent as Refresh does.
+// keys, Navigate) never throws: a folder that vanished in the meantime falls
+// back to its nearest existing parent as Refresh does.
 //
 // Hidden entries are those whose name starts with '.'. Symbolic links are
 // followed: a link to a folder is a folder (the tree and the list enter it
@@ -69,7 +69,9 @@
 #define XUM_UI_TSHELL_CONTROLS_H
 
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "core/xexport.h"
@@ -116,6 +118,10 @@ class XUM_API xshell_control {
   void SetPath(const UnicodeString& Value);
   // Path as the file system's bytes.
   const xstr& PathName() const noexcept { return path_; }
+  // Moves to a folder as the user does: a folder that is gone (or lies
+  // outside Root) leads to its nearest existing parent; never throws. What
+  // a windowing backend calls when the user picks a folder.
+  void Navigate(const UnicodeString& Value) { go(FromUnicode(Value)); }
   // Lists the folders again for this control and every linked one.
   void Refresh();
 
@@ -190,7 +196,10 @@ class XUM_API TShellTreeView : public TCustomTreeView, public xshell_control {
   void rebuild();
   TTreeNode* reveal(const xstr& path);
 
-  std::vector<std::unique_ptr<node_info>> infos_;
+  // Every node's folder, by node data and by path (the nodes belong to the
+  // control: Items are not to be changed from outside).
+  std::unordered_map<const void*, std::unique_ptr<node_info>> infos_;
+  std::map<xstr, TTreeNode*> nodes_;
   xstr shown_root_;
   xstr reported_;  // the Path OnChange last reported
   TShellObjectTypes types_ = otFolders;
