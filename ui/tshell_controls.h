@@ -27,9 +27,13 @@
 //               existing parent (Root at most) and OnChange runs.
 // TShellTreeView: the folder tree under Root (its one top node), loaded
 //   lazily: a node's children are listed when it is expanded (Expand, or on
-//   the way to a Path). ObjectTypes: otHidden adds hidden folders; the tree
+//   the way to a Path, whose folder shows its subfolders), so a link that
+//   loops back costs nothing until it is opened. ObjectTypes: otHidden adds
+//   hidden folders (a Path inside one the tree does not show selects its
+//   nearest shown parent; switching otHidden off moves out of it); the tree
 //   shows folders only. SetSelected(node) moves to the node's folder; Left
-//   goes to the parent folder, Right into the first subfolder.
+//   goes to the parent folder, Right into the first subfolder. Its Items
+//   belong to it: they are not to be changed from outside.
 // TShellListView: the entries of Path with the columns Name, Size, Type and
 //   Modified (list-view columns: the component localizer translates their
 //   captions under "@Columns"; they are made once, so translated captions
@@ -63,6 +67,10 @@
 // bytes, so such folders can still be entered and listed, but the Path
 // property (text) then holds the replacement characters, and setting that
 // text back names a different folder. PathName() gives the bytes.
+//
+// Drawn by Qt: the tree as a view over Qt's own file-system model (which
+// lists and watches the folders, told Root, Path and the kinds by this
+// model), the list from this model's rows; see backends/qt/xqt_shell_kinds.
 //
 // Thread safety: controls belong to the main thread.
 #ifndef XUM_UI_TSHELL_CONTROLS_H
