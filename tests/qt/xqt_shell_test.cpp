@@ -47,6 +47,8 @@ class QtShellControls : public ::testing::Test {
       std::filesystem::create_directories(p.parent_path());
       std::ofstream(p, std::ios::binary) << std::string(size, 'x');
     };
+    // A folder beside the root, which the tree must not show.
+    std::filesystem::create_directories((dir_.path() + QStringLiteral("/elsewhere")).toStdString());
     for (const char* folder : {"projects/alpha", "projects/beta", "music", "photos/2024"})
       std::filesystem::create_directories((root_ + u'/' + QString::fromUtf8(folder)).toStdString());
     file("projects/notes.txt", 700);
@@ -141,6 +143,9 @@ TEST_F(QtShellControls, LinkedTreeListAndComboShowTheFolderSortedBySize) {
   EXPECT_EQ(model->filePath(tree->currentIndex()), root_ + QStringLiteral("/projects"));
   // The root is the tree's one top node, the current folder open below it.
   EXPECT_FALSE(tree->isRowHidden(model->index(root_).row(), tree->rootIndex()));
+  const QModelIndex beside = model->index(dir_.path() + QStringLiteral("/elsewhere"));
+  EXPECT_TRUE(QTest::qWaitFor([&] { return model->rowCount(tree->rootIndex()) == 2; }, 5000));
+  EXPECT_TRUE(tree->isRowHidden(beside.row(), tree->rootIndex()));
   EXPECT_TRUE(tree->isExpanded(model->index(root_ + QStringLiteral("/projects"))));
 
   auto* combo = window->findChild<QComboBox*>(QStringLiteral("Where"));
