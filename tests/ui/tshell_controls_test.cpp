@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -96,20 +97,17 @@ TEST_F(ShellControlsTest, TheListShowsFoldersFirstWithSizeTypeAndOnlyTheKindsAsk
   EXPECT_EQ(rows(*list, true), (strings{"A_dir||Folder", "b_dir||Folder", "m.TXT|1.5 KB|TXT File",
                                         "README|1 byte|File", "z.txt|5 bytes|TXT File"}));
   EXPECT_FALSE(list->Items().Item(2)->SubItems()[2].empty());  // a file's time is shown
-  const struct {
-    TShellObjectTypes types;
-    strings shown;
-  } cases[] = {
+  const std::tuple<TShellObjectTypes, strings> cases[] = {
       {otFolders, {"A_dir", "b_dir"}},
       {otNonFolders, {"m.TXT", "README", "z.txt"}},
       {otFolders | otHidden, {".cache", "A_dir", "b_dir"}},
       {otFolders | otNonFolders | otHidden,
        {".cache", "A_dir", "b_dir", ".profile", "m.TXT", "README", "z.txt"}},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.types);
-    list->SetObjectTypes(c.types);
-    EXPECT_EQ(rows(*list), c.shown);
+  for (const auto& [types, shown] : cases) {
+    SCOPED_TRACE(types);
+    list->SetObjectTypes(types);
+    EXPECT_EQ(rows(*list), shown);
   }
 }
 
@@ -126,11 +124,7 @@ TEST_F(ShellControlsTest, SortingKeepsFoldersFirstAndBreaksTiesByName) {
   fs::last_write_time(root_ / "D", base + std::chrono::hours(2));
   TShellListView* list = list_at();
   list->SetItemIndex(2);  // "b"
-  const struct {
-    int column;
-    bool ascending;
-    strings order;
-  } cases[] = {
+  const std::tuple<int, bool, strings> cases[] = {
       {TShellListView::colSize, true, {"dir", "c", "a", "b", "D"}},
       {TShellListView::colSize, false, {"dir", "D", "a", "b", "c"}},
       {TShellListView::colModified, true, {"dir", "b", "a", "c", "D"}},
@@ -138,10 +132,10 @@ TEST_F(ShellControlsTest, SortingKeepsFoldersFirstAndBreaksTiesByName) {
       {TShellListView::colName, false, {"dir", "D", "c", "b", "a"}},
       {TShellListView::colType, true, {"dir", "a", "b", "c", "D"}},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(std::to_string(c.column) + (c.ascending ? " up" : " down"));
-    list->SortBy(c.column, c.ascending);
-    EXPECT_EQ(rows(*list), c.order);
+  for (const auto& [column, ascending, order] : cases) {
+    SCOPED_TRACE(std::to_string(column) + (ascending ? " up" : " down"));
+    list->SortBy(column, ascending);
+    EXPECT_EQ(rows(*list), order);
     EXPECT_EQ(utf8(list->SelectedPath()), (root_ / "b").string());  // selection follows
   }
   list->ColumnClick(TShellListView::colSize);  // another column: ascending
@@ -291,22 +285,16 @@ TEST_F(ShellControlsTest, BadRootsAndPathsRaiseClearErrorsAndChangeNothing) {
   file("f.txt", 1);
   auto* list = list_at("a");
   const std::string missing = (root_ / "nope").string();
-  const struct {
-    const char* what;
-    std::function<void()> call;
-    std::string message;
-  } cases[] = {
+  const std::tuple<const char*, std::function<void()>, std::string> cases[] = {
       {"root", [&] { list->SetRoot(ToUnicode(xstr(missing))); }, "Root folder not found: " + missing},
       {"path", [&] { list->SetPath(u"nope"); }, "Folder not found: " + missing},
       {"file", [&] { list->SetPath(at("f.txt")); }, "Folder not found: " + (root_ / "f.txt").string()},
       {"outside", [&] { list->SetPath(u"/"); },
        "Folder outside the root " + root_.string() + ": /"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    const test::raised r = test::raised_by(c.call);
-    EXPECT_EQ(r.category, xerror_category::not_found);
-    EXPECT_EQ(r.text, c.message);
+  for (const auto& [what, call, message] : cases) {
+    SCOPED_TRACE(what);
+    EXPECT_EQ(test::raised_by(call), (test::raised{xerror_category::not_found, -1, -1, message}));
     EXPECT_EQ(list->Root(), at());
     EXPECT_EQ(list->Path(), at("a"));
   }
@@ -342,25 +330,20 @@ TEST_F(ShellControlsTest, KeysMoveTheSelectionAndWalkTheFolders) {
   folder("a/b");
   file("a/f", 1);
   link_all();
-  const struct {
-    TWinControl* to;
-    std::uint16_t key;
-    bool consumed;
-    const char* path;
-    const char* selected;
-  } steps[] = {
+  // The control, the key, whether it is used, then Path and SelectedPath.
+  const std::tuple<TWinControl*, std::uint16_t, bool, const char*, const char*> steps[] = {
       {list_, VK_DOWN, true, "", "a"},     {list_, VK_RETURN, true, "a", ""},
       {list_, VK_END, true, "a", "a/f"},   {list_, VK_RETURN, false, "a", "a/f"},  // a file
       {tree_, VK_RIGHT, true, "a/b", ""},  {tree_, VK_LEFT, true, "a", ""},
       {list_, VK_BACK, true, "", ""},      {list_, VK_BACK, false, "", ""},  // not above the root
   };
-  for (const auto& s : steps) {
-    SCOPED_TRACE(std::to_string(s.key) + " to " + s.path);
-    std::uint16_t key = s.key;
-    s.to->KeyDown(key, 0);
-    EXPECT_EQ(key == 0, s.consumed);
-    EXPECT_EQ(tree_->Path(), at(s.path));
-    EXPECT_EQ(list_->SelectedPath(), *s.selected ? at(s.selected) : u"");
+  for (const auto& [to, pressed, consumed, path, selected] : steps) {
+    SCOPED_TRACE(std::to_string(pressed) + " to " + path);
+    std::uint16_t key = pressed;
+    to->KeyDown(key, 0);
+    EXPECT_EQ(key == 0, consumed);
+    EXPECT_EQ(tree_->Path(), at(path));
+    EXPECT_EQ(list_->SelectedPath(), *selected ? at(selected) : u"");
   }
 }
 
