@@ -37,8 +37,9 @@
 //   OnStatusTextChange("Done"), Busy false, OnDocumentComplete(url).
 // A load that fails instead ends with OnStatusTextChange(<reason>), Busy
 // false and OnNavigateError(url, <reason>); when it failed before its
-// document came, nothing else changed (a missing file, an unsupported
-// address). Refresh loads the current document again without asking
+// document came, nothing else changed (the built-in engine: a missing file,
+// an unsupported address); an engine that shows an error page in its place
+// commits that page first (OnNavigateComplete2, a history entry). Refresh loads the current document again without asking
 // OnBeforeNavigate2, firing no OnNavigateComplete2 and leaving the history
 // alone. Stop ends a load under way: Busy false, the status line cleared,
 // nothing more of that load reported. GoBack / GoForward do nothing when

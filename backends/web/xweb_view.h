@@ -24,6 +24,10 @@
 //   the page's address change commits the navigation (OnNavigateComplete2),
 //     its title changes reach OnTitleChange, the end of the load
 //     OnDocumentComplete or OnNavigateError with the engine's error text;
+//   a page that cannot be loaded (a missing file) shows the engine's error
+//     page: its address commits (LocationURL, a history entry), then the load
+//     ends in OnNavigateError with the engine's text ("net::ERR_FILE_NOT_FOUND:
+//     <url>");
 //   a hovered link's address is the status text (empty when left);
 //   a page asking for a window (target="_blank", window.open) fires
 //     OnNewWindow2; the engine itself opens no window.
