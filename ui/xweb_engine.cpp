@@ -227,10 +227,12 @@ void xlocal_web_engine::load(const UnicodeString& url) {
     return;
   }
   std::weak_ptr<std::uint64_t> alive = serial_;
-  xmain_loop::instance().post([this, alive, url, serial] {
+  const bool queued = xmain_loop::instance().post([this, alive, url, serial] {
     const std::shared_ptr<std::uint64_t> current = alive.lock();
     if (current && *current == serial) run(url, serial);
   });
+  // A loop that is shut down runs nothing more: the page loads now.
+  if (!queued) run(url, serial);
 }
 
 void xlocal_web_engine::stop() { ++*serial_; }

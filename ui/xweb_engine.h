@@ -45,7 +45,8 @@
 // It loads `synchronously` (everything is reported inside load() and
 // reload()) or `through_main_loop` (load() returns at once; the page is read
 // and reported by a call posted to the main loop, so a program sees Busy
-// until the loop turns, and a stop() before that cancels the load).
+// until the loop turns, and a stop() before that cancels the load; when the
+// loop is shut down, it loads at once).
 //
 // Thread safety: engines belong to the main thread.
 #ifndef XUM_UI_XWEB_ENGINE_H

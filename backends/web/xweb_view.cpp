@@ -92,11 +92,12 @@ class web_engine final : public xweb_engine {
     page_->triggerAction(QWebEnginePage::Reload);
   }
 
-  // A main-frame navigation of the page: the ones this engine started and
+  // A main-frame navigation of the page: the ones this engine started,
+  // reloads (the view's menu has one: the same document, no new entry) and
   // redirects go on; the page's own are the model's to allow.
   bool accept(const QUrl& url, QWebEnginePage::NavigationType type) {
-    if (own_ && (type == QWebEnginePage::NavigationTypeTyped ||
-                 type == QWebEnginePage::NavigationTypeReload)) {
+    if ((own_ && type == QWebEnginePage::NavigationTypeTyped) ||
+        type == QWebEnginePage::NavigationTypeReload) {
       own_ = false;
       return true;
     }

@@ -111,6 +111,12 @@ TEST_F(WebBrowserTest, NavigateLoadsThroughTheMainLoopReportingEachStepInOrder) 
   EXPECT_EQ(web_->LocationURL(), url("a.html"));
   EXPECT_EQ(web_->LocationName(), u"Page A & more");
   EXPECT_EQ(history(), "[a.html] ");
+
+  xmain_loop::instance().shutdown();  // a loop that runs nothing more: the page loads at once
+  web_->Navigate(url("b.html"));
+  xmain_loop::instance().open();
+  EXPECT_FALSE(web_->Busy());
+  EXPECT_EQ(web_->LocationName(), u"Page B");
 }
 
 TEST_F(WebBrowserTest, BackAndForwardWalkTheHistoryAndANewPageDropsTheEntriesAhead) {
@@ -249,6 +255,8 @@ TEST_F(WebBrowserTest, RefreshReadsThePageAgainWithoutTouchingTheHistory) {
   web_->Refresh();
   EXPECT_EQ(take_log(), (lines{"status Opening b.html", "title Page B, changed", "status Done",
                                "document b.html"}));
+  EXPECT_EQ(dynamic_cast<xlocal_web_engine&>(web_->Engine()).document(),
+            "<title>Page B, changed</title>");
   EXPECT_EQ(history(), "a.html [b.html] ");
 }
 

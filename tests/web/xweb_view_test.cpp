@@ -179,6 +179,11 @@ TEST_F(WebView, BackAndForwardShowTheHistorysPagesAndAMissingFileFails) {
   ASSERT_TRUE(wait_until([] { return !web_->Busy(); }));
   EXPECT_EQ(web_->LocationName(), u"Local page B");
   EXPECT_FALSE(web_->CanGoForward());
+  take_log();
+  web_->Refresh();
+  ASSERT_TRUE(wait_until([] { return !web_->Busy(); }));
+  EXPECT_EQ(take_log(), (lines{"title Local page B", "document b.html"}));
+  EXPECT_EQ(web_->History().size(), 2u);
 
   take_log();
   ASSERT_TRUE(open(url("missing.html")));
