@@ -18,9 +18,11 @@ TWebBrowser::TWebBrowser(TComponent* AOwner) : TWinControl(AOwner) {
   if (factory()) FEngine = factory()(*this);
   if (!FEngine) FEngine = std::make_unique<xlocal_web_engine>();
   Attach();
+  TShellWindows::Register(this);
 }
 
 TWebBrowser::~TWebBrowser() {
+  TShellWindows::Revoke(this);
   // The engine reports nothing more to a browser that is going.
   FEngine->set_events({});
   FEngine->stop();

@@ -48,8 +48,8 @@
 // NewBrowser, Cancel): cancelled, nothing opens; with a NewBrowser set, the
 // page opens there; otherwise in this browser.
 //
-// LocationURL and LocationName are public so that a list of the
-// application's browser windows can show them.
+// Every browser is one of the application's browser windows: it joins
+// TShellWindows' list when made and leaves it when destroyed.
 //
 // Thread safety: the main thread only, as every control.
 #ifndef XUM_UI_TWEBBROWSER_H
@@ -62,6 +62,7 @@
 
 #include "core/xexport.h"
 #include "framework/tcontrol.h"
+#include "ui/tshell_windows.h"
 #include "ui/xweb_engine.h"
 
 namespace xum {
@@ -77,7 +78,7 @@ using TWebNavigateErrorEvent =
 using TWebNewWindowEvent = std::function<void(TObject* Sender, const UnicodeString& URL,
                                               TWebBrowser*& NewBrowser, bool& Cancel)>;
 
-class XUM_API TWebBrowser : public TWinControl {
+class XUM_API TWebBrowser : public TWinControl, public xbrowser_window {
  public:
   // Gets its engine from the engine factory (SetEngineFactory), else the
   // built-in one loading through the main loop.
@@ -91,8 +92,8 @@ class XUM_API TWebBrowser : public TWinControl {
   void Refresh();
   void Stop();
 
-  const UnicodeString& LocationURL() const noexcept { return FLocationURL; }
-  const UnicodeString& LocationName() const noexcept { return FLocationName; }
+  UnicodeString LocationURL() const override { return FLocationURL; }
+  UnicodeString LocationName() const override { return FLocationName; }
   bool Busy() const noexcept { return FPending.kind != nav_none; }
   bool CanGoBack() const noexcept { return FIndex > 0; }
   bool CanGoForward() const noexcept { return FIndex + 1 < static_cast<int>(FHistory.size()); }

@@ -117,6 +117,14 @@ TEST_F(WebBrowserTest, NavigateLoadsThroughTheMainLoopReportingEachStepInOrder) 
   xmain_loop::instance().open();
   EXPECT_FALSE(web_->Busy());
   EXPECT_EQ(web_->LocationName(), u"Page B");
+
+  // Each browser is one of the application's browser windows while it lives.
+  TShellWindows windows(nullptr);
+  ASSERT_EQ(windows.Count(), 1);
+  EXPECT_EQ(windows.Item(0)->LocationName(), u"Page B");
+  web_.reset();
+  EXPECT_EQ(windows.Count(), 0);
+  web_ = std::make_unique<TWebBrowser>(nullptr);
 }
 
 TEST_F(WebBrowserTest, BackAndForwardWalkTheHistoryAndANewPageDropsTheEntriesAhead) {
