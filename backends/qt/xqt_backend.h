@@ -1,7 +1,7 @@
 // The Qt 6 windowing backend: the framework's forms drawn as real windows.
 //
 // It answers every act of the UI backend interface with Qt: message boxes
-// and file dialogs are Qt's, the clipboard is the system clipboard, the
+// and file and colour dialogs are Qt's, the clipboard is the system clipboard, the
 // screen size and text widths are the display's, and the keyboard state is
 // fed by the key events Qt receives. Each visible form of the model is
 // mirrored into widgets (backends/qt/xqt_mirror.h); ShowModal runs a local
@@ -60,6 +60,7 @@ class XUM_QT_API xqt_backend final : public xui_backend {
   int show_modal(TCustomForm& form, xmodal_loop& loop) override;
   void turn(int timeout_ms) override;
   bool file_dialog(TOpenDialog& dialog) override;
+  bool color_dialog(TColor& color) override;
   UnicodeString clipboard_text() override;
   void set_clipboard_text(const UnicodeString& text) override;
   xscreen_size screen_size() override;
