@@ -1,7 +1,7 @@
 // The UI backend: the one interface behind every interactive act of the
 // library, so that the pieces above it work the same with or without a
-// screen: message boxes, modal forms, file and colour dialogs, the clipboard, the
-// screen size, text measurement and the keyboard state.
+// screen: message boxes, modal forms, file and colour dialogs, the
+// clipboard, the screen size, text measurement and the keyboard state.
 //
 // Backends:
 //   xheadless_backend  the default: writes each box to standard error (or a

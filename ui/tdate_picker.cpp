@@ -151,6 +151,9 @@ void TDatePicker::SetRange(const xdates_interval& Value) {
 }
 
 bool TDatePicker::EnterText(const UnicodeString& Text) {
+  // The shown text itself keeps the date: read back, a short format with a
+  // two-digit year could name another century.
+  if (FDate.is_set() && Text == ToUnicode(FDate.short_format())) return true;
   const xstr typed = FromUnicode(Text).trim();
   if (typed.length() == 0) {
     if (FAllowEmpty) {

@@ -22,9 +22,10 @@
 //   Text        the shown text: the date in the user's short format
 //               (xdate::short_format), empty for no date.
 //   OnChange    runs after Date changed, however it changed.
-// EnterText(text) takes what the user typed: empty (with AllowEmpty) clears
-// the date; a date in the short format (see xparse_short_date) inside Range
-// becomes the date. Anything else is refused: false, the date is kept and the
+// EnterText(text) takes what the user typed: the date's own short-format
+// text keeps the date as it is (a two-digit year read back could name
+// another century); empty (with AllowEmpty) clears the date; a date in the
+// short format (see xparse_short_date) inside Range becomes the date. Anything else is refused: false, the date is kept and the
 // text shows it again.
 //
 // The calendar drop-down (DroppedDown): a page of six weeks from Monday
@@ -88,7 +89,8 @@ class XUM_API TDatePicker : public TWinControl {
   // Shows another month (years 1-2999; the month wraps into the year).
   void ShowMonth(int Year, int Month);
   xdate CalendarCursor() const noexcept { return FCursor; }
-  // Moves the cursor (brought into Range) and shows its month.
+  // Moves the cursor (brought into Range) and shows its month; no date or
+  // a date that is not a calendar date throws xexception 0.
   void SetCalendarCursor(xdate Value);
   // The 42 days of the shown page, Monday first, starting on or before the
   // 1st of the month.

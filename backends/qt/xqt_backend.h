@@ -1,14 +1,14 @@
 // The Qt 6 windowing backend: the framework's forms drawn as real windows.
 //
 // It answers every act of the UI backend interface with Qt: message boxes
-// and file and colour dialogs are Qt's, the clipboard is the system clipboard, the
+// and file dialogs are Qt's, the clipboard is the system clipboard, the
 // screen size and text widths are the display's, and the keyboard state is
 // fed by the key events Qt receives. Each visible form of the model is
 // mirrored into widgets (backends/qt/xqt_mirror.h); ShowModal runs a local
 // Qt event loop until the form's modal result closes it. The application's
 // main loop (TApplication::Run, ProcessMessages) turns Qt's event loop, on
 // which the framework's descriptor watches, posted calls (Synchronize) and
-// timers are delivered.
+// timers are delivered. Colour dialogs are Qt's too (QColorDialog).
 //
 //   #include <xum/backends/qt/xqt_backend.h>
 //   int main() {

@@ -315,6 +315,9 @@ class date_picker_widget final : public QWidget {
     drop_->setFocusPolicy(Qt::NoFocus);
     popup_->setObjectName(QStringLiteral("CalendarPopup"));
     popup_->setFrameShape(QFrame::StyledPanel);
+    // A click outside closes the calendar and is not replayed: on the drop
+    // button it would open it again.
+    popup_->setAttribute(Qt::WA_NoMouseReplay);
     title_->setObjectName(QStringLiteral("MonthTitle"));
     title_->setAlignment(Qt::AlignCenter);
     calendar_->setObjectName(QStringLiteral("Calendar"));
