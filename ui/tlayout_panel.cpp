@@ -59,6 +59,12 @@ void TLayoutPanel::SetCrossAlign(TLayoutCrossAlign Value) {
   Realign();
 }
 
+void TLayoutPanel::SetAutoSize(bool Value) {
+  if (Value == FAutoSize) return;
+  FAutoSize = Value;
+  Realign();
+}
+
 int TLayoutPanel::ContentExtent() const {
   const bool row = FOrientation == loHorizontal;
   int extent = row ? FMargins.Left + FMargins.Right : FMargins.Top + FMargins.Bottom;
@@ -91,6 +97,15 @@ void TLayoutPanel::AlignControls() {
       c->SetBounds(p.start, at, p.size, c->Height());
       at += c->Height() + FSpacing;
     }
+  }
+  // Its own size changes inside the layout run: the resize does not lay the
+  // children out again, and the parent's layout follows.
+  if (FAutoSize) {
+    const int extent = ContentExtent();
+    if (row && Width() != extent)
+      SetBounds(Left(), Top(), extent, Height());
+    else if (!row && Height() != extent)
+      SetBounds(Left(), Top(), Width(), extent);
   }
 }
 

@@ -27,7 +27,11 @@
 //   that do not fit run past the far edge (they are not shrunk). Hidden
 //   children take no room and are left where they are.
 //   ContentExtent() gives the main-axis size the children need, margins
-//   included: what an owner sizes the panel to.
+//   included.
+//   AutoSize     when set, the panel's own main-axis size (its height in a
+//                column, its width in a row) follows ContentExtent(), so a
+//                panel inside another layout shrinks when a child collapses.
+//                Off by default.
 //   The layout runs whenever the framework asks (TWinControl::AlignControls:
 //   the panel resized, a child changed size or visibility, came or went),
 //   and after each property change.
@@ -78,6 +82,8 @@ class XUM_API TLayoutPanel : public TWinControl {
   void SetMargins(const TLayoutMargins& Value);
   TLayoutCrossAlign CrossAlign() const noexcept { return FCrossAlign; }
   void SetCrossAlign(TLayoutCrossAlign Value);
+  bool AutoSize() const noexcept { return FAutoSize; }
+  void SetAutoSize(bool Value);
 
   // The main-axis extent the visible children need, margins included (the
   // two margins alone when no child is visible).
@@ -91,6 +97,7 @@ class XUM_API TLayoutPanel : public TWinControl {
   int FSpacing = 4;
   TLayoutMargins FMargins{4, 4, 4, 4};
   TLayoutCrossAlign FCrossAlign = lcStretch;
+  bool FAutoSize = false;
 };
 
 // Where a horizontal separator writes its caption.

@@ -57,11 +57,15 @@ TEST(TMinimizableGroupBox, ACollapsedBoxInALayoutPanelMovesTheBoxesAfterItUp) {
   EXPECT_EQ(f.tops(), (std::vector<int>{4, 4 + caption + 4, 4 + caption + 4 + 70 + 4}));
   f.boxes[1]->SetMinimized(true);
   EXPECT_EQ(f.tops(), (std::vector<int>{4, 28, 52}));
+  // A column that sizes itself to its boxes shrinks with them.
+  f.column->SetAutoSize(true);
+  EXPECT_EQ(f.column->Height(), 52 + 80 + 4);
   EXPECT_EQ(f.boxes[1]->ExpandedHeight(), 70);
   f.boxes[0]->SetMinimized(false);
   f.boxes[1]->SetMinimized(false);
   EXPECT_EQ(f.tops(), (std::vector<int>{4, 68, 142}));
   EXPECT_EQ(f.boxes[1]->Height(), 70);
+  EXPECT_EQ(f.column->Height(), 142 + 80 + 4);
   // Each change told once, the state and height already new; setting the
   // same state again tells nothing.
   f.boxes[1]->SetMinimized(false);
