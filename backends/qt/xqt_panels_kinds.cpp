@@ -20,13 +20,17 @@
 // user act goes to the model through `act`; the model decides, and the next
 // update shows the result (a drop-down opens or closes when the model's
 // DroppedDown says so).
+#include <algorithm>
+#include <functional>
+#include <vector>
+
 #include <QAction>
 #include <QCalendarWidget>
 #include <QDate>
 #include <QFrame>
-#include <QKeyEvent>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -166,7 +170,6 @@ void update_group_box(TMinimizableGroupBox& box, QGroupBox* widget) {
   const QSignalBlocker quiet(button);
   button->setGeometry(qt_rect(box.ButtonRect()));
   button->setArrowType(box.Minimized() ? Qt::DownArrow : Qt::UpArrow);
-  button->setToolTip(box.Minimized() ? QStringLiteral("Expand") : QStringLiteral("Collapse"));
   button->raise();
   widget->setProperty("xum_minimized", box.Minimized());
 }
