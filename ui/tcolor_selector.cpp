@@ -84,6 +84,8 @@ void TColorSelector::SetDroppedDown(bool Value) {
   if (Value == FDroppedDown) return;
   FDroppedDown = Value;
   if (Value) FHotIndex = ItemIndex() < 0 ? 0 : ItemIndex();
+  const TNotifyEvent& event = Value ? OnDropDown : OnCloseUp;
+  if (event) event(this);
 }
 
 void TColorSelector::SetHotIndex(int Value) {

@@ -25,6 +25,8 @@
 //   DroppedDown   whether the drop-down is open; HotIndex is its highlighted
 //                 item (0 .. Palette size - 1, then Palette size for "Other...").
 //   OnChange      runs after Color changed (not when set to what it was).
+//   OnDropDown, OnCloseUp  run after the drop-down opened or closed (a pick
+//                 closes it before the colour changes).
 // SelectOther() runs xui().color_dialog from Color: a chosen colour becomes
 // Color (true), a cancelled dialog changes nothing (false).
 // Keys while closed: Up/Left and Down/Right step through the palette (from a
@@ -80,6 +82,8 @@ class XUM_API TColorSelector : public TWinControl {
   void Pick(int Index);
 
   TNotifyEvent OnChange;
+  TNotifyEvent OnDropDown;
+  TNotifyEvent OnCloseUp;
 
   void KeyDown(std::uint16_t& Key, TShiftState Shift) override;
   void MouseDown(TMouseButton Button, TShiftState Shift, int X, int Y) override;

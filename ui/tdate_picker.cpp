@@ -176,6 +176,8 @@ void TDatePicker::SetDroppedDown(bool Value) {
   if (Value == FDroppedDown) return;
   FDroppedDown = Value;
   if (Value) SetCalendarCursor(start_date());
+  const TNotifyEvent& event = Value ? OnDropDown : OnCloseUp;
+  if (event) event(this);
 }
 
 void TDatePicker::ShowMonth(int Year, int Month) {
@@ -218,7 +220,7 @@ UnicodeString TDatePicker::DayCaption(int Weekday) {
 
 bool TDatePicker::PickDate(xdate Value) {
   if (!Value.is_set() || !is_calendar_date(Value) || !FRange.test(Value)) return false;
-  FDroppedDown = false;
+  SetDroppedDown(false);
   SetDate(Value);
   return true;
 }
@@ -232,7 +234,7 @@ void TDatePicker::KeyDown(std::uint16_t& Key, TShiftState Shift) {
   if (FDroppedDown) {
     xdate c = FCursor;
     if (key == VK_ESCAPE || key == vk_f4 || (alt && key == VK_UP)) {
-      FDroppedDown = false;
+      SetDroppedDown(false);
       return;
     }
     if (key == VK_RETURN) {

@@ -22,6 +22,8 @@
 //   Text        the shown text: the date in the user's short format
 //               (xdate::short_format), empty for no date.
 //   OnChange    runs after Date changed, however it changed.
+//   OnDropDown, OnCloseUp  run after the calendar opened or closed (a picked
+//               day closes it before OnChange runs).
 // EnterText(text) takes what the user typed: the date's own short-format
 // text keeps the date as it is (a two-digit year read back could name
 // another century); empty (with AllowEmpty) clears the date; a date in the
@@ -104,6 +106,8 @@ class XUM_API TDatePicker : public TWinControl {
   bool PickDate(xdate Value);
 
   TNotifyEvent OnChange;
+  TNotifyEvent OnDropDown;
+  TNotifyEvent OnCloseUp;
 
   void KeyDown(std::uint16_t& Key, TShiftState Shift) override;
 

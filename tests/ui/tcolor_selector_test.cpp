@@ -17,14 +17,16 @@ constexpr TColor navy = 0x800000, maroon = 0x000080, white = 0xFFFFFF, black = 0
 struct selector_fixture {
   TForm* form = new TForm(nullptr);
   TColorSelector* ink = new TColorSelector(form);
-  int changes = 0;
+  std::string log;  // x: OnChange, v: OnDropDown, ^: OnCloseUp
   xscripted_backend ui;
   xui_backend_scope use{ui};
 
   selector_fixture() {
     ink->SetParent(form);
     form->SetActiveControl(ink);
-    ink->OnChange = [this](TObject*) { ++changes; };
+    ink->OnChange = [this](TObject*) { log += 'x'; };
+    ink->OnDropDown = [this](TObject*) { log += 'v'; };
+    ink->OnCloseUp = [this](TObject*) { log += '^'; };
   }
   ~selector_fixture() { delete form; }
   std::uint16_t key(std::uint16_t k, TShiftState shift = 0) { return form->DispatchKeyDown(k, shift); }
@@ -39,34 +41,34 @@ TEST(TColorSelector, KeysStepThePaletteAndDriveTheDropDown) {
     TColor color;
     bool open_after;
     int hot_after;  // checked while open
-    int changes;
+    const char* log;
   };
   const std::size_t other = TColorSelector::StandardPalette().size();
   const row rows[] = {
-      {"right from black", black, false, {{VK_RIGHT, 0}}, maroon, false, 0, 1},
-      {"up at the first stays", black, false, {{VK_UP, 0}}, black, false, 0, 0},
-      {"end then down stays", black, false, {{VK_END, 0}, {VK_DOWN, 0}}, white, false, 0, 1},
-      {"custom: down goes to the first", 0x123456, false, {{VK_DOWN, 0}}, black, false, 0, 1},
-      {"custom: up goes to the last", 0x123456, false, {{VK_UP, 0}}, white, false, 0, 1},
-      {"alt+down opens on the current", navy, false, {{VK_DOWN, ssAlt}}, navy, true, 4, 0},
-      {"F4 opens a custom on the first", 0x123456, false, {{0x73, 0}}, 0x123456, true, 0, 0},
-      {"open: down, enter picks", navy, true, {{VK_DOWN, 0}, {VK_RETURN, 0}}, 0x800080, false, 0, 1},
-      {"open: up at the top stays", black, true, {{VK_UP, 0}, {VK_SPACE, 0}}, black, false, 0, 0},
-      {"open: escape keeps", navy, true, {{VK_DOWN, 0}, {VK_ESCAPE, 0}}, navy, false, 0, 0},
+      {"right from black", black, false, {{VK_RIGHT, 0}}, maroon, false, 0, "x"},
+      {"up at the first stays", black, false, {{VK_UP, 0}}, black, false, 0, ""},
+      {"end then down stays", black, false, {{VK_END, 0}, {VK_DOWN, 0}}, white, false, 0, "x"},
+      {"custom: down goes to the first", 0x123456, false, {{VK_DOWN, 0}}, black, false, 0, "x"},
+      {"custom: up goes to the last", 0x123456, false, {{VK_UP, 0}}, white, false, 0, "x"},
+      {"alt+down opens on the current", navy, false, {{VK_DOWN, ssAlt}}, navy, true, 4, "v"},
+      {"F4 opens a custom on the first", 0x123456, false, {{0x73, 0}}, 0x123456, true, 0, "v"},
+      {"open: down, enter picks", navy, true, {{VK_DOWN, 0}, {VK_RETURN, 0}}, 0x800080, false, 0, "^x"},
+      {"open: up at the top stays", black, true, {{VK_UP, 0}, {VK_SPACE, 0}}, black, false, 0, "^"},
+      {"open: escape keeps", navy, true, {{VK_DOWN, 0}, {VK_ESCAPE, 0}}, navy, false, 0, "^"},
   };
   for (const row& r : rows) {
     SCOPED_TRACE(r.name);
     selector_fixture f;
     f.ink->SetColor(r.start);
     f.ink->SetDroppedDown(r.open);
-    f.changes = 0;
+    f.log.clear();
     for (const auto& [k, shift] : r.keys) EXPECT_EQ(f.key(k, shift), 0) << "key " << k;
     EXPECT_EQ(f.ink->Color(), r.color);
     EXPECT_EQ(f.ink->DroppedDown(), r.open_after);
     if (r.open_after) {
       EXPECT_EQ(f.ink->HotIndex(), r.hot_after);
     }
-    EXPECT_EQ(f.changes, r.changes);
+    EXPECT_EQ(f.log, r.log);
   }
   // Down stops at "Other..." while open; a key the selector has no use for
   // goes on.
@@ -80,7 +82,7 @@ TEST(TColorSelector, KeysStepThePaletteAndDriveTheDropDown) {
 TEST(TColorSelector, OtherRunsTheColourDialogFromTheCurrentColour) {
   selector_fixture f;
   f.ink->SetColor(teal);
-  f.changes = 0;
+  f.log.clear();
   f.ui.queue_color(0x7F123456);   // the dialog's answer loses any high byte
   f.ui.queue_color_cancel();
   const int other = f.ink->ItemCount() - 1;
@@ -93,7 +95,7 @@ TEST(TColorSelector, OtherRunsTheColourDialogFromTheCurrentColour) {
   EXPECT_FALSE(f.ink->SelectOther()) << "cancelled";
   EXPECT_FALSE(f.ink->SelectOther()) << "nothing queued: cancelled";
   EXPECT_EQ(f.ink->Color(), 0x123456);
-  EXPECT_EQ(f.changes, 1);
+  EXPECT_EQ(f.log, "v^x") << "closed before the colour changed";
   EXPECT_EQ(f.ui.color_dialogs(), (std::vector<TColor>{teal, 0x123456, 0x123456}));
 
   // Headless: cancelled unless the program's rule chooses.

@@ -226,13 +226,16 @@ TEST_F(TDatePickerTest, KeysStepTheDateAndMoveTheCalendarCursorInsideTheRange) {
   picker->SetChecked(false);
   key(VK_UP);
   EXPECT_EQ(text_of(picker->Date()), "2024-6-15");
-  // A click outside the range is refused and leaves the drop-down open.
+  // A click outside the range is refused and leaves the drop-down open; a
+  // pick closes it before the date changes.
   picker->SetRange({xdate(2024, 6, 1), xdate(2024, 6, 30)});
   picker->SetDroppedDown(true);
   EXPECT_FALSE(picker->PickDate(xdate(2024, 7, 1)));
   EXPECT_TRUE(picker->DroppedDown());
+  changes.clear();
+  picker->OnCloseUp = [this](TObject*) { changes.push_back("closed"); };
   EXPECT_TRUE(picker->PickDate(xdate(2024, 6, 30)));
-  EXPECT_FALSE(picker->DroppedDown());
+  EXPECT_EQ(changes, (std::vector<std::string>{"closed", "2024-6-30"}));
 }
 
 }  // namespace
