@@ -107,8 +107,13 @@ class separator_widget final : public QWidget {
     caption_ = qstr(s.Caption());
     const TSeparator::TGeometry g =
         s.Geometry(caption_.isEmpty() ? 0 : metrics.horizontalAdvance(caption_), metrics.height());
-    lines_.clear();
-    for (const TLayoutRect& r : g.Lines) lines_.push_back(qt_rect(r));
+    std::vector<QRect> lines;
+    for (const TLayoutRect& r : g.Lines) lines.push_back(qt_rect(r));
+    // Repainting at every sync would wake the loop that syncs: only a
+    // change is drawn.
+    if (lines == lines_ && qt_rect(g.CaptionRect) == caption_rect_ && accessibleName() == caption_)
+      return;
+    lines_ = std::move(lines);
     caption_rect_ = qt_rect(g.CaptionRect);
     setAccessibleName(caption_);
     update();
@@ -170,7 +175,7 @@ void update_group_box(TMinimizableGroupBox& box, QGroupBox* widget) {
   const QSignalBlocker quiet(button);
   button->setGeometry(qt_rect(box.ButtonRect()));
   button->setArrowType(box.Minimized() ? Qt::DownArrow : Qt::UpArrow);
-  button->raise();
+  if (widget->children().constLast() != button) button->raise();  // over children added later
   widget->setProperty("xum_minimized", box.Minimized());
 }
 
@@ -199,9 +204,14 @@ class color_selector_widget final : public QWidget {
 
   void show_model(const TColorSelector& s) {
     updating_ = true;
-    caption_ = qstr(s.Caption());
+    const QString caption = qstr(s.Caption()), name = qstr(s.ColorText());
+    // Only a change is repainted (a repaint wakes the loop that syncs).
+    const bool changed = caption != caption_ || name != name_ || s.Color() != color_ ||
+                         s.DroppedDown() != open_;
+    caption_ = caption;
     color_ = s.Color();
-    name_ = qstr(s.ColorText());
+    name_ = name;
+    open_ = s.DroppedDown();
     setAccessibleName(caption_ + u' ' + name_);
     // The menu follows the palette.
     QString print = qstr(s.OtherCaption());
@@ -230,7 +240,7 @@ class color_selector_widget final : public QWidget {
       menu_->hide();
     }
     updating_ = false;
-    update();
+    if (changed) update();
   }
 
  protected:
@@ -247,7 +257,7 @@ class color_selector_widget final : public QWidget {
     box.rect = QRect(left, 0, width() - left, height());
     box.editable = false;
     box.frame = true;
-    if (menu_->isVisible()) box.state |= QStyle::State_On;
+    if (open_) box.state |= QStyle::State_On;
     style()->drawComplexControl(QStyle::CC_ComboBox, &box, &p, this);
     const QRect field = style()->subControlRect(QStyle::CC_ComboBox, &box,
                                                 QStyle::SC_ComboBoxEditField, this);
@@ -291,6 +301,7 @@ class color_selector_widget final : public QWidget {
   QString caption_;
   QString name_;
   TColor color_ = 0;
+  bool open_ = false;
   bool updating_ = false;
 };
 
@@ -409,11 +420,17 @@ class date_picker_widget final : public QWidget {
     for (int i = 0; i < 7; ++i) day_labels_[static_cast<std::size_t>(i)]->setText(qstr(TDatePicker::DayCaption(i)));
     const xdates_interval& range = d.Range();
     {
+      // Each call only on a change: a repaint at every sync would wake the
+      // loop that syncs.
       const QSignalBlocker quiet(calendar_);
-      calendar_->setDateRange(range.from.is_set() ? qt_date(range.from) : QDate(1, 1, 1),
-                              range.to.is_set() ? qt_date(range.to) : QDate(2999, 12, 31));
-      calendar_->setSelectedDate(qt_date(d.CalendarCursor()));
-      calendar_->setCurrentPage(d.CalendarYear(), d.CalendarMonth());
+      const QDate first = range.from.is_set() ? qt_date(range.from) : QDate(1, 1, 1);
+      const QDate last = range.to.is_set() ? qt_date(range.to) : QDate(2999, 12, 31);
+      if (calendar_->minimumDate() != first || calendar_->maximumDate() != last)
+        calendar_->setDateRange(first, last);
+      if (calendar_->selectedDate() != qt_date(d.CalendarCursor()))
+        calendar_->setSelectedDate(qt_date(d.CalendarCursor()));
+      if (calendar_->yearShown() != d.CalendarYear() || calendar_->monthShown() != d.CalendarMonth())
+        calendar_->setCurrentPage(d.CalendarYear(), d.CalendarMonth());
     }
     if (d.DroppedDown() && !popup_->isVisible()) {
       popup_->adjustSize();

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QCalendarWidget>
 #include <QColorDialog>
+#include <QEventLoop>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -375,6 +376,38 @@ TEST_F(QtPanels, TheDatePickerTakesTypedDatesAndPicksFromItsCalendar) {
   sync();
   EXPECT_EQ(start->Date(), xdate(2024, 3, 10));
   EXPECT_EQ(start_edit->text(), QString::fromUtf8(xdate(2024, 3, 10).short_format().get_text()));
+}
+
+// Counts the paint events of a widget and its children.
+class paint_count final : public QObject {
+ public:
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (event->type() == QEvent::Paint) ++paints;
+    return false;
+  }
+  int paints = 0;
+};
+
+TEST_F(QtPanels, AnIdleWindowIsNotRepaintedOverAndOver) {
+  auto* column = make<TLayoutPanel>(form, form, u"Column", 240, 200);
+  make<TSeparator>(form, column, u"Rule", 0, 17, u"Rule");
+  make<TMinimizableGroupBox>(form, column, u"Box", 0, 60, u"Box");
+  make<TColorSelector>(form, column, u"Ink", 0, 24, u"Ink:");
+  make<TDatePicker>(form, column, u"Due", 0, 24)->SetDate(xdate(2024, 2, 14));
+  QWidget* window = show(240, 200, u"Idle");
+  ASSERT_NE(window, nullptr);
+  // The loop waits as an application's does (the backend syncs whenever
+  // it is about to wait); QTest::qWait never waits so.
+  const auto rest = [](int ms) {
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+  };
+  rest(100);  // the first paints settle
+  paint_count counter;
+  for (QWidget* w : window->findChildren<QWidget*>()) w->installEventFilter(&counter);
+  rest(300);
+  EXPECT_LT(counter.paints, 5) << "every sync repaints: the event loop never rests";
 }
 
 }  // namespace
