@@ -98,6 +98,16 @@ int xheadless_backend::show_modal(TCustomForm& form, xmodal_loop& loop) {
 
 bool xheadless_backend::file_dialog(TOpenDialog& dialog) { return file_rule_ ? file_rule_(dialog) : false; }
 
+void xheadless_backend::set_color_rule(color_rule_fn rule) { color_rule_ = std::move(rule); }
+
+bool xheadless_backend::color_dialog(TColor& color) {
+  if (!color_rule_) return false;
+  TColor chosen = color;  // a rule that cancels leaves the caller's colour alone
+  if (!color_rule_(chosen)) return false;
+  color = chosen & 0xFFFFFF;
+  return true;
+}
+
 // --- scripted --------------------------------------------------------------
 
 xscripted_backend::xscripted_backend() = default;
@@ -112,6 +122,8 @@ void xscripted_backend::clear() {
   forms_.clear();
   files_.clear();
   dialogs_.clear();
+  colors_.clear();
+  color_dialogs_.clear();
 }
 
 void xscripted_backend::queue_press(std::vector<UnicodeString> names) {
@@ -156,6 +168,19 @@ bool xscripted_backend::file_dialog(TOpenDialog& dialog) {
   dialog.Files().Clear();
   for (const UnicodeString& f : chosen) dialog.Files().Add(f);
   dialog.SetFileName(chosen.front());
+  return true;
+}
+
+void xscripted_backend::queue_color(TColor color) { colors_.emplace_back(color); }
+void xscripted_backend::queue_color_cancel() { colors_.emplace_back(std::nullopt); }
+
+bool xscripted_backend::color_dialog(TColor& color) {
+  color_dialogs_.push_back(color);
+  if (colors_.empty()) return false;
+  const std::optional<TColor> chosen = colors_.front();
+  colors_.pop_front();
+  if (!chosen) return false;
+  color = *chosen & 0xFFFFFF;
   return true;
 }
 

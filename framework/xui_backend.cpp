@@ -25,6 +25,7 @@ int xui_backend::show_modal(TCustomForm&, xmodal_loop& loop) {
 
 void xui_backend::turn(int timeout_ms) { xmain_loop::instance().run_once(timeout_ms); }
 bool xui_backend::file_dialog(TOpenDialog&) { return false; }
+bool xui_backend::color_dialog(TColor&) { return false; }
 UnicodeString xui_backend::clipboard_text() { return clipboard_; }
 void xui_backend::set_clipboard_text(const UnicodeString& text) { clipboard_ = text; }
 xscreen_size xui_backend::screen_size() { return screen_; }

@@ -1,7 +1,7 @@
 // The UI backend: the one interface behind every interactive act of the
 // library, so that the pieces above it work the same with or without a
-// screen: message boxes, modal forms, file dialogs, the clipboard, the
-// screen size, text measurement and the keyboard state.
+// screen: message boxes, modal forms, file and colour dialogs, the
+// clipboard, the screen size, text measurement and the keyboard state.
 //
 // Backends:
 //   xheadless_backend  the default: writes each box to standard error (or a
@@ -9,7 +9,8 @@
 //                      rule the program sets, by default the box's default
 //                      button;
 //   xscripted_backend  for tests: answers from queues (boxes, forms, file
-//                      dialogs) and records what was shown.
+//                      dialogs, colour dialogs) and records what was
+//                      shown.
 //
 // A modal form runs its modal loop in the backend (framework/xmodal_loop.h):
 // the headless and scripted backends run the main loop's waiting work
@@ -35,6 +36,7 @@
 #include <deque>
 #include <functional>
 #include <iosfwd>
+#include <optional>
 #include <vector>
 
 #include <array>
@@ -51,6 +53,9 @@ class TCustomForm;
 class TOpenDialog;
 class xmodal_loop;
 class TFont;
+
+// A colour as 0x00BBGGRR (the same type as framework/tgraphics.h's).
+using TColor = std::int32_t;
 
 struct xscreen_size {
   int width;
@@ -85,6 +90,10 @@ class XUM_API xui_backend {
   // the user chooses, fills the dialog's FileName and Files and returns
   // true. The base cancels.
   virtual bool file_dialog(TOpenDialog& dialog);
+  // Shows a colour dialog that starts at `color` (0x00BBGGRR) and, when the
+  // user chooses, puts the choice into `color` (high byte 0) and returns
+  // true; a cancelled dialog leaves `color` alone. The base cancels.
+  virtual bool color_dialog(TColor& color);
 
   // The clipboard's text; the base keeps it in the process.
   virtual UnicodeString clipboard_text();
@@ -144,6 +153,7 @@ class XUM_API xheadless_backend final : public xui_backend {
 
   using form_rule_fn = std::function<int(TCustomForm& form)>;
   using file_rule_fn = std::function<bool(TOpenDialog& dialog)>;
+  using color_rule_fn = std::function<bool(TColor& color)>;
 
   // How boxes are answered; an empty rule answers with the default button.
   // An answer the box does not offer is replaced by the default button.
@@ -157,17 +167,22 @@ class XUM_API xheadless_backend final : public xui_backend {
   void set_form_rule(form_rule_fn rule);
   // How file dialogs are answered; an empty rule cancels.
   void set_file_rule(file_rule_fn rule);
+  // How colour dialogs are answered (the rule may change the colour and
+  // returns whether it was chosen); an empty rule cancels.
+  void set_color_rule(color_rule_fn rule);
   // Where boxes are written; null writes nothing. Default: std::cerr.
   void set_output(std::ostream* out);
 
   int message_box(const xstr& text, const xstr& caption, unsigned flags) override;
   int show_modal(TCustomForm& form, xmodal_loop& loop) override;
   bool file_dialog(TOpenDialog& dialog) override;
+  bool color_dialog(TColor& color) override;
 
  private:
   rule_fn rule_;
   form_rule_fn form_rule_;
   file_rule_fn file_rule_;
+  color_rule_fn color_rule_;
   std::ostream* out_;
 };
 
@@ -217,11 +232,19 @@ class XUM_API xscripted_backend final : public xui_backend {
   // Titles of the file dialogs shown so far.
   const std::vector<UnicodeString>& dialogs() const { return dialogs_; }
 
+  // The next colour dialog chooses `color` (queue_color_cancel: it is
+  // cancelled); with nothing queued a colour dialog is cancelled.
+  void queue_color(TColor color);
+  void queue_color_cancel();
+  // The colours the colour dialogs shown so far started at.
+  const std::vector<TColor>& color_dialogs() const { return color_dialogs_; }
+
   void clear();
 
   int message_box(const xstr& text, const xstr& caption, unsigned flags) override;
   int show_modal(TCustomForm& form, xmodal_loop& loop) override;
   bool file_dialog(TOpenDialog& dialog) override;
+  bool color_dialog(TColor& color) override;
 
  private:
   std::deque<int> answers_;
@@ -230,6 +253,8 @@ class XUM_API xscripted_backend final : public xui_backend {
   std::vector<UnicodeString> forms_;
   std::deque<std::vector<UnicodeString>> files_;
   std::vector<UnicodeString> dialogs_;
+  std::deque<std::optional<TColor>> colors_;
+  std::vector<TColor> color_dialogs_;
 };
 
 // Makes a backend current for the lifetime of the scope.

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QColorDialog>
 #include <QEventLoop>
 #include <QFileDialog>
 #include <QFont>
@@ -363,6 +364,16 @@ bool xqt_backend::file_dialog(TOpenDialog& dialog) {
   return chosen;
 }
 
+bool xqt_backend::color_dialog(TColor& color) {
+  const QColor start(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF);
+  const QColor chosen = QColorDialog::getColor(start, nullptr, QString(),
+                                               QColorDialog::DontUseNativeDialog);
+  sync();
+  if (!chosen.isValid()) return false;
+  color = chosen.red() | chosen.green() << 8 | chosen.blue() << 16;
+  return true;
+}
+
 UnicodeString xqt_backend::clipboard_text() { return ustr(QGuiApplication::clipboard()->text()); }
 
 void xqt_backend::set_clipboard_text(const UnicodeString& text) {
@@ -409,6 +420,7 @@ class from_environment final : public xui_backend {
   }
   void turn(int timeout_ms) override { real().turn(timeout_ms); }
   bool file_dialog(TOpenDialog& d) override { return real().file_dialog(d); }
+  bool color_dialog(TColor& c) override { return real().color_dialog(c); }
   UnicodeString clipboard_text() override { return real().clipboard_text(); }
   void set_clipboard_text(const UnicodeString& t) override { real().set_clipboard_text(t); }
   xscreen_size screen_size() override { return real().screen_size(); }

@@ -8,7 +8,7 @@
 // Qt event loop until the form's modal result closes it. The application's
 // main loop (TApplication::Run, ProcessMessages) turns Qt's event loop, on
 // which the framework's descriptor watches, posted calls (Synchronize) and
-// timers are delivered.
+// timers are delivered. Colour dialogs are Qt's too (QColorDialog).
 //
 //   #include <xum/backends/qt/xqt_backend.h>
 //   int main() {
@@ -60,6 +60,7 @@ class XUM_QT_API xqt_backend final : public xui_backend {
   int show_modal(TCustomForm& form, xmodal_loop& loop) override;
   void turn(int timeout_ms) override;
   bool file_dialog(TOpenDialog& dialog) override;
+  bool color_dialog(TColor& color) override;
   UnicodeString clipboard_text() override;
   void set_clipboard_text(const UnicodeString& text) override;
   xscreen_size screen_size() override;
