@@ -186,6 +186,7 @@ bool TValueScroller::MouseWheel(TShiftState Shift, int WheelDelta, TPoint MouseP
     if (Parent() == nullptr) return false;
     return Parent()->MouseWheel(Shift, WheelDelta, TPoint{MousePos.X + Left(), MousePos.Y + Top()});
   }
+  if (WheelDelta == 0) return true;  // a sideways turn: nothing to add
   // A turn the other way starts a new notch.
   if (FWheelRest != 0 && (WheelDelta > 0) != (FWheelRest > 0)) FWheelRest = 0;
   FWheelRest += WheelDelta;

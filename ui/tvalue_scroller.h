@@ -44,7 +44,8 @@
 //   (set to 0) even at a bound, so they never move the focus. OnKeyDown
 //   sees each key first and may consume it.
 //   The wheel: one Increment per notch (120 units; finer wheels add up
-//   until a notch is complete), up increases; with Ctrl, PageIncrement.
+//   until a notch is complete, a turn the other way starts afresh, a turn
+//   of 0 changes nothing), up increases; with Ctrl, PageIncrement.
 //   The wheel is used (not passed to the parent) unless OnMouseWheel
 //   handles it first.
 //   The left button on the arrow buttons (the rightmost ButtonWidth
