@@ -111,6 +111,11 @@ class QtControls : public ::testing::Test {
   }
   QWidget* widget(TControl* c) { return ui_.widget_of(*c); }
   QString shown(TControl* c) { return widget(c)->accessibleName(); }
+  // The pointer is moved through the X server: its enter and leave events
+  // come when they come.
+  static void wait_until(const std::function<bool()>& done) {
+    for (int i = 0; i < 50 && !done(); ++i) QTest::qWait(20);
+  }
   // Lets Qt deliver what is queued and brings the widgets in line.
   void settle() {
     QApplication::processEvents();
@@ -171,7 +176,7 @@ TEST_F(QtControls, TheSpeedButtonRisesUnderThePointerAndShowsEachState) {
   const QColor face(rgb(clBtnFace));
   EXPECT_EQ(flat.pixelColor(0, 0), face) << "no edge while flat";
   QTest::mouseMove(widget(g_.hot), QPoint(14, 14));  // the pointer enters
-  for (int i = 0; i < 50 && !g_.hot->MouseInControl(); ++i) QTest::qWait(20);
+  wait_until([this] { return g_.hot->MouseInControl(); });
   settle();
   ASSERT_TRUE(g_.hot->MouseInControl());
   const QImage hot = photograph(widget(g_.hot), "speed_button_hot");
@@ -188,6 +193,7 @@ TEST_F(QtControls, TheSpeedButtonRisesUnderThePointerAndShowsEachState) {
   EXPECT_EQ(count(off, green), 0) << "the disabled look is grey";
 
   QTest::mouseMove(widget(g_.flat), QPoint(14, 14));  // from Hot to Flat
+  wait_until([this] { return !g_.hot->MouseInControl(); });
   QTest::mouseClick(widget(g_.flat), Qt::LeftButton, {}, QPoint(14, 14));
   EXPECT_FALSE(g_.hot->MouseInControl());
   EXPECT_TRUE(g_.flat->Down());
