@@ -26,8 +26,9 @@
 //   MissingColor the colour of a NaN value and of every value while there
 //                are no stops (clNone at first: nothing to paint).
 //   TickCount    labels spread evenly from Min to Max, both ends included
-//                (5 at first; 1 labels Min only, 0 none) - used while
-//                TickStep is 0.
+//                (5 at first; 1 labels Min only, 0 none; outside 0..1000
+//                xexception 0) - used while TickStep is 0. An empty range
+//                (Min == Max) has one label.
 //   TickStep     > 0: labels at Min, Min + step, ... up to Max (at most 1000
 //                labels); 0 (the start): TickCount decides. Negative or not
 //                finite: xexception 0.
@@ -40,8 +41,10 @@
 // green and blue interpolated linearly and rounded to the nearest integer.
 // A single stop colours every value. ±infinity is clamped like any value.
 //
-// Tick labels: the fewest decimals (up to 6) that show every tick's value
-// exactly to 1e-9 of the range, "-0" written as "0", decimal point '.'.
+// Tick labels: the fewest decimals (up to 6) that write every tick's value
+// exactly (to 1e-9 of the largest of |Min|, |Max| and the span); when none
+// does (thirds), the fewest that put each label within 1/200 of the
+// spacing of the ticks. "-0" is written "0"; the decimal point is '.'.
 //
 // Thread safety: the main thread only, as every control; ColorAt is a
 // const function and may be called from any thread while nothing changes
