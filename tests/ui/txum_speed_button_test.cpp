@@ -6,6 +6,10 @@
 
 #include "core/xexception.h"
 #include "framework/tforms.h"
+#include "localization/xlocalizer.h"
+#include "tests/localization/xloc_fixture.h"
+#include "ui/tcolor_scale.h"
+#include "ui/tvalue_scroller.h"
 
 namespace xum {
 namespace {
@@ -120,6 +124,34 @@ TEST(SpeedButtonLooks, AreMadeFromOneGlyphOnTheButtonFace) {
   palette.SetPixelFormat(pf8bit);
   palette.SetSize(4, 4);
   EXPECT_THROW(button.SetGlyph(palette), xexception);
+}
+
+// The library's scroller, speed button and colour scale have no row of
+// their own in the component localizer: only their hint and help keyword
+// are texts to translate, never a speed button's caption.
+class ControlsLocalized : public test::loc_test {};
+
+TEST_F(ControlsLocalized, OnlyTheirHintsAndHelpKeywordsAreRecorded) {
+  TForm form(nullptr);
+  form.SetName(u"Main");
+  TControl* controls[] = {new TValueScroller(&form), new TxumSpeedButton(&form), new TColorScale(&form)};
+  const char16_t* names[] = {u"Zoom", u"Bold", u"Legend"};
+  for (int i = 0; i < 3; ++i) {
+    controls[i]->SetName(names[i]);
+    controls[i]->SetCaption(u"Caption text");
+    controls[i]->SetHint(u"Hint text");
+    controls[i]->SetHelpKeyword(u"help-key");
+  }
+  xlocalizer loc;
+  loc.open("app", "DEU");
+  loc.component(&form, nullptr);
+  loc.end_writing();
+  for (const std::string name : {"Zoom", "Bold", "Legend"}) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(stored("Main/" + name + "/@Hint/o"), "Hint text");
+    EXPECT_EQ(stored("Main/" + name + "/@HelpKeyword/o"), "help-key");
+    EXPECT_EQ(stored("Main/" + name + "/@Caption/o"), "(none)");
+  }
 }
 
 }  // namespace
