@@ -139,6 +139,11 @@ void TValueScroller::KeyDown(std::uint16_t& Key, TShiftState Shift) {
     case VK_END:
       change_to(FMax);
       break;
+    case VK_ESCAPE:
+      if (!FDragging) return;  // not ours: the form's cancel button may want it
+      FDragging = false;
+      change_to(FDragValue);
+      break;
     default:
       return;
   }

@@ -52,8 +52,9 @@
 //   pixels; upper half +Increment, lower half -Increment) steps once; on
 //   the rest of the control it starts a drag: moving the pointer
 //   horizontally by the control's width changes the value by Max - Min,
-//   in whole Increments from the value at the press. A scroller without
-//   width does not drag. The press also makes the scroller the form's
+//   in whole Increments from the value at the press; Escape during the
+//   drag ends it and puts the value back. A scroller without width does
+//   not drag. The press also makes the scroller the form's
 //   active control.
 //
 // Events

@@ -144,6 +144,13 @@ TEST_F(scroller_form, DraggingAcrossTheWidthCoversTheRangeInWholeStepsAndArrowsS
   s->MouseUp(mbLeft, 0, -400, 12);
   s->MouseMove(0, 200, 12);
   EXPECT_EQ(changes, 3) << "the drag ended";
+  EXPECT_EQ(form.DispatchKeyDown(VK_ESCAPE, 0), VK_ESCAPE) << "no drag to cancel";
+  s->MouseDown(mbLeft, ssLeft, 40, 12);
+  s->MouseMove(ssLeft, 120, 12);
+  EXPECT_EQ(form.DispatchKeyDown(VK_ESCAPE, 0), 0);
+  s->MouseMove(ssLeft, 160, 12);
+  EXPECT_EQ(s->Value(), 0) << "cancelled: back to the value at the press";
+  EXPECT_EQ(changes, 5);
   s->MouseDown(mbLeft, ssLeft, 195, 3);  // upper arrow
   EXPECT_EQ(s->Value(), 5);
   s->MouseDown(mbLeft, ssLeft, 190, 20);  // lower arrow
