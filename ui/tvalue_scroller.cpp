@@ -194,9 +194,9 @@ bool TValueScroller::MouseWheel(TShiftState Shift, int WheelDelta, TPoint MouseP
   if (WheelDelta == 0) return true;  // a sideways turn: nothing to add
   // A turn the other way starts a new notch.
   if (FWheelRest != 0 && (WheelDelta > 0) != (FWheelRest > 0)) FWheelRest = 0;
-  FWheelRest += WheelDelta;
-  const int notches = FWheelRest / wheel_notch;
-  FWheelRest -= notches * wheel_notch;
+  const long long turned = static_cast<long long>(FWheelRest) + WheelDelta;  // never overflows
+  const int notches = static_cast<int>(turned / wheel_notch);
+  FWheelRest = static_cast<int>(turned - static_cast<long long>(notches) * wheel_notch);
   if (notches != 0) step(notches, (Shift & ssCtrl) != 0);
   return true;
 }
