@@ -107,7 +107,7 @@ TEST_F(scroller_form, RealValuesAreRoundedToTheirDecimalsAndEveryStepMoves) {
   EXPECT_EQ(s->Value(), 2);
 }
 
-TEST(ValueScrollerWheel, StepsPerNotchAddingUpFineTurnsAndPagesWithCtrl) {
+TEST(ValueScrollerWheel, StepsPerNotchAddingUpFineTurnsEvenAcrossASidewaysTurnAndPagesWithCtrl) {
   struct row {
     int deltas[3];
     TShiftState shift;
