@@ -74,6 +74,14 @@ void TApplication::ProcessMessages() { turn(0); }
 
 void TApplication::HandleMessage() { turn(-1); }
 
+void xhandle_exception(TObject* Sender) noexcept {
+  try {
+    Application()->HandleException(Sender);
+  } catch (...) {
+    // A handler that fails itself has nowhere left to report to.
+  }
+}
+
 void TApplication::HandleException(TObject* Sender) {
   const std::exception_ptr e = std::current_exception();
   if (!e) return;

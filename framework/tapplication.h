@@ -108,6 +108,11 @@ class XUM_API TScreen {
 
 XUM_API TScreen& Screen();
 
+// Application()->HandleException(Sender) for callers that must let nothing
+// escape (socket machinery, posted calls): a handler that fails itself has
+// nowhere left to report to and is dropped. Call from a catch block.
+XUM_API void xhandle_exception(TObject* Sender) noexcept;
+
 // Text on the clipboard, through the UI backend.
 class XUM_API TClipboard {
  public:

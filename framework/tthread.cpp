@@ -22,11 +22,7 @@ void run_posted_calls(TObject* sender) noexcept {
   try {
     xmain_loop::instance().run_posted();
   } catch (...) {
-    try {
-      Application()->HandleException(sender);
-    } catch (...) {
-      // A handler that fails itself has nowhere left to report to.
-    }
+    xhandle_exception(sender);
   }
 }
 

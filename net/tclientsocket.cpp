@@ -10,18 +10,6 @@
 
 namespace xum {
 
-namespace {
-
-void report(TObject* sender) noexcept {
-  try {
-    Application()->HandleException(sender);
-  } catch (...) {
-    // A handler that fails itself has nowhere left to report to.
-  }
-}
-
-}  // namespace
-
 TClientSocket::TClientSocket(TComponent* AOwner) : TComponent(AOwner) { xmain_loop::instance(); }
 
 TClientSocket::~TClientSocket() { Close(); }
@@ -64,7 +52,7 @@ void TClientSocket::connect_ready() {
   try {
     if (OnConnect) OnConnect(this, s);
   } catch (...) {
-    report(this);
+    xhandle_exception(this);
   }
 }
 
@@ -79,7 +67,7 @@ void TClientSocket::read_ready(unsigned) {
   try {
     if (OnRead) OnRead(this, s);
   } catch (...) {
-    report(this);
+    xhandle_exception(this);
   }
 }
 
@@ -95,7 +83,7 @@ void TClientSocket::lost(const UnicodeString& error) {
       OnDisconnect(this, gone.get());
     }
   } catch (...) {
-    report(this);
+    xhandle_exception(this);
   }
 }
 

@@ -11,20 +11,6 @@
 
 namespace xum {
 
-namespace {
-
-// Hands an exception of an event handler to the application, as the main
-// loop would: nothing escapes into the socket machinery.
-void report(TObject* sender) noexcept {
-  try {
-    Application()->HandleException(sender);
-  } catch (...) {
-    // A handler that fails itself has nowhere left to report to.
-  }
-}
-
-}  // namespace
-
 TServerSocket::TServerSocket(TComponent* AOwner) : TComponent(AOwner) {
   // The main loop belongs to the thread that makes it: make sure that is
   // this one, not the accepting thread.
@@ -132,7 +118,7 @@ void TServerSocket::accept_ready() {
     try {
       if (OnAccept) OnAccept(this, s);
     } catch (...) {
-      report(this);
+      xhandle_exception(this);
     }
   }
 }
@@ -143,7 +129,7 @@ void TServerSocket::finish(connection& c) noexcept {
       try {
         OnThreadEnd(this, c.thread);
       } catch (...) {
-        report(this);
+        xhandle_exception(this);
       }
     }
     delete c.thread;  // waits until the thread has ended

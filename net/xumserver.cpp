@@ -16,14 +16,6 @@ constexpr int token_wait_ms = 1000;
 // A token whose second connection has not come by then is withdrawn.
 constexpr std::chrono::seconds token_lifetime(10);
 
-void report(TObject* sender) noexcept {
-  try {
-    Application()->HandleException(sender);
-  } catch (...) {
-    // A handler that fails itself has nowhere left to report to.
-  }
-}
-
 }  // namespace
 
 TxumServer::TxumServer(TComponent* AOwner)
@@ -171,7 +163,7 @@ void TxumServer::link(TCustomWinSocket* socket, std::uint32_t token) {
   try {
     protocol->Initialized();
   } catch (...) {
-    report(this);
+    xhandle_exception(this);
   }
 }
 

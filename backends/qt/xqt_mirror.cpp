@@ -150,6 +150,17 @@ QTreeWidgetItem* find_tree_item(QTreeWidgetItem* item, const TTreeNode* node) {
   return nullptr;
 }
 
+// What every widget shares with its control: bounds, visibility, enabled
+// state and hint.
+void place(const TControl& control, QWidget* widget) {
+  const QRect bounds(control.Left(), control.Top(), control.Width(), control.Height());
+  if (widget->geometry() != bounds) widget->setGeometry(bounds);
+  if (widget->isVisibleTo(widget->parentWidget()) != control.Visible())
+    widget->setVisible(control.Visible());
+  if (widget->isEnabled() != control.Enabled()) widget->setEnabled(control.Enabled());
+  if (widget->toolTip() != qstr(control.Hint())) widget->setToolTip(qstr(control.Hint()));
+}
+
 TButton* find_button(TWinControl& root, bool default_button) {
   for (int i = 0; i < root.ControlCount(); ++i) {
     TControl* c = root.Controls(i);
@@ -188,6 +199,16 @@ xqt_mirror::xqt_mirror(TCustomForm& form, deliver_fn deliver)
       TCustomForm* form = form_;
       if (width != form->Width() || height != form->Height())
         act([form, width, height] { form->SetBounds(form->Left(), form->Top(), width, height); });
+      return false;
+    }
+    if (event->type() == QEvent::Move && !syncing_ && window_->isVisible()) {
+      // The user (or the window manager) moved the window: the form's
+      // Left and Top follow, so saved positions are where it really was.
+      const QPoint at = window_->pos();
+      placed_ = at;
+      TCustomForm* form = form_;
+      if (at.x() != form->Left() || at.y() != form->Top())
+        act([form, at] { form->SetBounds(at.x(), at.y(), form->Width(), form->Height()); });
       return false;
     }
     if (event->type() == QEvent::KeyPress) {
@@ -297,6 +318,12 @@ void xqt_mirror::sync() {
   client_->setGeometry(0, menu_height, form_->Width(), form_->Height());
   if (window_->size() != QSize(form_->Width(), form_->Height() + menu_height))
     window_->resize(form_->Width(), form_->Height() + menu_height);
+  // The model's place for the window, when the model moved it (a window
+  // the user moved already reported its place back).
+  if (const QPoint at(form_->Left(), form_->Top()); at != placed_) {
+    placed_ = at;
+    window_->move(at);
+  }
   for (int i = 0; i < form_->ControlCount(); ++i) sync_control(*form_->Controls(i), client_);
   if (const TControl* active = form_->ActiveControl(); active != focused_) {
     focused_ = active;
@@ -390,12 +417,7 @@ void xqt_mirror::sync_control(TControl& control, QWidget* parent) {
   const int kind = it->second.kind;
   if (kind >= 0) {
     const QSignalBlocker quiet(widget);
-    const QRect bounds(control.Left(), control.Top(), control.Width(), control.Height());
-    if (widget->geometry() != bounds) widget->setGeometry(bounds);
-    if (widget->isVisibleTo(widget->parentWidget()) != control.Visible())
-      widget->setVisible(control.Visible());
-    if (widget->isEnabled() != control.Enabled()) widget->setEnabled(control.Enabled());
-    if (widget->toolTip() != qstr(control.Hint())) widget->setToolTip(qstr(control.Hint()));
+    place(control, widget);
     const xqt_widget_kind& k = xqt_widget_kinds()[static_cast<std::size_t>(kind)];
     if (k.update) k.update(control, widget);
     if (!k.children) return;
@@ -534,13 +556,8 @@ QWidget* xqt_mirror::create(TControl& control, QWidget* parent) {
 
 void xqt_mirror::update(TControl& control, QWidget* widget) {
   const QSignalBlocker quiet(widget);
-  const QRect bounds(control.Left(), control.Top(), control.Width(), control.Height());
-  if (widget->geometry() != bounds) widget->setGeometry(bounds);
-  if (widget->isVisibleTo(widget->parentWidget()) != control.Visible())
-    widget->setVisible(control.Visible());
-  if (widget->isEnabled() != control.Enabled()) widget->setEnabled(control.Enabled());
+  place(control, widget);
   const QString caption = qstr(control.Caption());
-  if (widget->toolTip() != qstr(control.Hint())) widget->setToolTip(qstr(control.Hint()));
   TControl* c = &control;
 
   if (auto* area = qobject_cast<QPlainTextEdit*>(widget)) {

@@ -25,6 +25,9 @@
 // the model consumed goes no further in Qt. A form's ActiveControl set in
 // the model moves the focus at the next sync.
 //
+// The window's place and size follow the form's bounds both ways (a form
+// left at 0,0 is placed by the window system, which then reports where).
+//
 // A control destroyed in the model loses its widget at once (the mirror
 // asks for the model's free notification).
 //
@@ -32,6 +35,7 @@
 #ifndef XUM_BACKENDS_QT_XQT_MIRROR_H
 #define XUM_BACKENDS_QT_XQT_MIRROR_H
 
+#include <QPoint>
 #include <QPointer>
 #include <QString>
 #include <QWidget>
@@ -95,6 +99,9 @@ class xqt_mirror final : public TComponent {
   std::map<const TComponent*, QPointer<QWidget>> tool_buttons_;  // tool button -> its bar
   QString menu_print_;
   int menu_height_ = 0;
+  // The window's place as last agreed with the model; a form never moved
+  // from 0,0 is placed by the window system.
+  QPoint placed_{0, 0};
   const TControl* focused_ = nullptr;  // the ActiveControl last brought to Qt
   bool menu_dirty_ = true;
   bool syncing_ = false;

@@ -64,29 +64,29 @@ int count_entries(const char* path) noexcept {
   return n;
 }
 
-}  // namespace
-
-int posix_os::tcp_listen(const char* address, int port, bool non_blocking,
-                         os_error& error) noexcept {
+// The first socket that `setup` accepts among the addresses of host:port,
+// tried in the resolver's order (a host may have IPv6 and IPv4 addresses).
+// `setup` returns 0, or the errno that makes the next address worth a try;
+// a refused socket is closed. On failure `error` says why the last one failed.
+template <class Setup>
+int first_socket(const char* host, int port, bool passive, int type_flags, os_error& error,
+                 Setup setup) noexcept {
   error = {};
   addrinfo* list = nullptr;
-  if (const int rc = resolve(address, port, true, &list); rc != 0) {
+  if (const int rc = resolve(host, port, passive, &list); rc != 0) {
     error = lookup_error(rc);
     return -1;
   }
   int fd = -1;
   int last = 0;
   for (addrinfo* a = list; a != nullptr && fd < 0; a = a->ai_next) {
-    const int type = a->ai_socktype | SOCK_CLOEXEC | (non_blocking ? SOCK_NONBLOCK : 0);
-    fd = ::socket(a->ai_family, type, a->ai_protocol);
+    fd = ::socket(a->ai_family, a->ai_socktype | SOCK_CLOEXEC | type_flags, a->ai_protocol);
     if (fd < 0) {
       last = errno;
       continue;
     }
-    const int on = 1;
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    if (::bind(fd, a->ai_addr, a->ai_addrlen) != 0 || ::listen(fd, SOMAXCONN) != 0) {
-      last = errno;
+    if (const int failure = setup(fd, *a); failure != 0) {
+      last = failure;
       ::close(fd);
       fd = -1;
     }
@@ -94,6 +94,21 @@ int posix_os::tcp_listen(const char* address, int port, bool non_blocking,
   ::freeaddrinfo(list);
   if (fd < 0) error = error_from_errno(last);
   return fd;
+}
+
+}  // namespace
+
+int posix_os::tcp_listen(const char* address, int port, bool non_blocking,
+                         os_error& error) noexcept {
+  return first_socket(address, port, true, non_blocking ? SOCK_NONBLOCK : 0, error,
+                      [](int fd, const addrinfo& a) {
+                        const int on = 1;
+                        ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+                        if (::bind(fd, a.ai_addr, a.ai_addrlen) != 0 ||
+                            ::listen(fd, SOMAXCONN) != 0)
+                          return errno;
+                        return 0;
+                      });
 }
 
 int posix_os::tcp_accept(int listener, os_error& error) noexcept {
@@ -111,44 +126,25 @@ int posix_os::tcp_accept(int listener, os_error& error) noexcept {
 }
 
 int posix_os::tcp_connect(const char* host, int port, bool wait, os_error& error) noexcept {
-  error = {};
-  addrinfo* list = nullptr;
-  if (const int rc = resolve(host, port, false, &list); rc != 0) {
-    error = lookup_error(rc);
-    return -1;
-  }
-  int fd = -1;
-  int last = 0;
-  for (addrinfo* a = list; a != nullptr && fd < 0; a = a->ai_next) {
-    fd = ::socket(a->ai_family, a->ai_socktype | SOCK_CLOEXEC | (wait ? 0 : SOCK_NONBLOCK),
-                  a->ai_protocol);
-    if (fd < 0) {
-      last = errno;
-      continue;
-    }
-    set_no_delay(fd);
-    int rc = ::connect(fd, a->ai_addr, a->ai_addrlen);
-    if (rc != 0 && errno == EINTR && wait) {
-      // The connection goes on in the background: wait for its outcome.
-      pollfd p{fd, POLLOUT, 0};
-      while (::poll(&p, 1, -1) < 0 && errno == EINTR) {
-      }
-      int so_error = 0;
-      socklen_t len = sizeof so_error;
-      ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &so_error, &len);
-      errno = so_error;
-      rc = so_error == 0 ? 0 : -1;
-    }
-    if (rc != 0 && !(errno == EINPROGRESS && !wait)) {
-      last = errno;
-      ::close(fd);
-      fd = -1;
-      // A host may have several addresses (IPv6 and IPv4): try the next.
-    }
-  }
-  ::freeaddrinfo(list);
-  if (fd < 0) error = error_from_errno(last);
-  return fd;
+  return first_socket(host, port, false, wait ? 0 : SOCK_NONBLOCK, error,
+                      [wait](int fd, const addrinfo& a) {
+                        set_no_delay(fd);
+                        int rc = ::connect(fd, a.ai_addr, a.ai_addrlen);
+                        if (rc != 0 && errno == EINTR && wait) {
+                          // The connection goes on in the background: wait
+                          // for its outcome.
+                          pollfd p{fd, POLLOUT, 0};
+                          while (::poll(&p, 1, -1) < 0 && errno == EINTR) {
+                          }
+                          int so_error = 0;
+                          socklen_t len = sizeof so_error;
+                          ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &so_error, &len);
+                          errno = so_error;
+                          rc = so_error == 0 ? 0 : -1;
+                        }
+                        // A connection still under way is the caller's to await.
+                        return rc != 0 && !(errno == EINPROGRESS && !wait) ? errno : 0;
+                      });
 }
 
 bool posix_os::socket_connect_result(int socket, os_error& error) noexcept {

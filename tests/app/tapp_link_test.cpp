@@ -84,7 +84,7 @@ TEST_F(AppLink, MissingTitleReturnsFalseAndTitlesMapToSocketNames) {
   EXPECT_NE(long1, xapp_link_path(xstr(std::string(301, 'x'))));
 }
 
-TEST_F(AppLink, MainThreadSendIsDirectAndAnEmptyBlockIsFourZeros) {
+TEST_F(AppLink, MainThreadSendIsDirectOtherThreadsGoThroughTheLoopAndAnEmptyBlockIsFourZeros) {
   receiver.Open("Viewer");
   EXPECT_TRUE(link.HasReceiver());
   for (const char* text : {"hello", ""}) {
@@ -94,15 +94,12 @@ TEST_F(AppLink, MainThreadSendIsDirectAndAnEmptyBlockIsFourZeros) {
   }
   EXPECT_EQ(codes, (std::vector<unsigned>{7, 7}));
   EXPECT_EQ(texts, (std::vector<std::string>{"hello", std::string(4, '\0')}));
-}
-
-TEST_F(AppLink, OtherThreadSendIsHandledByTheMainLoop) {
-  receiver.Open("Viewer");
   link.text = "from a worker";
   link.Prepare();
   auto sent = std::async(std::launch::async, [this] { return link.Send(3); });
-  EXPECT_TRUE(loop_until([&] { return !codes.empty(); }));
+  EXPECT_TRUE(loop_until([&] { return codes.size() == 3; }));
   EXPECT_TRUE(sent.get());
+  EXPECT_EQ(texts.back(), "from a worker");
   EXPECT_EQ(thread, std::this_thread::get_id());
 }
 

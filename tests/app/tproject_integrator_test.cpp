@@ -164,41 +164,26 @@ TEST_F(IntegratorTest, MenuNumbersItemsByListIndexSkippingMissingFiles) {
   EXPECT_EQ(prj_->RecentPopup(), nullptr);
 }
 
-class RecentStoreTest : public test::AppTest {
- protected:
-  static constexpr const char16_t* key = u"Software\\Test\\Notes";
-  static xreg_key section(bool read) {
-    return xreg_key("Software\\Test\\Notes\\RecentProjects", read);
-  }
-  static void put(const char* name, const std::string& value) {
-    xreg_key k = section(false);
-    xstr v(value);
-    k.str(name, v, v);
-  }
-  static TProjectIntegrator* make(int size = 10) {
-    auto* p = new TProjectIntegrator(nullptr);
-    p->SetRegistryKey(key);
-    p->SetStorageSize(size);
-    return p;
-  }
-};
-
-TEST_F(RecentStoreTest, PersistsAcrossTwoLifetimesAndStopsAtTheFirstMissingValue) {
+TEST_F(IntegratorTest, RecentListPersistsAcrossLifetimesAndStopsAtTheFirstMissingValue) {
   const std::string a = file("a.txt"), b = file("b.txt");
-  put("0", a);
-  put("1", b);
-  put("3", file("c.txt"));
-  auto* first = make();
-  first->LoadRecentsList();
-  first->SetFileName(ToUnicode(xstr(b)));
-  first->AddRecentFile();
-  delete first;
-  EXPECT_EQ(section(true).value_names(),
-            (std::vector<xstr>{"0", "1"}));  // "3" is erased with the section
-  auto* second = make();
-  second->LoadRecentsList();
-  EXPECT_EQ(second->RecentList(), (std::vector<xstr>{xstr(b), xstr(a)}));
-  delete second;
+  for (const auto& [n, v] : {std::pair{"0", a}, {"1", b}, {"3", file("c.txt")}}) {
+    xstr value(v);
+    xreg_key("Software\\Test\\Notes\\RecentProjects", false).str(n, value, value);
+  }
+  std::vector<xstr> loaded[2];
+  for (auto& list : loaded) {  // two lifetimes; each adds b and saves when it goes
+    TProjectIntegrator p(nullptr);
+    p.SetRegistryKey(u"Software\\Test\\Notes");
+    p.LoadRecentsList();
+    list = p.RecentList();
+    p.SetFileName(ToUnicode(xstr(b)));
+    p.AddRecentFile();
+  }
+  EXPECT_EQ(loaded[0], (std::vector<xstr>{xstr(a), xstr(b)}));
+  EXPECT_EQ(loaded[1], (std::vector<xstr>{xstr(b), xstr(a)}));
+  // "3" is erased with the section.
+  EXPECT_EQ(xreg_key("Software\\Test\\Notes\\RecentProjects", true).value_names(),
+            (std::vector<xstr>{"0", "1"}));
 }
 
 class StartTest : public IntegratorTest {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <ctime>
 #include <string>
 
 #include "core/xcatalogue.h"
@@ -66,10 +65,12 @@ TEST(XdateTest, PackedValueOrdersDatesAndMarksNoDate) {
 }
 
 TEST(XdateTest, SteppingKeepsMonthEndsAndYearLimits) {
-  enum op { mf, mb, df, db, yf, yb };
-  struct row {
+  using step = void (xdate::*)();
+  const step mf = &xdate::month_forward, mb = &xdate::month_backward, df = &xdate::day_forward,
+             db = &xdate::day_backward, yf = &xdate::year_forward, yb = &xdate::year_backward;
+  const struct {
     xdate start;
-    op step;
+    step go;
     xdate expected;
   } rows[] = {
       {{2024, 1, 31}, mf, {2024, 2, 29}},   {{2999, 12, 15}, mf, {2999, 12, 31}},
@@ -78,18 +79,10 @@ TEST(XdateTest, SteppingKeepsMonthEndsAndYearLimits) {
       {{2024, 3, 1}, db, {2024, 2, 29}},    {{1, 1, 1}, db, {1, 1, 31}},
       {{2024, 2, 29}, yf, {2025, 2, 28}},   {{2999, 6, 15}, yf, {2999, 6, 15}},
       {{1, 5, 5}, yb, {1, 5, 5}}};
-  for (const row& r : rows) {
-    SCOPED_TRACE(str(r.start) + " step " + std::to_string(r.step));
+  for (const auto& r : rows) {
     xdate d = r.start;
-    switch (r.step) {
-      case mf: d.month_forward(); break;
-      case mb: d.month_backward(); break;
-      case df: d.day_forward(); break;
-      case db: d.day_backward(); break;
-      case yf: d.year_forward(); break;
-      case yb: d.year_backward(); break;
-    }
-    EXPECT_EQ(d, r.expected) << str(d);
+    (d.*r.go)();
+    EXPECT_EQ(d, r.expected) << str(r.start) << " became " << str(d);
   }
   xdate none;
   EXPECT_THROW(none.day_forward(), xum::xexception);

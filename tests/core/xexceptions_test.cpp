@@ -18,37 +18,6 @@
 namespace xum {
 namespace {
 
-struct shown_box {
-  std::string text;
-  std::string caption;
-  unsigned flags;
-};
-
-std::vector<shown_box> boxes;
-
-int record_box(const xstr& text, const xstr& caption, unsigned flags) {
-  boxes.push_back({std::string(text.view()), std::string(caption.view()), flags});
-  return IDOK;
-}
-
-// Routes core's message boxes into `boxes` for the duration of a test.
-class XExceptionShow : public ::testing::Test {
- protected:
-  void SetUp() override {
-    saved_ = xmessage_box_handler;
-    xmessage_box_handler = &record_box;
-    boxes.clear();
-    XException::messageShowed = false;
-  }
-  void TearDown() override {
-    xmessage_box_handler = saved_;
-    XException::messageShowed = false;
-  }
-
- private:
-  xmessage_box_fn saved_ = nullptr;
-};
-
 // The severity flags only matter to the presenter, which is tested with them.
 TEST(XExceptionFamily, WhatGivesTheMessageAsUtf8ThroughStdException) {
   try {
@@ -62,25 +31,29 @@ TEST(XExceptionFamily, WhatGivesTheMessageAsUtf8ThroughStdException) {
   EXPECT_STREQ(e.what(), "changed");
 }
 
-TEST_F(XExceptionShow, ShowUsesTheErrorCaptionAndSetsTheFlag) {
+// A box shown for a failure keeps the catch-all that follows silent once.
+TEST(XExceptionShow, ShowsInAnErrorBoxAndUnknownExceptionStaysSilentOnceAfterIt) {
+  using box = std::tuple<std::string, std::string, unsigned>;  // text, caption, flags
+  static std::vector<box> boxes;
+  boxes.clear();
+  const xmessage_box_fn saved = xmessage_box_handler;
+  xmessage_box_handler = [](const xstr& text, const xstr& caption, unsigned flags) {
+    boxes.emplace_back(std::string(text.view()), std::string(caption.view()), flags);
+    return IDOK;
+  };
+  XException::messageShowed = false;
   XException::Show("File not found !", true);
   EXPECT_TRUE(XException::messageShowed);
+  XException::UnknownException();
+  EXPECT_FALSE(XException::messageShowed);
+  XException::UnknownException();
   XECritical(u"Disk \u00e9tat").Show();  // its own message, as UTF-8
-  ASSERT_EQ(boxes.size(), 2u);
-  EXPECT_EQ(boxes[0].caption, "Error");
-  EXPECT_EQ(boxes[0].flags, MB_OK | MB_ICONEXCLAMATION);
-  EXPECT_EQ(boxes[1].text, "Disk \xc3\xa9tat");
-}
-
-TEST_F(XExceptionShow, UnknownExceptionStaysSilentOnceAfterShow) {
-  XException::Show("reported", true);
-  XException::UnknownException();
-  EXPECT_EQ(boxes.size(), 1u);
-  EXPECT_FALSE(XException::messageShowed);
-  XException::UnknownException();
-  ASSERT_EQ(boxes.size(), 2u);
-  EXPECT_EQ(boxes[1].text, "Unknown internal error !");
-  EXPECT_FALSE(XException::messageShowed);
+  xmessage_box_handler = saved;
+  XException::messageShowed = false;
+  constexpr unsigned flags = MB_OK | MB_ICONEXCLAMATION;
+  EXPECT_EQ(boxes, (std::vector<box>{{"File not found !", "Error", flags},
+                                     {"Unknown internal error !", "Error", flags},
+                                     {"Disk \xc3\xa9tat", "Error", flags}}));
 }
 
 // --- one root: std::exception ------------------------------------------------

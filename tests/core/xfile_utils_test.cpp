@@ -14,6 +14,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -45,10 +46,8 @@ void check_both_styles(const char* a, const char* b, const char* want,
 }
 
 TEST(XFilePath, SplitsWithEitherSeparator) {
-  struct Row {
-    const char *name, *dir, *path, *file, *ext;
-  };
-  const Row rows[] = {
+  // Name, then its dir, path, file name and extension.
+  const char* const rows[][5] = {
       {"c:\\a\\b.txt", "c:\\a", "c:\\a\\", "b.txt", ".txt"},
       {"c:\\dir.v2\\file", "c:\\dir.v2", "c:\\dir.v2\\", "file", ""},
       {"a.tar.gz", "", "", "a.tar.gz", ".gz"},
@@ -57,18 +56,11 @@ TEST(XFilePath, SplitsWithEitherSeparator) {
       {"x.y:z", "x.y:", "x.y:\\", "z", ".y:z"},  // colon splits names, not extensions
       {"c:b.txt", "c:", "c:\\", "b.txt", ".txt"},
       {"", "", "", "", ""}};
-  const std::pair<const char*, xstr (*)(const xstr&)> parts[] = {{"dir", xextract_file_dir},
-                                                                 {"path", xextract_file_path},
-                                                                 {"name", xextract_file_name},
-                                                                 {"ext", xextract_file_ext}};
-  for (const Row& r : rows) {
-    const char* want[] = {r.dir, r.path, r.file, r.ext};
-    for (int i = 0; i < 4; ++i) {
-      SCOPED_TRACE(parts[i].first);
-      check_both_styles(r.name, "", want[i],
-                        [&](const xstr& s, const xstr&) { return parts[i].second(s); });
-    }
-  }
+  xstr (*const parts[])(const xstr&) = {xextract_file_dir, xextract_file_path, xextract_file_name,
+                                         xextract_file_ext};
+  for (const auto& r : rows)
+    for (int i = 0; i < 4; ++i)
+      check_both_styles(r[0], "", r[i + 1], [&](const xstr& s, const xstr&) { return parts[i](s); });
   // The separator added back is the one that was there.
   EXPECT_EQ(xextract_file_path("c:\\data/a.txt").view(), "c:\\data/");
   EXPECT_EQ(xextract_file_path("/data\\a.txt").view(), "/data\\");
@@ -148,15 +140,10 @@ TEST(XMatchMask, MatchesWildcards) {
   std::string stars;
   for (int i = 0; i < 100; ++i) stars += "*a";
   const std::string as(200, 'a');
-  const struct {
-    std::string name, mask;
-    bool want;
-  } rows[] = {
-      {"Report.TXT", "*.txt", true}, {as, stars + "*b", false}, {as + "b", stars + "*b", true}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.name.substr(0, 12) + " ~ " + r.mask.substr(0, 12));
-    EXPECT_EQ(xmatch_mask(X(r.name), X(r.mask)), r.want);
-  }
+  EXPECT_TRUE(xmatch_mask("Report.TXT", "*.txt"));  // case ignored
+  // Stars that a backtracking search would try in every split.
+  EXPECT_FALSE(xmatch_mask(X(as), X(stars + "*b")));
+  EXPECT_TRUE(xmatch_mask(X(as + "b"), X(stars + "*b")));
   // Every text over {a, b} up to 5 long against every mask over {a, b, ?, *}
   // up to 4 long gives what the rule gives.
   std::vector<std::string> texts{""};
@@ -194,22 +181,21 @@ class fake_archive : public xvirtual_fs_interface {
 
 TEST_F(XFileSystem, FileExistsAsksTheArchiveFirst) {
   touch("a.txt");
-  const struct {
-    std::string name;
-    bool ask, installed, want;
-    int asked;
-  } rows[] = {{at("a.txt"), true, true, true, 1},       // the archive says no, the disk yes
-              {root_.string(), false, false, true, 0},  // directories count
-              {"archive/inside.dat", true, true, true, 1},
-              {"archive/inside.dat", false, true, false, 0}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.name + (r.ask ? " ask" : "") + (r.installed ? " installed" : ""));
+  // Name, whether the archive is asked, whether one is installed, the
+  // answer and how often the archive was asked.
+  const std::tuple<std::string, bool, bool, bool, int> rows[] = {
+      {at("a.txt"), true, true, true, 1},       // the archive says no, the disk yes
+      {root_.string(), false, false, true, 0},  // directories count
+      {"archive/inside.dat", true, true, true, 1},
+      {"archive/inside.dat", false, true, false, 0}};
+  for (const auto& [name, ask, installed, want, asked] : rows) {
+    SCOPED_TRACE(name + (ask ? " ask" : "") + (installed ? " installed" : ""));
     fake_archive archive;
-    xvirtual_fs_interface::set(r.installed ? &archive : nullptr);
-    const bool got = xfile_exists(X(r.name), r.ask);
+    xvirtual_fs_interface::set(installed ? &archive : nullptr);
+    const bool got = xfile_exists(X(name), ask);
     xvirtual_fs_interface::set(nullptr);
-    EXPECT_EQ(got, r.want);
-    EXPECT_EQ(archive.asked, r.asked);
+    EXPECT_EQ(got, want);
+    EXPECT_EQ(archive.asked, asked);
   }
 }
 
@@ -217,20 +203,17 @@ TEST_F(XFileSystem, EnumeratorListsMatchingEntries) {
   for (const char* name : {"a.txt", "B.TXT", "c.bmp", "noext", ".hidden"}) touch(name);
   fs::create_directory(at("sub.txt"));
   using names = std::set<std::string>;
-  const struct {
-    std::string mask;
-    names want;
-  } rows[] = {
+  const std::pair<std::string, names> rows[] = {
       {at("*.txt"), {"a.txt", "B.TXT", "sub.txt"}},  // directories count, case ignored
       {at("*"), {"a.txt", "B.TXT", "c.bmp", "noext", ".hidden", "sub.txt"}},  // no "." or ".."
       {at("missing/*"), {}},
       {"/pro?", {"proc"}}};  // the root directory stays "/"
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.mask);
-    xfiles_enumerator e(X(r.mask));
+  for (const auto& [mask, want] : rows) {
+    SCOPED_TRACE(mask);
+    xfiles_enumerator e(X(mask));
     names got;
     while (e.search()) EXPECT_TRUE(got.insert(std::string(e.get_file_name().view())).second);
-    EXPECT_EQ(got, r.want);
+    EXPECT_EQ(got, want);
     EXPECT_FALSE(e.search());
   }
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "core/xstrings_merger.h"
 
@@ -12,12 +13,8 @@ namespace {
 // Expected values computed with an independent script of the published
 // step: h = ((w + h) * 0x0C639675 mod 2^64) >> 12, truncated to 32 bits.
 TEST(XcalculateBufferHash, MatchesIndependentlyComputedValues) {
-  struct row {
-    std::string bytes;
-    unsigned seed;
-    unsigned hash;
-  };
-  const row rows[] = {
+  // Bytes, seed, hash.
+  const std::tuple<std::string, unsigned, unsigned> rows[] = {
       {"", 0, 0},
       {"", 0x12345678, 0x12345678},  // no bytes: the seed itself
       {"abcd", 0, 0x60bb493c},
@@ -27,9 +24,9 @@ TEST(XcalculateBufferHash, MatchesIndependentlyComputedValues) {
       {"\xff\xff\xff\xff", 0xffffffff, 0xce9e738d},
       {std::string(3, '\0'), 7, 0x00056b91},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.bytes);
-    EXPECT_EQ(xcalculate_buffer_hash(r.bytes.data(), static_cast<int>(r.bytes.size()), r.seed), r.hash);
+  for (const auto& [bytes, seed, hash] : rows) {
+    SCOPED_TRACE(bytes);
+    EXPECT_EQ(xcalculate_buffer_hash(bytes.data(), static_cast<int>(bytes.size()), seed), hash);
   }
   // Exactly `length` bytes count: a fifth zero byte is one more step.
   const char zeros[5] = {};

@@ -93,13 +93,9 @@ TEST_F(XregKeyTest, FailedWriteReportsTheFileAndReadsGiveDefaults) {
   EXPECT_EQ(r.str_prop("Name", "x", "def"), "def");
   EXPECT_TRUE(r.key_names().empty());
   xreg_key w("Key", false);
-  try {
-    w.str_prop("Name", "x", "def");
-    ADD_FAILURE() << "the write must fail";
-  } catch (const xum::XException& e) {
-    EXPECT_EQ(std::string(e.what()).rfind("Data writing error !\nFile: ", 0), 0u) << e.what();
-    EXPECT_NE(std::string(e.what()).find("/Key/@Name"), std::string::npos) << e.what();
-  }
+  const std::string error = xum::test::error_of([&] { w.str_prop("Name", "x", "def"); });
+  EXPECT_EQ(error.rfind("Data writing error !\nFile: ", 0), 0u) << error;
+  EXPECT_NE(error.find("/Key/@Name"), std::string::npos) << error;
 }
 
 // Looking a key up must leave the store as it was: no key folder appears for
@@ -175,27 +171,20 @@ TEST_F(XregKeyTest, NamesMatchIgnoringCaseAndKeepTheirFirstSpelling) {
 
 // `binary` of up to 4 bytes stores an integer of the host's byte order as a
 // number whose bytes are least significant first, so that the store reads
-// the same on every host. The host order is a parameter here, so that a
-// big-endian host is checked on any machine.
-TEST(XregKeyNumbers, AreStoredLeastSignificantByteFirstOnAnyHost) {
-  constexpr auto big = std::endian::big, little = std::endian::little;
-  // Host order, the host's bytes of the integer, the number stored.
-  const std::tuple<std::endian, std::string, std::uint32_t> rows[] = {
-      {little, "\x44\x33\x22\x11", 0x11223344}, {big, "\x11\x22\x33\x44", 0x11223344},
-      {big, "\x01\x02\x03", 0x010203},        {big, "", 0}};
-  for (const auto& [order, host, number] : rows) {
-    SCOPED_TRACE((order == big ? "big " : "little ") + std::to_string(host.size()));
-    const auto* in = reinterpret_cast<const unsigned char*>(host.data());
+// the same on every host. The stored bytes of a little-endian host are
+// checked above; the host order is a parameter, so that a big-endian host
+// is checked on any machine.
+TEST(XregKeyNumbers, AreStoredLeastSignificantByteFirstOnABigEndianHost) {
+  constexpr auto big = std::endian::big;
+  // The host's bytes of the integer, the number stored.
+  const std::pair<std::string, std::uint32_t> rows[] = {
+      {"\x11\x22\x33\x44", 0x11223344}, {"\x01\x02\x03", 0x010203}, {"", 0}};
+  for (const auto& [host, number] : rows) {
+    SCOPED_TRACE(host.size());
     const auto size = static_cast<unsigned>(host.size());
-    const std::uint32_t n = order == big ? xreg_key::number_from_bytes<big>(in, size)
-                                         : xreg_key::number_from_bytes<little>(in, size);
-    EXPECT_EQ(n, number);
+    EXPECT_EQ(xreg_key::number_from_bytes<big>(reinterpret_cast<const unsigned char*>(host.data()), size), number);
     std::string back(host.size(), '\0');
-    auto* out = reinterpret_cast<unsigned char*>(back.data());
-    if (order == big)
-      xreg_key::number_to_bytes<big>(n, out, size);
-    else
-      xreg_key::number_to_bytes<little>(n, out, size);
+    xreg_key::number_to_bytes<big>(number, reinterpret_cast<unsigned char*>(back.data()), size);
     EXPECT_EQ(back, host);
   }
 }

@@ -271,20 +271,18 @@ TEST(XStrStd, ComparesWithStringsViewsAndCStringsBothWays) {
   EXPECT_FALSE(s == shorter);
   EXPECT_TRUE("ab" != s);  // a C string ends at its zero byte
 
-  struct row {
-    const char* right;
-    std::strong_ordering want;  // of xstr("b") <=> right
-  };
-  const row rows[] = {{"b", std::strong_ordering::equal},
-                      {"ba", std::strong_ordering::less},
-                      {"\xE4", std::strong_ordering::less},  // bytes compare unsigned
-                      {"", std::strong_ordering::greater}};
+  // xstr("b") <=> each text.
+  const std::pair<const char*, std::strong_ordering> rows[] = {
+      {"b", std::strong_ordering::equal},
+      {"ba", std::strong_ordering::less},
+      {"\xE4", std::strong_ordering::less},  // bytes compare unsigned
+      {"", std::strong_ordering::greater}};
   const xstr b = "b";
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.right);
-    EXPECT_EQ(b <=> r.right, r.want);
-    EXPECT_EQ(b <=> xstr(r.right), r.want);
-    EXPECT_EQ(0 <=> (std::string_view(r.right) <=> b), r.want);  // reversed
+  for (const auto& [right, want] : rows) {
+    SCOPED_TRACE(right);
+    EXPECT_EQ(b <=> right, want);
+    EXPECT_EQ(b <=> xstr(right), want);
+    EXPECT_EQ(0 <=> (std::string_view(right) <=> b), want);  // reversed
   }
   EXPECT_TRUE(xstr() == static_cast<const char*>(nullptr));
 }

@@ -2,7 +2,6 @@
 
 #include <string>
 #include <string_view>
-#include <tuple>
 
 #include <gtest/gtest.h>
 

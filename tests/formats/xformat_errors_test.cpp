@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -28,11 +30,7 @@ using test::raised_by;
 // were.
 TEST(XstructFormatErrors, LoadFailuresAreBadDataWithTheirLine) {
   const std::string in = "\nbuffer stream", invalid = "Invalid data format !" + in;
-  struct row {
-    std::string bytes;
-    raised want;
-  };
-  const row rows[] = {
+  const std::pair<std::string, raised> rows[] = {
       {"TSF\r\nok=1\r\njunk line\r\n",
        {c::bad_data, 3, -1, "Key without value ! Key: junk line" + in}},
       {"a=1\n\n=5 \n", {c::bad_data, 3, -1, "Value without key ! Value: 5" + in}},
@@ -42,26 +40,12 @@ TEST(XstructFormatErrors, LoadFailuresAreBadDataWithTheirLine) {
        {c::bad_data, -1, 10, invalid}},                       // no label 5
       {"BSF", {c::io, -1, 3, "Data reading error ! " + in}},  // ends after its signature: cut short
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.bytes.substr(0, 20));
-    xbuffer_stream s(r.bytes.data(), static_cast<int>(r.bytes.size()));
+  for (const auto& [bytes, want] : rows) {
+    SCOPED_TRACE(bytes.substr(0, 20));
+    xbuffer_stream s(bytes.data(), static_cast<int>(bytes.size()));
     xstruct_format f;
-    EXPECT_EQ(raised_by([&] { f.open_stream(s, xstream_read, false); }), r.want);
+    EXPECT_EQ(raised_by([&] { f.open_stream(s, xstream_read, false); }), want);
   }
-}
-
-TEST(XstructFormatErrors, AnIdentifierThatDiffersIsBadDataAKeyWrittenTwiceIsGeneral) {
-  const std::string text = "TSFOther\r\n";
-  xbuffer_stream s(text.data(), static_cast<int>(text.size()));
-  xmemory_stream m;  // outlives the format, which saves into it when it goes
-  xstruct_format f;
-  f.open_stream(s, xstream_read, false);
-  EXPECT_EQ(raised_by([&] { f.identifier("Mine"); }).category, c::bad_data);
-  f.open_stream(m, xstream_write, false);
-  f.prop_int64("k", 1, 0, false);
-  const raised twice = raised_by([&] { f.prop_int64("k", 2, 0, false); });
-  EXPECT_EQ(twice.category, c::general);
-  EXPECT_EQ(twice.text, "Key duplication ! Key: k\nMemory stream.");
 }
 
 TEST(XstructFormatErrors, AValueThatDoesNotConvertNamesItsFileAndLine) {
@@ -120,12 +104,7 @@ TEST(XVirtualFileSysErrors, DamageIsBadDataWithItsOffset) {
   const fs::path file = dir.path / "a.vfs";
   const std::string bad = "Invalid data format !\nFile: " + file.string(),
                     cut = "Data reading error ! \nFile: " + file.string();
-  struct row {
-    const char* what;
-    std::string bytes;
-    raised want;
-  };
-  const row rows[] = {
+  const std::tuple<const char*, std::string, raised> rows[] = {
       {"trailer past the end",
        test::vfs_scrambled(head + le32(0) + le32(400)),
        {c::bad_data, -1, 25, cut}},
@@ -138,11 +117,11 @@ TEST(XVirtualFileSysErrors, DamageIsBadDataWithItsOffset) {
         "Unsupported format version ! Program update needed !\nFile: " + file.string()}},
       {"wrong signature", "VFX" + le32(2) + std::string(20, '\0'), {c::bad_data, -1, 0, bad}},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.what);
-    test::put_file(file, r.bytes);
+  for (const auto& [what, bytes, want] : rows) {
+    SCOPED_TRACE(what);
+    test::put_file(file, bytes);
     xvirtual_file_sys a;
-    EXPECT_EQ(raised_by([&] { a.open(file.c_str()); }), r.want);
+    EXPECT_EQ(raised_by([&] { a.open(file.c_str()); }), want);
     EXPECT_TRUE(a.files().empty());
   }
 }

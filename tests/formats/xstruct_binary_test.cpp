@@ -58,14 +58,9 @@ TEST(XstructBinary, OtherKindsByteForByte) {
   const std::string long_text(256, 'L');
   EXPECT_EQ(binary_of([&](xstruct_format& f) { f.str_prop("K", long_text.c_str(), "", false); }),
             one_value("\0\1\0\0"s + long_text));
-  // Identifier, labels and codes: an anonymous value keeps its negative code.
-  EXPECT_EQ(binary_of([](xstruct_format& f) {
-              f.identifier("Id");
-              f.prop_int64("", 1, 0, false);
-              f.begin_section("S");
-              f.end_section();
-            }),
-            "BSF\2Id\1\0\0\0\1S\1\0\xFF\xFF\1\1\0\0\0\0\0\0\0"s);
+  // An anonymous value keeps its negative code and needs no label.
+  EXPECT_EQ(binary_of([](xstruct_format& f) { f.prop_int64("", 1, 0, false); }),
+            "BSF\0\0\0\0\0\1\0\xFF\xFF\1\0\0"s);
 }
 
 TEST(XstructBinary, FloatAndExtendedValuesReadFromFiles) {

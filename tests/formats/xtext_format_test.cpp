@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "core/xexceptions.h"
 #include "streams/xmemory_stream.h"
@@ -31,21 +32,17 @@ class XtextFormatRead : public ::testing::Test {
 };
 
 TEST_F(XtextFormatRead, LineBreakTable) {
-  struct row {
-    const char* text;
-    const char* second;
-    int line;
-  };
-  const row rows[] = {
+  // Text, its second token and the line it is on.
+  const std::tuple<const char*, const char*, int> rows[] = {
       {"a\n\rb", "b", 2},     {"a\rb", "b", 2},  {"a\r\rb c", "c", 3},  // the doubled CR swallows b
       {"a\r\n\n\r\nb", "b", 4}, {"a  \t b", "b", 1},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(::testing::PrintToString(std::string(r.text)));
-    xtext_format& t = open(r.text);
+  for (const auto& [text, second, line] : rows) {
+    SCOPED_TRACE(::testing::PrintToString(std::string(text)));
+    xtext_format& t = open(text);
     EXPECT_EQ(t.token(true), "a");
-    EXPECT_EQ(t.token(true), r.second);
-    EXPECT_EQ(t.line_number(), r.line);
+    EXPECT_EQ(t.token(true), second);
+    EXPECT_EQ(t.line_number(), line);
     xstr rest;
     EXPECT_FALSE(t.read_token(rest, true));
   }

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <vector>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -20,24 +20,13 @@ namespace xum {
 namespace {
 
 namespace fs = std::filesystem;
-using bytes = std::vector<unsigned char>;
 
 // The archive's bytes made plain by an independent rule (XOR is its own
 // inverse).
-bytes plain(const bytes& b) { return test::vfs_scrambled(b); }
+std::string plain(const std::string& b) { return test::vfs_scrambled(b); }
 
-bytes le32(std::uint32_t v) { return {std::uint8_t(v), std::uint8_t(v >> 8), std::uint8_t(v >> 16), std::uint8_t(v >> 24)}; }
-bytes le64(std::uint64_t v) {
-  bytes b = le32(std::uint32_t(v));
-  const bytes h = le32(std::uint32_t(v >> 32));
-  b.insert(b.end(), h.begin(), h.end());
-  return b;
-}
-bytes operator+(bytes a, const bytes& b) {
-  a.insert(a.end(), b.begin(), b.end());
-  return a;
-}
-bytes text(const std::string& s) { return bytes(s.begin(), s.end()); }
+std::string le32(std::uint32_t v) { return {char(v), char(v >> 8), char(v >> 16), char(v >> 24)}; }
+std::string le64(std::uint64_t v) { return le32(std::uint32_t(v)) + le32(std::uint32_t(v >> 32)); }
 
 class XVirtualFileSys : public ::testing::Test {
  protected:
@@ -45,8 +34,7 @@ class XVirtualFileSys : public ::testing::Test {
   void TearDown() override { xvirtual_fs_interface::set(nullptr); }
   xstr path(const std::string& name) const { return xstr((dir_ / name).string().c_str()); }
   void put(const std::string& name, const std::string& content) const { test::put_file(dir_ / name, content); }
-  void put(const std::string& name, const bytes& content) const { put(name, std::string(content.begin(), content.end())); }
-  bytes file(const std::string& name) const { return text(test::file_bytes(dir_ / name)); }
+  std::string file(const std::string& name) const { return test::file_bytes(dir_ / name); }
 
  public:
   static std::string read_all(xstream& s) {
@@ -64,7 +52,7 @@ TEST_F(XVirtualFileSys, ByteLayoutOfAnEmptyAndASmallArchive) {
   a.set_header_value(0x01020304);
   a.create(path("empty.vfs"));
   a.close();
-  EXPECT_EQ(plain(file("empty.vfs")), text("VFS") + le32(2) + le32(0x01020304) + le32(0) + le32(11));
+  EXPECT_EQ(plain(file("empty.vfs")), "VFS" + le32(2) + le32(0x01020304) + le32(0) + le32(11));
 
   put("sub/One.txt", "first");
   put("two.bin", "");
@@ -73,9 +61,9 @@ TEST_F(XVirtualFileSys, ByteLayoutOfAnEmptyAndASmallArchive) {
   a.add_file(path("two.bin"));
   EXPECT_THROW(a.open(path("missing.vfs")), XException);  // closes first: the archive is complete
   EXPECT_FALSE(a.writing());
-  const bytes want = text("VFS") + le32(2) + le32(0x01020304) + text("first") + le32(2) + le32(7) +
-                     text("One.txt") + le64(11) + le64(5) + le32(7) + text("two.bin") + le64(16) + le64(0) +
-                     le32(16);
+  const std::string want = "VFS" + le32(2) + le32(0x01020304) + "first" + le32(2) + le32(7) +
+                           "One.txt" + le64(11) + le64(5) + le32(7) + "two.bin" + le64(16) +
+                           le64(0) + le32(16);
   EXPECT_EQ(plain(file("small.vfs")), want);
 
   a.open(path("small.vfs"));
@@ -143,12 +131,8 @@ TEST_F(XVirtualFileSys, TheIndexKeepsTheFirstOfThousandsOfNames) {
 TEST_F(XVirtualFileSys, VersionOneHasNoHeaderValue) {
   // Version 1: no header value; the rest is keyed by absolute position.
   // (Newer versions are refused in xformat_errors_test.)
-  put("v1.vfs", test::scrambled(text("VFS") + le32(1) + text("hello") + le32(1) + le32(5) + text("a.txt") +
-                                le64(7) + le64(5) + le32(12)));
-  // Scrambled from byte 0 above: put the 7 plain header bytes back.
-  bytes v1 = file("v1.vfs");
-  for (std::size_t i = 0; i < 7; ++i) v1[i] ^= test::xor_key[i];
-  put("v1.vfs", v1);
+  put("v1.vfs", "VFS" + le32(1) +
+                    test::scrambled("hello" + le32(1) + le32(5) + "a.txt" + le64(7) + le64(5) + le32(12), 7));
   xvirtual_file_sys a;
   a.open(path("v1.vfs"));
   EXPECT_EQ(a.header_value(), 100);
@@ -258,26 +242,21 @@ TEST(XVirtualFileSysWriting, AFileThatReadsOtherThanItsSizeIsNotAdded) {
 // ---- Damaged tables ---------------------------------------------------------
 
 TEST_F(XVirtualFileSys, MembersOutsideTheDataAreaAreFlagged) {
-  struct row {
-    const char* what;
-    std::uint64_t offset, size;
-    bool inside;
-  };
-  // The data area of the archive below is bytes 11 to 20 (the table starts
-  // at 21).
-  const row rows[] = {{"the whole data", 11, 10, true},  {"empty at the table", 21, 0, true},
+  // A member's offset and size, and whether they lie in the data area of
+  // the archive below: bytes 11 to 20 (the table starts at 21).
+  const std::tuple<const char*, std::uint64_t, std::uint64_t, bool> rows[] = {{"the whole data", 11, 10, true},  {"empty at the table", 21, 0, true},
                       {"in the header", 7, 4, false},    {"into the table", 16, 6, false},
                       {"offset and size overflow", ~0ull, 2, false}};
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.what);
-    const bytes table = le32(1) + le32(1) + text("m") + le64(r.offset) + le64(r.size);
-    put("t.vfs", plain(text("VFS") + le32(2) + le32(0) + text("0123456789") + table + le32(21)));
+  for (const auto& [what, offset, size, inside] : rows) {
+    SCOPED_TRACE(what);
+    const std::string table = le32(1) + le32(1) + "m" + le64(offset) + le64(size);
+    put("t.vfs", plain("VFS" + le32(2) + le32(0) + "0123456789" + table + le32(21)));
     xvirtual_file_sys a;
     a.open(path("t.vfs"));
-    EXPECT_EQ(a.member_in_bounds(0), r.inside);
+    EXPECT_EQ(a.member_in_bounds(0), inside);
     // Even a member outside reads only bytes of the file (50 of them).
     std::unique_ptr<xstream> s(a.get_member_stream(0));
-    EXPECT_EQ(read_all(*s).size(), r.inside ? r.size : std::min<std::uint64_t>(r.size, 50 - std::min<std::uint64_t>(r.offset, 50)));
+    EXPECT_EQ(read_all(*s).size(), inside ? size : std::min<std::uint64_t>(size, 50 - std::min<std::uint64_t>(offset, 50)));
   }
 }
 

@@ -198,23 +198,20 @@ TEST(XbmpCreate, ThreeByTwoSaves78BytesRoundTripsAndWidens) {
 }
 
 TEST(XbmpPixels, CopyFromClipsOnEverySide) {
-  xbmp src;
+  xbmp src;  // pixel (x, y) is 0x10 (y + 1) + x + 1
   src.create(3, 3, 3);
   for (int y = 0; y < 3; ++y)
     for (int x = 0; x < 3; ++x) src.set_pixel(x, y, static_cast<unsigned>(0x10 * (y + 1) + x + 1));
-  struct row {
-    int x, y;
-    std::vector<unsigned> want;  // the 4 x 4 target, row by row
-  } rows[] = {{-1, 0, {0x12, 0x13, 0, 0, 0x22, 0x23, 0, 0, 0x32, 0x33, 0, 0, 0, 0, 0, 0}},
-              {2, -2, {0, 0, 0x31, 0x32, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
-              {3, 3, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x11}},
-              {-3, 0, std::vector<unsigned>(16, 0)}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.x * 10 + r.y);
+  for (auto [x, y] : {std::pair{-1, 0}, {2, -2}, {3, 3}, {-3, 0}}) {
+    SCOPED_TRACE(std::to_string(x) + "," + std::to_string(y));
     xbmp dst;
     dst.create(4, 4, 3);
-    dst.copy_from(src, r.x, r.y);
-    for (int i = 0; i < 16; ++i) EXPECT_EQ(dst.get_pixel(i % 4, i / 4), r.want[static_cast<std::size_t>(i)]) << i;
+    dst.copy_from(src, x, y);
+    for (int v = 0; v < 4; ++v)
+      for (int u = 0; u < 4; ++u) {
+        const bool inside = u >= x && u < x + 3 && v >= y && v < y + 3;
+        EXPECT_EQ(dst.get_pixel(u, v), inside ? static_cast<unsigned>(0x10 * (v - y + 1) + u - x + 1) : 0u) << u << "," << v;
+      }
   }
 }
 

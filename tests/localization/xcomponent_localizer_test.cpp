@@ -26,7 +26,6 @@ class TDatePicker : public TWinControl {
 class TProjectIntegrator : public TComponent {
  public:
   using TComponent::TComponent;
-  UnicodeString save_quest = u"Save changes?";
   UnicodeString untitled = u"Untitled";
 };
 
@@ -48,7 +47,6 @@ struct small_form {
   TBitBtn* go = make<TBitBtn>(form, u"GoBtn", u"Go");
   TButton* linked = make<TButton>(form, u"SaveBtn");
   TLabel* number = make<TLabel>(form, u"Count", u"25");
-  TLabel* empty = make<TLabel>(form, u"Empty");
   TMenuItem* line = make<TMenuItem>(form, u"Sep", u"-");
   TMenuItem* open = make<TMenuItem>(form, u"OpenItem", u"Open");
   TComboBox* combo = make<TComboBox>(form, u"Kind", u"first");
@@ -85,12 +83,7 @@ class xcomponent_localizer_test : public test::loc_test {
     xbind_localizer_class(
         xlocalizer_class::project_integrator,
         [](const TComponent* c) { return dynamic_cast<const TProjectIntegrator*>(c) != nullptr; },
-        {{"@SaveQuest",
-          [](TComponent* c) { return static_cast<TProjectIntegrator*>(c)->save_quest; },
-          [](TComponent* c, const UnicodeString& v) {
-            static_cast<TProjectIntegrator*>(c)->save_quest = v;
-          }},
-         {"@Untitled", [](TComponent* c) { return static_cast<TProjectIntegrator*>(c)->untitled; },
+        {{"@Untitled", [](TComponent* c) { return static_cast<TProjectIntegrator*>(c)->untitled; },
           [](TComponent* c, const UnicodeString& v) {
             static_cast<TProjectIntegrator*>(c)->untitled = v;
           }}});
@@ -100,7 +93,7 @@ class xcomponent_localizer_test : public test::loc_test {
     xbind_localizer_class(xlocalizer_class::project_integrator, nullptr);
   }
 
-  void translate(small_form& f) {
+  void walk(small_form& f) {
     xlocalizer loc;
     loc.open("app", "DEU");
     loc.exclude_component("Hidden");
@@ -112,7 +105,7 @@ class xcomponent_localizer_test : public test::loc_test {
 
 TEST_F(xcomponent_localizer_test, the_walk_records_what_the_class_table_names) {
   small_form f;
-  translate(f);
+  walk(f);
   const struct {
     const char* path;
     const char* o;
@@ -122,6 +115,7 @@ TEST_F(xcomponent_localizer_test, the_walk_records_what_the_class_table_names) {
       {"Main/SaveBtn/@Caption/o", "(none)"},  // takes its texts from the action
       {"Main/Count/@Caption/o", "(none)"},    // a number
       {"Main/Sep/@Caption/o", "(none)"},
+      {"Main/OpenItem/@Caption/o", "Open"},
       {"Main/Kind/@Items/1/o", "second"},
       {"Main/Files/@Columns/1/o", "Size"},
       {"Main/Box/@Caption/o", "Options"},
@@ -146,24 +140,17 @@ TEST_F(xcomponent_localizer_test, the_walk_records_what_the_class_table_names) {
 TEST_F(xcomponent_localizer_test, a_translated_dictionary_reaches_the_components) {
   {
     small_form f;
-    translate(f);
+    walk(f);
   }
   std::string text = bytes();
-  const auto translate_entry = [&text](const std::string& source, const std::string& translation) {
-    const auto at = text.find("o=" + source + "\r\n");
-    ASSERT_NE(at, std::string::npos) << source;
-    const auto t = text.find("t=!#!", at);
-    text.replace(t, 5, "t=" + translation);
-  };
-  translate_entry("Main window", "Hauptfenster");
-  translate_entry("OK", "Gut");
-  translate_entry("Size", "Größe");
-  translate_entry("Save", "Speichern");
+  for (const auto& [source, translation] : {std::pair{"Main window", "Hauptfenster"}, {"OK", "Gut"},
+                                            {"Size", "Größe"}, {"Save", "Speichern"}})
+    translate(text, "o=" + std::string(source) + "\r\n", translation);
   write(text);
 
   const xstr ok_before = msg::OK.text;
   small_form f;
-  translate(f);
+  walk(f);
   EXPECT_EQ(f.form->Caption(), u"Hauptfenster");
   EXPECT_EQ(f.ok->Caption(), u"Gut");
   EXPECT_EQ(f.list->Columns().Items(1)->Caption(), u"Größe");

@@ -54,6 +54,12 @@ class loc_test : public ::testing::Test {
   void write(const std::string& text, const std::string& name = "app_DEU.loc") const {
     std::ofstream(file(name), std::ios::binary) << text;
   }
+  // `text` with the first untranslated entry after `after` translated.
+  static void translate(std::string& text, const std::string& after, const std::string& translation) {
+    const auto at = text.find(after);
+    ASSERT_NE(at, std::string::npos) << after;
+    text.replace(text.find("t=!#!", at), 5, "t=" + translation);
+  }
   // A stored text of the dictionary ("Main/Title/t"); "(none)" when absent.
   std::string stored(const std::string& path, const std::string& name = "app_DEU.loc") const {
     xstruct_format f;

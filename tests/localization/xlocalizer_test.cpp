@@ -54,12 +54,7 @@ const char* const dictionary =
 
 TEST_F(xlocalizer_test, entry_states_of_a_second_run) {
   const struct {
-    const char* key;
-    const char* text;
-    const char* shown;
-    const char* o;
-    const char* t;
-    const char* p;
+    const char *key, *text, *shown, *o, *t, *p;
   } rows[] = {
       {"Title", "Settings", "Einstellungen", "Settings", "Einstellungen", "(none)"},  // translated
       {"Same", "OK", "OK", "OK", "!@!", "(none)"},           // same as source
@@ -127,27 +122,9 @@ TEST_F(xlocalizer_test, texts_the_file_cannot_hold_are_left_alone_and_the_file_s
   EXPECT_EQ(stored("Main/Multi/o"), "(none)");
 }
 
-TEST_F(xlocalizer_test, the_base_language_reads_and_writes_nothing) {
-  write(dictionary, "app_ENU.loc");
-  const std::string before = bytes("app_ENU.loc");
-  xlocalizer loc;
-  loc.open("app", "ENU");
-  EXPECT_FALSE(loc.active());
-  xloc_str second("Settings", "Title", nullptr);
-  xloc_str first("Fresh", "New", nullptr);
-  first.next = &second;
-  loc.strings(&first);
-  loc.end_writing();
-  EXPECT_EQ(bytes("app_ENU.loc"), before);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path), {}), 1);
-}
-
 TEST_F(xlocalizer_test, file_names_follow_the_executable_and_the_language) {
   const struct {
-    const char* exe;
-    const char* name;
-    const char* language;
-    const char* file;
+    const char *exe, *name, *language, *file;
   } rows[] = {
       {"app", "app.exe", "de_DE.UTF-8", "app_DEU.loc"},
       {"prog", "XUMComps.bpl", "sr_RS.UTF-8@latin", "XUMComps_SRM.loc"},
@@ -197,19 +174,12 @@ TEST_F(xlocalizer_test, dropped_translations_are_kept_in_a_backup) {
 }
 
 TEST_F(xlocalizer_test, broken_dictionaries_fail_open_with_the_formats_error) {
-  const struct {
-    const char* what;
-    std::string text;
-    const char* error;
-  } rows[] = {
-      {"identifier", "TSFOther\r\n", "Invalid data format !"},
-      {"line", "TSF_Localization\r\njunk\r\n", "Key without value ! Key: junk"},
-  };
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.what);
-    write(r.text);
+  for (const auto& [text, error] : {std::pair{"TSFOther\r\n", "Invalid data format !"},
+                                    {"TSF_Localization\r\njunk\r\n", "Key without value ! Key: junk"}}) {
+    SCOPED_TRACE(error);
+    write(text);
     xlocalizer loc;
-    EXPECT_NE(test::error_of([&] { loc.open("app", "DEU"); }).find(r.error), std::string::npos);
+    EXPECT_NE(test::error_of([&] { loc.open("app", "DEU"); }).find(error), std::string::npos);
   }
 }
 

@@ -49,8 +49,8 @@ TEST_F(xpackage_test, another_language_collects_the_catalogue_then_the_forms_in_
 
   // A translation reaches the catalogue and forms made later, without a
   // new write.
-  text.replace(text.find("t=!#!", text.find("o=Press a key")), 5, "t=Taste drücken");
-  text.replace(text.find("t=!#!", text.find("<MonthNames")), 5, "t=Januar Februar");
+  translate(text, "o=Press a key", "Taste drücken");
+  translate(text, "<MonthNames", "Januar Februar");
   write(text, "XUMComps_DEU.loc");
   xpackage_initialize();
   EXPECT_EQ(TKeyCaptureForm(nullptr).Caption(), u"Taste drücken");

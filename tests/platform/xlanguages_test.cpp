@@ -44,33 +44,16 @@ TEST(xlanguages, every_row_of_the_language_list_maps) {
 }
 
 TEST(xlanguages, locale_names_as_environments_write_them) {
-  const struct {
-    const char* locale;
-    const char* name;
-  } rows[] = {
-      {"de_AT.ISO-8859-1", "DEA"},
-      {"sr_RS@latin", "SRM"},
-      {"ca_ES.UTF-8@valencia", "VAL"},
-      {"de_DE@euro", "DEU"},
-      {"de_XX", "DEU"},  // an unknown country: the language's first
-      {"en", "ENU"},
-      {"C.UTF-8", "ENU"},
-      {"", "ENU"},
-      {"xx_YY", ""},
-  };
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.locale);
-    EXPECT_EQ(language_of_locale(r.locale), r.name);
-  }
+  const std::pair<const char*, const char*> rows[] = {
+      {"de_AT.ISO-8859-1", "DEA"}, {"sr_RS@latin", "SRM"}, {"ca_ES.UTF-8@valencia", "VAL"},
+      {"de_DE@euro", "DEU"},       {"de_XX", "DEU"},  // an unknown country: the language's first
+      {"en", "ENU"},               {"C.UTF-8", "ENU"},  {"", "ENU"}, {"xx_YY", ""}};
+  for (const auto& [locale, name] : rows) EXPECT_EQ(language_of_locale(locale), name) << locale;
 }
 
 TEST(xlanguages, the_environment_decides_in_the_c_librarys_order) {
   const struct {
-    const char* xum;
-    const char* all;
-    const char* messages;
-    const char* lang;
-    const char* name;
+    const char *xum, *all, *messages, *lang, *name;
   } rows[] = {
       {"", "", "", "", "ENU"},
       {"", "", "es_ES", "fr_FR", "ESN"},

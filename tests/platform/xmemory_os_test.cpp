@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "platform/xos.h"
 #include "streams/xfile_stream.h"
@@ -25,22 +26,15 @@ TEST_F(MemoryOs, OpenFailuresReadAsOnADisk) {
   memory_.put("/data/file.txt", "x");
   memory_.put("/data/locked.txt", "x");
   memory_.set_writable("/data/locked.txt", false);
-  struct row {
-    const char* name;
-    int mode;
-    const char* cause;
-  };
-  const row rows[] = {
+  const std::tuple<const char*, int, const char*> rows[] = {
       {"/data/gone.txt", xfile_read, "File not found !"},
       {"/nowhere/gone.txt", xfile_create, "Path not found !"},
       {"/data/file.txt/x", xfile_read, "Path not found !"},
       {"/data", xfile_read, "Permission denied !"},
       {"/data/locked.txt", xfile_write, "Permission denied !"},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.name);
-    EXPECT_EQ(error_of([&] { xfile_stream f(r.name, r.mode); }), std::string(r.cause) + "\nFile: " + r.name);
-  }
+  for (const auto& [name, mode, cause] : rows)
+    EXPECT_EQ(error_of([&] { xfile_stream f(name, mode); }), std::string(cause) + "\nFile: " + name);
   EXPECT_EQ(memory_.open_handles(), 0);
 }
 

@@ -22,6 +22,7 @@
 #include <QRadioButton>
 #include <QScreen>
 #include <QScrollArea>
+#include <QTabBar>
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -43,6 +44,7 @@
 #include "framework/tforms.h"
 #include "framework/timglist.h"
 #include "framework/tmenus.h"
+#include "framework/tpage_control.h"
 #include "framework/tstdctrls.h"
 #include "framework/tthread.h"
 #include "framework/xmain_loop.h"
@@ -217,6 +219,14 @@ TEST_F(QtBackend, ModelChangesReachTheWidgetsAndWidgetChangesReachTheModel) {
   QApplication::processEvents();
   EXPECT_EQ(d.form->Width(), 500);
   EXPECT_EQ(d.form->Height(), 340);
+  // Moves go both ways too: the program places the window, the user moves it.
+  d.form->SetBounds(120, 90, 500, 340);
+  ui_.sync();
+  EXPECT_EQ(window->pos(), QPoint(120, 90));
+  window->move(200, 150);
+  QApplication::processEvents();
+  EXPECT_EQ(d.form->Left(), 200);
+  EXPECT_EQ(d.form->Top(), 150);
 
   QTest::mouseClick(child<QCheckBox>(window, u"Whole"), Qt::LeftButton);
   EXPECT_TRUE(check->Checked());
@@ -456,6 +466,59 @@ TEST_F(QtBackend, EveryStandardControlHasItsNaturalWidget) {
   ASSERT_EQ(table->rowCount(), 2);
   table->item(1, 1)->setText(QStringLiteral("600"));
   EXPECT_EQ(values->Strings().Values(u"Height"), u"600");
+  form.Hide();
+}
+
+TEST_F(QtBackend, APageControlShowsItsTabsAndATabClickAsksTheModel) {
+  TForm form(nullptr);
+  form.SetName(u"Options");
+  form.SetCaption(u"Options");
+  form.SetBounds(0, 0, 360, 220);
+  auto* pages = new TPageControl(&form);
+  pages->SetName(u"Pages");
+  pages->SetParent(&form);
+  pages->SetBounds(8, 8, 344, 204);
+  std::vector<TLabel*> labels;
+  for (const char16_t* caption : {u"General", u"Network", u"Hidden", u"Advanced"}) {
+    auto* sheet = new TTabSheet(&form);
+    sheet->SetName(UnicodeString(caption) + u"Sheet");
+    sheet->SetCaption(caption);
+    sheet->SetParent(pages);
+    auto* label = new TLabel(&form);
+    label->SetName(UnicodeString(caption) + u"Label");
+    label->SetParent(sheet);
+    label->SetBounds(12, 12, 200, 20);
+    label->SetCaption(UnicodeString(u"Settings: ") + caption);
+    labels.push_back(label);
+  }
+  pages->Pages(2)->SetTabVisible(false);
+  bool allow = true;
+  pages->OnChanging = [&](TObject*, bool& ok) { ok = allow; };
+  form.Show();
+  ui_.sync();
+  QWidget* window = ui_.window_of(form);
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+  auto* bar = child<QWidget>(window, u"Pages")->findChild<QTabBar*>();
+  ASSERT_NE(bar, nullptr);
+  ASSERT_EQ(bar->count(), 3) << "a page without a tab has none";
+  EXPECT_EQ(bar->tabText(2), QStringLiteral("Advanced"));
+  EXPECT_TRUE(child<QLabel>(window, u"GeneralLabel")->isVisible());
+  EXPECT_FALSE(child<QLabel>(window, u"AdvancedLabel")->isVisible());
+
+  // The third tab is the fourth page.
+  QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(2).center());
+  ui_.sync();
+  EXPECT_EQ(pages->ActivePageIndex(), 3);
+  EXPECT_TRUE(child<QLabel>(window, u"AdvancedLabel")->isVisible());
+  EXPECT_FALSE(child<QLabel>(window, u"GeneralLabel")->isVisible());
+  const QImage shot = photograph(window, "page_control");
+  EXPECT_GT(colours(shot), 20);
+  // A refused change leaves the page and puts the bar back.
+  allow = false;
+  QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(0).center());
+  ui_.sync();
+  EXPECT_EQ(pages->ActivePageIndex(), 3);
+  EXPECT_EQ(bar->currentIndex(), 2);
   form.Hide();
 }
 

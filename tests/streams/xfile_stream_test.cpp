@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <optional>
 #include <string>
+#include <tuple>
 
 #include "tests/support/xtest_helpers.h"
 
@@ -35,26 +35,21 @@ class XFileStream : public ::testing::Test {
 };
 
 TEST_F(XFileStream, ModesOpenPositionAndTruncateAsNamed) {
-  struct row {
-    int mode;
-    const char* write;
-    std::int64_t start;
-    const char* after;
+  // Mode, position after the open, the file after writing "ab".
+  const std::tuple<int, std::int64_t, const char*> rows[] = {
+      {xfile_write, 0, "ab23456789"},      // from the start, no truncation
+      {xfile_create, 0, "ab"},             // truncates
+      {xfile_append, 10, "0123456789ab"},  // positioned at the end
   };
-  const row rows[] = {
-      {xfile_write, "ab", 0, "ab23456789"},        // from the start, no truncation
-      {xfile_create, "ab", 0, "ab"},               // truncates
-      {xfile_append, "ab", 10, "0123456789ab"},    // positioned at the end
-  };
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.mode);
+  for (const auto& [mode, start, after] : rows) {
+    SCOPED_TRACE(mode);
     put("f.txt", "0123456789");
     {
-      xfile_stream f(path("f.txt"), r.mode);
-      EXPECT_EQ(f.get_position(), r.start);
-      f.write_buffer(r.write, 2);
+      xfile_stream f(path("f.txt"), mode);
+      EXPECT_EQ(f.get_position(), start);
+      f.write_buffer("ab", 2);
     }
-    EXPECT_EQ(get("f.txt"), r.after);
+    EXPECT_EQ(get("f.txt"), after);
   }
 }
 
@@ -103,25 +98,18 @@ TEST_F(XFileStream, AKnownFileReopensWithoutASecondLook) {
 TEST_F(XFileStream, OpenFailuresReportTheirCauseAndTheName) {
   put("file", "x");
   fs::create_directory(dir_.path / "sub");
-  struct row {
-    const char* name;
-    int mode;
-    const char* cause;
-    xerror_category category;  // what a program branches on
-  };
+  // Name, mode, cause and the category a program branches on.
   constexpr auto not_found = xerror_category::not_found, permission = xerror_category::permission;
-  const row rows[] = {
+  const std::tuple<const char*, int, const char*, xerror_category> rows[] = {
       {"missing.txt", xfile_read, "File not found !", not_found},
       {"nodir/a.txt", xfile_create, "Path not found !", not_found},
       {"file/a.txt", xfile_read, "Path not found !", not_found},  // a file used as a directory
       {"sub", xfile_create, "Permission denied !", permission},   // a directory is not a file
   };
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.name);
-    const xstr name = path(r.name);
-    const test::raised got = opened(name, r.mode);
-    EXPECT_EQ(got.text, std::string(r.cause) + "\nFile: " + name.get_text());
-    EXPECT_EQ(got.category, r.category);
+  for (const auto& [file, mode, cause, category] : rows) {
+    SCOPED_TRACE(file);
+    const xstr name = path(file);
+    EXPECT_EQ(opened(name, mode), (test::raised{category, -1, -1, cause + ("\nFile: " + name.str())}));
   }
   // A read-only file opened for writing (unless running with override rights).
   put("ro.txt", "x");

@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstdint>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -64,34 +65,26 @@ TEST(XMemoryStream, WritesGrowAndSetSizeRewinds) {
 // Seeks from position 4 of a 10-byte stream. Results past the end extend a
 // memory stream (up to INT_MAX) and throw xexception 4 on a buffer stream.
 TEST(XBufferStream, SeekUsesTheLow32BitsClampsAtZeroAndGrowsOnlyMemory) {
-  struct Row {
-    xseek_origin origin;
-    std::int64_t offset;
-    std::int64_t want;
-  };
-  // Rows 2-4 count only through the low 32 bits of the offset (3, 0, -1
-  // and 0); the last lands at INT_MAX + 4.
-  const Row rows[] = {{xseek_current, -100, 0},
-                      {xseek_begin, 0x100000003, 3},
-                      {xseek_begin, 0xffffffff, 0},
-                      {xseek_current, INT64_MIN, 4},
-                      {xseek_end, 5, 15},
-                      {xseek_current, INT_MAX, 0x80000003}};
+  // Origin, offset, result. Rows 2-4 count only through the low 32 bits of
+  // the offset (3, 0, -1 and 0); the last lands at INT_MAX + 4.
+  const std::tuple<xseek_origin, std::int64_t, std::int64_t> rows[] = {
+      {xseek_current, -100, 0}, {xseek_begin, 0x100000003, 3}, {xseek_begin, 0xffffffff, 0},
+      {xseek_current, INT64_MIN, 4}, {xseek_end, 5, 15}, {xseek_current, INT_MAX, 0x80000003}};
   const char text[] = "0123456789";
-  for (const Row& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.origin << " " << row.offset);
+  for (const auto& [origin, offset, want] : rows) {
+    SCOPED_TRACE(testing::Message() << origin << " " << offset);
     xbuffer_stream b(text, 10);
     xmemory_stream m;
     m.write(text, 10);
     b.seek(4, xseek_begin);
     m.seek(4, xseek_begin);
-    const bool grows = row.want > 10, too_far = row.want > INT_MAX;  // for a memory stream
-    EXPECT_EQ(code_of([&] { EXPECT_EQ(b.seek(row.offset, row.origin), row.want); }),
+    const bool grows = want > 10, too_far = want > INT_MAX;  // for a memory stream
+    EXPECT_EQ(code_of([&] { EXPECT_EQ(b.seek(offset, origin), want); }),
               grows ? xexception::not_supported : -1);
-    EXPECT_EQ(b.get_position(), grows ? 4 : row.want);
-    EXPECT_EQ(code_of([&] { EXPECT_EQ(m.seek(row.offset, row.origin), row.want); }),
+    EXPECT_EQ(b.get_position(), grows ? 4 : want);
+    EXPECT_EQ(code_of([&] { EXPECT_EQ(m.seek(offset, origin), want); }),
               too_far ? xexception::out_of_range : -1);
-    EXPECT_EQ(m.get_size(), grows && !too_far ? row.want : 10);
+    EXPECT_EQ(m.get_size(), grows && !too_far ? want : 10);
   }
 }
 

@@ -5,12 +5,12 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "core/xexception.h"
-#include "core/xexceptions.h"
 #include "streams/xmemory_stream.h"
 #include "tests/support/xtest_helpers.h"
 
@@ -72,20 +72,17 @@ class XSectionStream : public testing::Test {
 };
 
 TEST_F(XSectionStream, SeekClampsToTheSectionAndMovesTheUnderlyingStream) {
-  struct Row {
-    xseek_origin origin;
-    std::int64_t offset;
-    std::int64_t want;
-  };
-  const Row rows[] = {{xseek_begin, -5, 0},  {xseek_current, 30, 50},        {xseek_end, -1, 99},
-                      {xseek_end, 1, 100},   {xseek_begin, INT64_MAX, 100}, {xseek_end, INT64_MIN, 0}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.origin << " " << row.offset);
+  // From position 20 of a 100-byte section: origin, offset, result.
+  const std::tuple<xseek_origin, std::int64_t, std::int64_t> rows[] = {
+      {xseek_begin, -5, 0}, {xseek_current, 30, 50},        {xseek_end, -1, 99},
+      {xseek_end, 1, 100},  {xseek_begin, INT64_MAX, 100}, {xseek_end, INT64_MIN, 0}};
+  for (const auto& [origin, offset, want] : rows) {
+    SCOPED_TRACE(testing::Message() << origin << " " << offset);
     m.seek(1000, xseek_begin);
     xsection_stream s(m, 100, false);
     s.seek(20, xseek_begin);
-    EXPECT_EQ(s.seek(row.offset, row.origin), row.want);
-    EXPECT_EQ(m.get_position(), 1000 + row.want);
+    EXPECT_EQ(s.seek(offset, origin), want);
+    EXPECT_EQ(m.get_position(), 1000 + want);
   }
 }
 

@@ -15,12 +15,6 @@ namespace {
 
 using test::bytes_of;
 
-struct form {
-  const char* name;
-  bool buffered;
-};
-const form forms[] = {{"unbuffered", false}, {"buffered", true}};
-
 std::unique_ptr<std::iostream> adapter(xstream& s, bool buffered, int block = 8) {
   return buffered ? s.std_stream(xstd_buffering::buffered, block) : s.std_stream();
 }
@@ -61,10 +55,10 @@ TEST(XStdStream, AShortWriteRaisesIOErrorAtTheCall) {
 // --- both forms (the contract suite runs both over every stream) -----------
 
 TEST(XStdStream, AWriteAfterAReadLandsWhereTheReaderIs) {
-  for (const form& f : forms) {
-    SCOPED_TRACE(f.name);
+  for (const bool buffered : {false, true}) {
+    SCOPED_TRACE(buffered ? "buffered" : "unbuffered");
     xmemory_stream m;
-    auto io = adapter(filled(m, "0123456789"), f.buffered);
+    auto io = adapter(filled(m, "0123456789"), buffered);
     EXPECT_EQ(io->get(), '0');
     EXPECT_EQ(io->peek(), '1');  // looked at, not taken
     *io << "X";

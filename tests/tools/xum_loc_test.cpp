@@ -27,13 +27,9 @@ class xum_loc : public test::loc_test {
   void SetUp() override {
     collect({"Settings", "Open", "OK", "Close"});
     std::string text = bytes();
-    const auto translate = [&text](const std::string& o, const std::string& t) {
-      const auto at = text.find("t=!#!", text.find("o=" + o + "\r\n"));
-      text.replace(at, 5, "t=" + t);
-    };
-    translate("Settings", "Einstellungen");
-    translate("Open", "Öffnen \"jetzt\"");
-    translate("OK", "!@!");
+    translate(text, "o=Settings\r\n", "Einstellungen");
+    translate(text, "o=Open\r\n", "Öffnen \"jetzt\"");
+    translate(text, "o=OK\r\n", "!@!");
     write(text);
     collect({"Options", "Open", "OK", "Close"});
   }
