@@ -1,6 +1,7 @@
 #include "framework/tapplication.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "core/xexception.h"
 #include "framework/xexception_presenter.h"
@@ -82,6 +83,20 @@ void TApplication::HandleException(TObject* Sender) {
   else
     xpresent_exception(e);
 }
+
+bool TApplication::show_help(const UnicodeString& Keyword, THelpContext Context) {
+  if (!FHelpViewer) {
+    MessageBox(xstr("No help viewer is installed in this application"), xstr("Help"), MB_OK | MB_ICONASTERISK);
+    return false;
+  }
+  return FHelpViewer(Keyword, Keyword.empty() ? Context : 0);
+}
+
+bool TApplication::HelpKeyword(const UnicodeString& Keyword) { return show_help(Keyword, 0); }
+
+bool TApplication::HelpContext(THelpContext Context) { return show_help(UnicodeString(), Context); }
+
+THelpViewer TApplication::SetHelpViewer(THelpViewer Viewer) { return std::exchange(FHelpViewer, std::move(Viewer)); }
 
 int TApplication::MessageBox(const xstr& Text, const xstr& Caption, unsigned Flags) {
   return xui().message_box(Text, Caption, Flags);

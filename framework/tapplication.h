@@ -12,6 +12,11 @@
 // without one, the library's exception presentation. When Run ends, calls
 // other threads still wait to synchronize are released with an error.
 //
+// Help: HelpKeyword and HelpContext (and F1 on a form) hand the topic to
+// the help viewer, which a help system installs; the library's HTML help
+// (ui/thtml_help.h) installs itself when the library loads and shows pages
+// of the HelpFile. Without a viewer, a box says that no help is installed.
+//
 // The forms and other components the application owns are destroyed, last
 // created first, when the process exits normally (or the library is
 // unloaded), after the main loop has shut down; the application object
@@ -34,6 +39,8 @@
 namespace xum {
 
 using TExceptionEvent = std::function<void(TObject* Sender, std::exception_ptr E)>;
+// Shows the help topic Keyword (when not empty) or Context; whether it did.
+using THelpViewer = std::function<bool(const UnicodeString& Keyword, THelpContext Context)>;
 
 class xmodal_loop;
 
@@ -71,6 +78,19 @@ class XUM_API TApplication : public TComponent {
   void HandleException(TObject* Sender);
   TExceptionEvent OnException;
 
+  // Where the application's help is (a folder or an archive of pages for
+  // the HTML help); empty: none.
+  const UnicodeString& HelpFile() const noexcept { return FHelpFile; }
+  void SetHelpFile(const UnicodeString& Value) { FHelpFile = Value; }
+  // Shows the help topic through the help viewer; false when there is no
+  // viewer (a box says so) or the viewer could not show it. An empty
+  // keyword or context 0 asks for the help's contents.
+  bool HelpKeyword(const UnicodeString& Keyword);
+  bool HelpContext(THelpContext Context);
+  const THelpViewer& HelpViewer() const noexcept { return FHelpViewer; }
+  // Installs the viewer (empty: none) and returns the previous one.
+  THelpViewer SetHelpViewer(THelpViewer Viewer);
+
   // A message box through the UI backend; returns the button (IDOK ...).
   int MessageBox(const xstr& Text, const xstr& Caption, unsigned Flags);
   // Destroys a form from the main loop, after the current event.
@@ -78,8 +98,11 @@ class XUM_API TApplication : public TComponent {
 
  private:
   void turn(int timeout_ms);
+  bool show_help(const UnicodeString& Keyword, THelpContext Context);
   TCustomForm* FMainForm = nullptr;
   UnicodeString FTitle;
+  UnicodeString FHelpFile;
+  THelpViewer FHelpViewer;
   std::atomic<bool> FTerminated{false};
   // Counts Terminate calls: a modal loop ends when one comes while it runs.
   std::atomic<unsigned> FTerminations{0};
