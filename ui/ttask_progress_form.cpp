@@ -155,6 +155,10 @@ bool TTaskProgressForm::CloseQuery() {
 
 TTaskOutcome TTaskProgressForm::Run(TTaskWork Work) {
   if (FRunning) throw EInvalidOperation(u"The task progress form runs a task already");
+  // Also makes the main loop before the worker could: a loop first reached
+  // from the worker would take the worker for the main thread.
+  if (!xmain_loop::instance().in_main_thread())
+    throw EInvalidOperation(u"A task progress form runs on the main thread only");
   FState = std::make_shared<xtask_progress::state>();
   FState->form = this;
   FCancelling = false;
@@ -194,17 +198,25 @@ TTaskOutcome TTaskProgressForm::Run(TTaskWork Work) {
   };
 
   FRunning = true;
+  // A task run after the application's run has ended (a last save on the
+  // way out) needs the main loop the run shut down: it is open while the
+  // task runs.
+  xmain_loop& loop = xmain_loop::instance();
+  const bool reopened = loop.is_shut_down();
+  if (reopened) loop.open();
   // However Run leaves, the work has returned first.
   struct finish {
     TTaskProgressForm& form;
     TThread& worker;
+    bool shut_again;
     ~finish() {
       if (!worker.Finished()) form.FState->cancelled = true;
       worker.Stop();
       form.FState->form = nullptr;
       form.FRunning = false;
+      if (shut_again) xmain_loop::instance().shutdown();
     }
-  } guard{*this, worker};
+  } guard{*this, worker, reopened};
 
   worker.Start();
   const bool terminated_before = Application()->Terminated();

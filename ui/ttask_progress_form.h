@@ -44,7 +44,8 @@
 // and waited for. A backend that shows no window (the headless one) ends
 // the display at once: the work then runs to its end while Run waits, as
 // if nobody watched. Either way Run never returns while the work runs, and
-// never leaves the form open.
+// never leaves the form open. After the application's run has ended (a last
+// save on the way out), Run opens the main loop again while the task runs.
 //
 // Controls (named for the component localizer): "TextLabel" (TLabel),
 // "ProgressBar" (TProgressBar, 0..Total of the latest SetProgress, or a
@@ -112,8 +113,8 @@ class XUM_API TTaskProgressForm : public TForm {
 
   // Runs Work on a worker thread with the form shown modally; returns when
   // the work has returned and the form is closed (see the header notes).
-  // Raises EInvalidOperation while it runs already, EThread when no thread
-  // can be started (the work does not run then).
+  // Raises EInvalidOperation while it runs already or off the main thread,
+  // EThread when no thread can be started (the work does not run then).
   TTaskOutcome Run(TTaskWork Work);
   // Asks the running work to stop; nothing when none runs or it stops
   // already.

@@ -231,6 +231,26 @@ TEST_F(TaskProgress, WhenTheDisplayEndsWithoutTheWorkItRunsOnOrStops) {
   expect_closed(form_);
 }
 
+// The application's run ended (its main loop shut down), then a last task:
+// its progress and its end still reach the form, and the loop is shut again.
+TEST_F(TaskProgress, ATaskAfterTheApplicationsRunStillReachesTheForm) {
+  xmain_loop::instance().shutdown();
+  UnicodeString shown;
+  form_.OnProgress = [&](TObject*) { shown = form_.TextLabel()->Caption(); };
+  std::atomic<bool> synchronized{false};
+  let_it_finish();
+  EXPECT_EQ(form_.Run([&](xtask_progress& p) {
+              p.SetText(u"last save");
+              p.Synchronize([&] { synchronized = true; });
+            }),
+            toDone);
+  EXPECT_TRUE(synchronized);
+  EXPECT_EQ(shown, u"last save");
+  EXPECT_TRUE(xmain_loop::instance().is_shut_down());
+  xmain_loop::instance().open();
+  expect_closed(form_);
+}
+
 TEST_F(TaskProgress, ARunningFormRefusesASecondRun) {
   std::string refused;
   ui_.queue_steps({[&](TCustomForm&, xmodal_loop& loop) {
