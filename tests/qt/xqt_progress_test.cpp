@@ -1,21 +1,28 @@
 // The task progress form under the Qt backend with a real worker thread:
 // photographed mid-way (the bar partly filled, the work's text shown), then
-// stopped by a synthesized click on Cancel while the work still runs.
+// stopped by a synthesized click on Cancel while the work still runs. And
+// F1 pressed in a real window asks the application's help for the focused
+// control's topic.
 #include <QApplication>
 #include <QLabel>
+#include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
 #include <atomic>
 #include <chrono>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "tests/qt/xqt_screenshots.h"
 
 #include "backends/qt/xqt_backend.h"
+#include "framework/tapplication.h"
+#include "framework/tstdctrls.h"
 #include "ui/ttask_progress_form.h"
 
 namespace xum {
@@ -99,6 +106,41 @@ TEST(QtTaskProgress, MidWayTheBarIsPartlyFilledAndCancelStopsTheWorker) {
   EXPECT_EQ(outcome, toCancelled);
   QWidget* window = ui.window_of(form);
   EXPECT_TRUE(window == nullptr || !window->isVisible()) << "the form was left open";
+}
+
+TEST(QtHtmlHelp, F1InAWindowOpensTheFocusedControlsTopic) {
+  xqt_backend& ui = use_qt_backend();
+  TForm form(nullptr);
+  form.SetName(u"HelpForm");
+  form.SetBounds(0, 0, 240, 80);
+  auto* box = new TGroupBox(&form);
+  box->SetName(u"Options");
+  box->SetParent(&form);
+  box->SetBounds(8, 8, 220, 60);
+  box->SetHelpKeyword(u"options");
+  auto* edit = new TEdit(&form);
+  edit->SetName(u"NameEdit");
+  edit->SetParent(box);
+  edit->SetBounds(8, 20, 200, 21);
+  std::vector<std::string> asked;
+  const THelpViewer viewer = Application()->SetHelpViewer([&](const UnicodeString& keyword, THelpContext) {
+    asked.push_back(FromUnicode(keyword).str());
+    return true;
+  });
+  form.Show();
+  ui.sync();
+  QWidget* window = ui.window_of(form);
+  ASSERT_NE(window, nullptr);
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+  auto* line = child<QLineEdit>(window, u"NameEdit");
+  ASSERT_NE(line, nullptr);
+  line->setFocus();
+  QTest::keyClick(line, Qt::Key_F1);
+  QTest::keyClick(line, Qt::Key_F1, Qt::ShiftModifier);  // not help
+  EXPECT_EQ(asked, std::vector<std::string>{"options"}) << "the edit's parent group box has the topic";
+  form.Hide();
+  ui.sync();
+  Application()->SetHelpViewer(viewer);
 }
 
 }  // namespace
