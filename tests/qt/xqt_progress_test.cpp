@@ -64,7 +64,14 @@ TEST(QtTaskProgress, MidWayTheBarIsPartlyFilledAndCancelStopsTheWorker) {
     auto* text = child<QLabel>(window, u"TextLabel");
     auto* cancel = child<QPushButton>(window, u"CancelBtn");
     ASSERT_TRUE(bar && text && cancel);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return bar->maximum() == 10 && bar->value() == 4; }, 5000))
+    // Inside this callback Qt's loop never waits, which is when the backend
+    // syncs by itself: the test syncs.
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+          ui.sync();
+          return bar->maximum() == 10 && bar->value() == 4;
+        },
+        5000))
         << "the bar shows " << bar->value() << " of " << bar->maximum();
 
     const QImage shot = photograph(window, "task_progress_midway");
@@ -84,8 +91,6 @@ TEST(QtTaskProgress, MidWayTheBarIsPartlyFilledAndCancelStopsTheWorker) {
 
     QTest::mouseClick(cancel, Qt::LeftButton);
     EXPECT_TRUE(form.Cancelling());
-    // Inside this callback Qt's loop never waits, which is when the backend
-    // syncs by itself.
     ui.sync();
     EXPECT_FALSE(cancel->isEnabled());
     EXPECT_EQ(text->text(), QStringLiteral("Stopping..."));
