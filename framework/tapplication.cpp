@@ -84,12 +84,20 @@ void TApplication::HandleException(TObject* Sender) {
     xpresent_exception(e);
 }
 
+namespace {
+THelpViewerFn default_help_viewer = nullptr;
+}  // namespace
+
+THelpViewerFn xset_default_help_viewer(THelpViewerFn Viewer) noexcept {
+  return std::exchange(default_help_viewer, Viewer);
+}
+
 bool TApplication::show_help(const UnicodeString& Keyword, THelpContext Context) {
-  if (!FHelpViewer) {
-    MessageBox(xstr("No help viewer is installed in this application"), xstr("Help"), MB_OK | MB_ICONASTERISK);
-    return false;
-  }
-  return FHelpViewer(Keyword, Keyword.empty() ? Context : 0);
+  const THelpContext context = Keyword.empty() ? Context : 0;
+  if (FHelpViewer) return FHelpViewer(Keyword, context);
+  if (default_help_viewer != nullptr) return default_help_viewer(Keyword, context);
+  MessageBox(xstr("No help viewer is installed in this application"), xstr("Help"), MB_OK | MB_ICONASTERISK);
+  return false;
 }
 
 bool TApplication::HelpKeyword(const UnicodeString& Keyword) { return show_help(Keyword, 0); }

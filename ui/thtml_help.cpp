@@ -120,11 +120,6 @@ void THtmlHelp::MapContext(THelpContext Context, const UnicodeString& Keyword) {
 
 THtmlHelp::TOpener THtmlHelp::SetOpener(TOpener Opener) { return std::exchange(FOpener, std::move(Opener)); }
 
-void THtmlHelp::Install() {
-  Application()->SetHelpViewer(
-      [this](const UnicodeString& Keyword, THelpContext Context) { return Show(Keyword, Context); });
-}
-
 const THtmlHelp::extracted& THtmlHelp::extract(const std::string& archive) {
   xvirtual_file_sys vfs;
   try {
@@ -223,11 +218,13 @@ bool xdesktop_open(const xstr& url) {
 
 namespace {
 
-// The application's help viewer from the moment the library is loaded.
-const bool installed = [] {
-  HtmlHelp().Install();
-  return true;
-}();
+bool show_html_help(const UnicodeString& Keyword, THelpContext Context) {
+  return HtmlHelp().Show(Keyword, Context);
+}
+
+// The default help viewer from the moment the library is loaded; only a
+// function pointer is set then, nothing is built.
+const bool installed = (xset_default_help_viewer(&show_html_help), true);
 
 }  // namespace
 

@@ -7,9 +7,10 @@
 //   xum::HtmlHelp().MapContext(120, u"printing");
 //   xum::Application()->HelpContext(120);  // .../printing.html
 //
-// The library installs it as the application's help viewer when it loads
-// (TApplication::SetHelpViewer), so Application()->HelpKeyword,
-// HelpContext and F1 on a form (TCustomForm::DispatchKeyDown) all end here.
+// The library makes it the default help viewer when it loads
+// (xset_default_help_viewer), so Application()->HelpKeyword, HelpContext
+// and F1 on a form (TCustomForm::DispatchKeyDown) end here unless the
+// application installs a viewer of its own.
 //
 // Which page: the help's `<keyword>.html` (in a folder, the exact name,
 // else the one name that differs only in case), else its `index.html` with
@@ -77,8 +78,6 @@ class XUM_API THtmlHelp {
   // Installs Opener (empty: the desktop's again); returns the previous one.
   TOpener SetOpener(TOpener Opener);
 
-  // Makes Show the application's help viewer.
-  void Install();
 
  private:
   struct extracted {

@@ -215,14 +215,16 @@ TEST_F(HtmlHelp, F1OpensTheTopicOfTheFocusedControlOrItsNearestParent) {
   xum::HtmlHelp().MapContext(120, u"");
 }
 
-TEST(ApplicationHelp, WithoutAViewerABoxSaysSo) {
+TEST(ApplicationHelp, TheApplicationsViewerElseTheDefaultElseABox) {
   xscripted_backend ui;
   xui_backend_scope use(ui);
-  THelpViewer previous = Application()->SetHelpViewer({});
+  const THelpViewerFn html = xset_default_help_viewer(nullptr);
   EXPECT_FALSE(Application()->HelpKeyword(u"x"));
   EXPECT_FALSE(Application()->HelpContext(3));
   ASSERT_EQ(ui.boxes().size(), 2u);
   EXPECT_EQ(ui.boxes()[0].text.str(), "No help viewer is installed in this application");
+  // The application's own viewer comes before the default one.
+  xset_default_help_viewer(html);
   std::vector<std::pair<std::string, int>> asked;
   Application()->SetHelpViewer([&](const UnicodeString& keyword, THelpContext context) {
     asked.emplace_back(FromUnicode(keyword).str(), context);
@@ -231,7 +233,7 @@ TEST(ApplicationHelp, WithoutAViewerABoxSaysSo) {
   EXPECT_TRUE(Application()->HelpContext(9));
   EXPECT_TRUE(Application()->HelpKeyword(u"k"));
   EXPECT_EQ(asked, (std::vector<std::pair<std::string, int>>{{"", 9}, {"k", 0}}));
-  Application()->SetHelpViewer(std::move(previous));
+  Application()->SetHelpViewer({});
 }
 
 }  // namespace
