@@ -38,7 +38,9 @@
 //   "No help file is set for this application (Application()->HelpFile)"
 //   "Help file not found: <path>"
 //   "The help <path> has no page <keyword>.html and no index.html"
+//   "The help <path> has no index.html"            (no keyword)
 //   "Cannot read the help archive <path>: <the archive's reason>"
+//   "Cannot extract ...: <the system's reason>"     (a full disk ...)
 //   "Cannot open the help page <url>"
 // PageURL throws the same texts as Exception.
 //
