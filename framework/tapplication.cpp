@@ -1,6 +1,7 @@
 #include "framework/tapplication.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "core/xexception.h"
 #include "framework/xexception_presenter.h"
@@ -90,6 +91,28 @@ void TApplication::HandleException(TObject* Sender) {
   else
     xpresent_exception(e);
 }
+
+namespace {
+THelpViewerFn default_help_viewer = nullptr;
+}  // namespace
+
+THelpViewerFn xset_default_help_viewer(THelpViewerFn Viewer) noexcept {
+  return std::exchange(default_help_viewer, Viewer);
+}
+
+bool TApplication::show_help(const UnicodeString& Keyword, THelpContext Context) {
+  const THelpContext context = Keyword.empty() ? Context : 0;
+  if (FHelpViewer) return FHelpViewer(Keyword, context);
+  if (default_help_viewer != nullptr) return default_help_viewer(Keyword, context);
+  MessageBox(xstr("No help viewer is installed in this application"), xstr("Help"), MB_OK | MB_ICONASTERISK);
+  return false;
+}
+
+bool TApplication::HelpKeyword(const UnicodeString& Keyword) { return show_help(Keyword, 0); }
+
+bool TApplication::HelpContext(THelpContext Context) { return show_help(UnicodeString(), Context); }
+
+THelpViewer TApplication::SetHelpViewer(THelpViewer Viewer) { return std::exchange(FHelpViewer, std::move(Viewer)); }
 
 int TApplication::MessageBox(const xstr& Text, const xstr& Caption, unsigned Flags) {
   return xui().message_box(Text, Caption, Flags);

@@ -12,6 +12,12 @@
 // without one, the library's exception presentation. When Run ends, calls
 // other threads still wait to synchronize are released with an error.
 //
+// Help: HelpKeyword and HelpContext (and F1 on a form) hand the topic to
+// the application's help viewer, else to the library's default viewer: the
+// HTML help (ui/thtml_help.h), which makes itself the default when the
+// library loads and shows pages of the HelpFile. Without either, a box says
+// that no help is installed.
+//
 // The forms and other components the application owns are destroyed, last
 // created first, when the process exits normally (or the library is
 // unloaded), after the main loop has shut down; the application object
@@ -34,6 +40,9 @@
 namespace xum {
 
 using TExceptionEvent = std::function<void(TObject* Sender, std::exception_ptr E)>;
+// Shows the help topic Keyword (when not empty) or Context; whether it did.
+using THelpViewer = std::function<bool(const UnicodeString& Keyword, THelpContext Context)>;
+using THelpViewerFn = bool (*)(const UnicodeString& Keyword, THelpContext Context);
 
 class xmodal_loop;
 
@@ -71,6 +80,21 @@ class XUM_API TApplication : public TComponent {
   void HandleException(TObject* Sender);
   TExceptionEvent OnException;
 
+  // Where the application's help is (a folder or an archive of pages for
+  // the HTML help); empty: none.
+  const UnicodeString& HelpFile() const noexcept { return FHelpFile; }
+  void SetHelpFile(const UnicodeString& Value) { FHelpFile = Value; }
+  // Shows the help topic through the help viewer (the default one when the
+  // application has none); false when there is no viewer (a box says so)
+  // or the viewer could not show it. An empty keyword or context 0 asks
+  // for the help's contents.
+  bool HelpKeyword(const UnicodeString& Keyword);
+  bool HelpContext(THelpContext Context);
+  const THelpViewer& HelpViewer() const noexcept { return FHelpViewer; }
+  // Installs the application's viewer (empty: the default again) and
+  // returns the previous one.
+  THelpViewer SetHelpViewer(THelpViewer Viewer);
+
   // A message box through the UI backend; returns the button (IDOK ...).
   int MessageBox(const xstr& Text, const xstr& Caption, unsigned Flags);
   // Destroys a form from the main loop, after the current event.
@@ -78,13 +102,21 @@ class XUM_API TApplication : public TComponent {
 
  private:
   void turn(int timeout_ms);
+  bool show_help(const UnicodeString& Keyword, THelpContext Context);
   TCustomForm* FMainForm = nullptr;
   UnicodeString FTitle;
+  UnicodeString FHelpFile;
+  THelpViewer FHelpViewer;
   std::atomic<bool> FTerminated{false};
   // Counts Terminate calls: a modal loop ends when one comes while it runs.
   std::atomic<unsigned> FTerminations{0};
   friend class xmodal_loop;
 };
+
+// The help viewer of applications that install none of their own (null:
+// none); returns the previous one. A plain function, so that a part of the
+// library may set it while the library loads.
+XUM_API THelpViewerFn xset_default_help_viewer(THelpViewerFn Viewer) noexcept;
 
 // The process-wide application object, created on first use; its forms go
 // at exit (see above).

@@ -174,4 +174,21 @@ TValueListEditor::TValueListEditor(TComponent* AOwner) : TWinControl(AOwner) {
   FTitleCaptions.Add(u"Value");
 }
 
+// ---- TProgressBar ----
+
+TProgressBar::TProgressBar(TComponent* AOwner) : TWinControl(AOwner) { SetBounds(0, 0, 150, 17); }
+
+void TProgressBar::SetRange(int AMin, int AMax) noexcept {
+  FMin = AMin;
+  FMax = AMax < AMin ? AMin : AMax;
+  SetPosition(FPosition);
+}
+
+void TProgressBar::SetPosition(int Value) noexcept { FPosition = Value < FMin ? FMin : Value > FMax ? FMax : Value; }
+
+void TProgressBar::StepBy(int Delta) noexcept {
+  const long long next = static_cast<long long>(FPosition) + Delta;
+  SetPosition(next < FMin ? FMin : next > FMax ? FMax : static_cast<int>(next));
+}
+
 }  // namespace xum

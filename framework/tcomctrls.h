@@ -1,5 +1,5 @@
 // The common controls: list views with columns, tree views with selection,
-// tool bars and their buttons, and the value list editor.
+// tool bars and their buttons, the value list editor and the progress bar.
 //
 //   auto* view = new xum::TListView(form);
 //   view->Columns().Add()->SetCaption(u"Name");
@@ -209,6 +209,38 @@ class XUM_API TToolBar : public TWinControl {
   TCustomImageList* FDisabledImages = nullptr;
   int FButtonWidth = 23;
   int FButtonHeight = 22;
+};
+
+// A bar that fills as work advances: Position between Min and Max (0 and
+// 100 at first), always kept inside them. StepIt adds Step (10), StepBy
+// any amount; Style pbstMarquee shows activity without an amount, for work
+// whose size is not known.
+enum TProgressBarStyle { pbstNormal, pbstMarquee };
+
+class XUM_API TProgressBar : public TWinControl {
+ public:
+  explicit TProgressBar(TComponent* AOwner);
+  int Min() const noexcept { return FMin; }
+  int Max() const noexcept { return FMax; }
+  int Position() const noexcept { return FPosition; }
+  // A Max below Min is raised to Min; Position moves inside the new range.
+  void SetRange(int AMin, int AMax) noexcept;
+  void SetMin(int Value) noexcept { SetRange(Value, FMax < Value ? Value : FMax); }
+  void SetMax(int Value) noexcept { SetRange(FMin, Value); }
+  void SetPosition(int Value) noexcept;
+  int Step() const noexcept { return FStep; }
+  void SetStep(int Value) noexcept { FStep = Value; }
+  void StepIt() noexcept { StepBy(FStep); }
+  void StepBy(int Delta) noexcept;
+  TProgressBarStyle Style() const noexcept { return FStyle; }
+  void SetStyle(TProgressBarStyle Value) noexcept { FStyle = Value; }
+
+ private:
+  int FMin = 0;
+  int FMax = 100;
+  int FPosition = 0;
+  int FStep = 10;
+  TProgressBarStyle FStyle = pbstNormal;
 };
 
 // A two-column grid of "Key=Value" lines.

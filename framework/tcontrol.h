@@ -58,6 +58,9 @@ inline constexpr TShiftState ssShift = 1, ssAlt = 2, ssCtrl = 4, ssLeft = 8, ssR
                              ssMiddle = 32, ssDouble = 64;
 enum TMouseButton { mbLeft, mbRight, mbMiddle };
 
+// A topic number of the application's help.
+using THelpContext = int;
+
 struct TPoint {
   int X = 0;
   int Y = 0;
@@ -107,8 +110,13 @@ class XUM_API TControl : public TComponent, public TActionClient {
 
   const UnicodeString& Hint() const noexcept { return FHint; }
   void SetHint(const UnicodeString& Value) { FHint = Value; }
+  // The control's topic in the application's help (F1 on a form, see
+  // TCustomForm::DispatchKeyDown): its HelpKeyword when set, else its
+  // HelpContext when not 0.
   const UnicodeString& HelpKeyword() const noexcept { return FHelpKeyword; }
   void SetHelpKeyword(const UnicodeString& Value) { FHelpKeyword = Value; }
+  THelpContext HelpContext() const noexcept { return FHelpContext; }
+  void SetHelpContext(THelpContext Value) noexcept { FHelpContext = Value; }
 
   TCustomAction* Action() const noexcept { return FAction; }
   void SetAction(TCustomAction* Value);
@@ -156,6 +164,7 @@ class XUM_API TControl : public TComponent, public TActionClient {
   UnicodeString FText;
   UnicodeString FHint;
   UnicodeString FHelpKeyword;
+  THelpContext FHelpContext = 0;
   TCustomAction* FAction = nullptr;
   TFont FFont;
   TColor FColor = clBtnFace;

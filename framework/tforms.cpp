@@ -61,7 +61,26 @@ std::uint16_t TCustomForm::DispatchKeyDown(std::uint16_t Key, TShiftState Shift)
   TWinControl* target = key_target();
   if (FKeyPreview && target != this) KeyDown(Key, Shift);
   if (Key != 0) target->KeyDown(Key, Shift);
+  if (Key == VK_F1 && (Shift & (ssShift | ssCtrl | ssAlt)) == 0) {
+    Key = 0;
+    show_help(target);
+  }
   return Key;
+}
+
+void TCustomForm::show_help(const TWinControl* target) {
+  for (const TControl* c = target; c != nullptr; c = c->Parent()) {
+    if (!c->HelpKeyword().empty()) {
+      Application()->HelpKeyword(c->HelpKeyword());
+      return;
+    }
+    if (c->HelpContext() != 0) {
+      Application()->HelpContext(c->HelpContext());
+      return;
+    }
+    if (c == this) break;
+  }
+  Application()->HelpKeyword(UnicodeString());
 }
 
 char16_t TCustomForm::DispatchKeyPress(char16_t Key) {

@@ -109,6 +109,10 @@ class XUM_API TCustomForm : public TScrollingWinControl {
   // form's when none is active), each only while the key is not consumed
   // (set to 0). Returns the key as the
   // handlers left it (0: consumed).
+  // F1 without Ctrl, Alt or Shift that no handler consumed opens help
+  // (and is consumed): the topic of the active control (its HelpKeyword,
+  // else its HelpContext), else of the nearest parent that has one, else
+  // the form's; with none, the help's contents (Application()->HelpKeyword).
   std::uint16_t DispatchKeyDown(std::uint16_t Key, TShiftState Shift);
   char16_t DispatchKeyPress(char16_t Key);
 
@@ -120,6 +124,7 @@ class XUM_API TCustomForm : public TScrollingWinControl {
 
  private:
   TWinControl* key_target();
+  void show_help(const TWinControl* target);
 
   TFormBorderStyle FBorderStyle = bsSizeable;
   TWindowState FWindowState = wsNormal;

@@ -25,6 +25,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/xexport.h"
 
@@ -222,6 +223,13 @@ class XUM_API xos {
   // Ends the process at once with `code`: no destructors, no atexit
   // handlers, no buffered output flushed.
   [[noreturn]] virtual void terminate_process(int code) noexcept = 0;
+  // Starts the program argv[0] (looked up on $PATH unless it holds a '/')
+  // with the arguments argv[1..] in a process of its own that outlives
+  // this one and is never waited for (a desktop opener, a browser): its
+  // standard streams go to /dev/null, it leaves this process's session.
+  // True once the program runs; false with `error` set when it cannot be
+  // found or started (not_found for a program that is not there).
+  virtual bool start_detached_process(const std::vector<std::string>& argv, os_error& error) = 0;
 
   // Loaded binaries: a module is named by the address at which its file is
   // mapped. The load address of the binary that contains `address` (null

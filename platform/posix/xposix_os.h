@@ -55,6 +55,7 @@ class posix_os final : public xos {
   std::string executable_path() override;
   bool is_terminal(int fd) noexcept override;
   [[noreturn]] void terminate_process(int code) noexcept override;
+  bool start_detached_process(const std::vector<std::string>& argv, os_error& error) override;
   const void* module_base_of(const void* address) noexcept override;
   const void* executable_base() noexcept override;
 

@@ -106,6 +106,10 @@ std::string xos_wrapper::executable_path() { return target_.executable_path(); }
 
 bool xos_wrapper::is_terminal(int fd) noexcept { return target_.is_terminal(fd); }
 
+bool xos_wrapper::start_detached_process(const std::vector<std::string>& argv, os_error& error) {
+  return target_.start_detached_process(argv, error);
+}
+
 void xos_wrapper::terminate_process(int code) noexcept {
   target_.terminate_process(code);
   std::abort();  // the compiler does not carry [[noreturn]] through a virtual call

@@ -66,6 +66,7 @@ class xos_wrapper : public xos {
   std::string executable_path() override;
   bool is_terminal(int fd) noexcept override;
   [[noreturn]] void terminate_process(int code) noexcept override;
+  bool start_detached_process(const std::vector<std::string>& argv, os_error& error) override;
   const void* module_base_of(const void* address) noexcept override;
   const void* executable_base() noexcept override;
   local_time current_local_time(int& hundredths) noexcept override;

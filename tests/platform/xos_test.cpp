@@ -6,6 +6,9 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
+
+#include <unistd.h>
 
 #include "platform/testing/xos_wrapper.h"
 #include "tests/support/xtest_helpers.h"
@@ -94,6 +97,55 @@ TEST_F(SystemOs, TemporaryFilesSitBesideTheirTarget) {
   EXPECT_FALSE(os_.rename_over(temp.c_str(), path("other").c_str(), false, error));
   EXPECT_EQ(error.code, os_errc::not_found);
 }
+
+// The started program runs on after the call, in a session of its own, with
+// its arguments as given; what cannot be started says why.
+TEST_F(SystemOs, DetachedProcessesRunWithTheirArgumentsAndFailuresSayWhy) {
+  put("plain.txt", "not a program");
+  const std::string out = path("out.txt");
+  os_error error;
+  ASSERT_TRUE(os_.start_detached_process(
+      {"sh", "-c", "printf '%s|%s' \"$1\" \"$(cut -d' ' -f6 /proc/$$/stat)\" > \"$0.part\" && mv \"$0.part\" \"$0\"",
+       out, "two words"},
+      error))
+      << error.text;
+  EXPECT_FALSE(error);
+  for (int i = 0; i < 500 && !fs::exists(out); ++i) os_.sleep_ms(10);
+  std::string got;
+  ASSERT_TRUE(os_.read_whole_file(out.c_str(), got)) << "the program never ran";
+  const std::string own_session = std::to_string(getsid(0));
+  EXPECT_EQ(got.substr(0, got.find('|')), "two words");
+  EXPECT_NE(got.substr(got.find('|') + 1), own_session) << "still in the caller's session";
+
+  struct row {
+    std::vector<std::string> argv;
+    os_errc code;
+  };
+  const row rows[] = {
+      {{"xum-no-such-program-anywhere"}, os_errc::not_found},
+      {{path("gone")}, os_errc::not_found},
+      {{path("plain.txt")}, os_errc::access_denied},
+      {{}, os_errc::invalid_access},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.argv.empty() ? "(no program)" : r.argv[0]);
+    os_error failed;
+    EXPECT_FALSE(os_.start_detached_process(r.argv, failed));
+    EXPECT_EQ(failed.code, r.code);
+    EXPECT_FALSE(failed.text.empty());
+  }
+}
+
+// A double that only counts the existence tests it answers.
+class counting_os final : public xos_wrapper {
+ public:
+  using xos_wrapper::xos_wrapper;
+  bool file_exists(const char* path) noexcept override {
+    ++asked;
+    return xos_wrapper::file_exists(path);
+  }
+  int asked = 0;
+};
 
 TEST(ScopedOs, InstallsAndRestoresInNestedOrder) {
   xos_wrapper outer(system_os()), inner(system_os());

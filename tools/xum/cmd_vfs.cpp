@@ -26,10 +26,12 @@
 #include "core/xstr.h"
 #include "core/xutf.h"
 #include "formats/xvirtual_file_sys.h"
+#include "framework/xui_backend.h"
 #include "platform/xos.h"
 #include "streams/xfile_stream.h"
 #include "streams/xreplace_file_stream.h"
 #include "tools/xum/commands.h"
+#include "ui/ttask_progress_form.h"
 
 namespace fs = std::filesystem;
 
@@ -360,6 +362,9 @@ cli::command create_command() {
       "over it when complete: after a failure (a full disk, say) an existing\n"
       "ARCHIVE is unchanged. ARCHIVE '-' writes the archive to standard output.\n"
       "\n"
+      "With a window backend (XUM_BACKEND=qt) the packing shows a progress\n"
+      "window; its Cancel stops it, leaves ARCHIVE unchanged and exits 1.\n"
+      "\n"
       "Options:\n"
       "  --header N          the archive's application-defined header value\n"
       "                      (a 32-bit number, default 0)\n"
@@ -410,17 +415,43 @@ cli::command create_command() {
       archive.create(out);
     else
       archive.create(X(target));
-    progress bar("packing", total);
-    for (const input& f : files) {
-      try {
-        archive.add_file(X(f.path));
-      } catch (const Exception& e) {
-        // A failed write to the archive ends it (the library has discarded
-        // it); a file that could not be read is skipped.
-        if (!archive.writing()) throw;
-        report.problem(f.path + ": " + cause_of(e) + "; skipped");
+    // Packs the files; behind the task progress form (`task`), on its
+    // worker thread, until the user cancels.
+    auto pack = [&](xtask_progress* task) {
+      progress bar("packing", total);
+      std::uint64_t done = 0;
+      for (const input& f : files) {
+        if (task != nullptr) {
+          if (task->Cancelled()) return;
+          task->SetText(u"Packing " + xutf8_to_utf16(fs::path(f.path).filename().string()));
+          task->SetProgress(static_cast<long long>(done), static_cast<long long>(total));
+        }
+        try {
+          archive.add_file(X(f.path));
+        } catch (const Exception& e) {
+          // A failed write to the archive ends it (the library has discarded
+          // it); a file that could not be read is skipped.
+          if (!archive.writing()) throw;
+          report.problem(f.path + ": " + cause_of(e) + "; skipped");
+        }
+        bar.add(f.size);
+        done += f.size;
       }
-      bar.add(f.size);
+    };
+    if (!to_stdout && &xui() != static_cast<xui_backend*>(&xheadless_ui())) {
+      // A window backend is active (XUM_BACKEND=qt): show the progress.
+      TTaskProgressForm form(nullptr);
+      form.SetName(u"TaskProgressForm");
+      form.SetCaption(u"xum vfs create " + xutf8_to_utf16(target));
+      const TTaskOutcome outcome = form.Run([&](xtask_progress& task) { pack(&task); });
+      if (outcome == toFailed) std::rethrow_exception(form.Failure());
+      if (outcome == toCancelled) {
+        archive.discard();
+        report.problem("cancelled; " + target + " not written");
+        return cli::exit_failure;
+      }
+    } else {
+      pack(nullptr);
     }
     archive.close();
     return report.finish(report.count() == 1 ? "input skipped" : "inputs skipped");
