@@ -218,6 +218,9 @@ class XUM_API xos {
   virtual std::string home_directory() = 0;
   // Full path of the running executable; empty when it cannot be read.
   virtual std::string executable_path() = 0;
+  // Whether the process runs with the superuser's rights (effective user 0),
+  // which some programs it starts refuse.
+  virtual bool superuser() noexcept = 0;
   // Whether the descriptor refers to a terminal.
   virtual bool is_terminal(int fd) noexcept = 0;
   // Ends the process at once with `code`: no destructors, no atexit

@@ -10,6 +10,9 @@
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QImage>
+#include <QPixmap>
+#include <QSaveFile>
 #include <QScreen>
 #include <QTimer>
 
@@ -258,6 +261,20 @@ QWidget* xqt_backend::widget_of(const TControl& control) {
   for (auto& [form, mirror] : mirrors_)
     if (QWidget* w = mirror->widget_of(control)) return w;
   return nullptr;
+}
+
+void xqt_backend::save_picture(const TCustomForm& form, const UnicodeString& file) {
+  sync();
+  QApplication::processEvents();
+  QWidget* window = window_of(form);
+  if (window == nullptr || !window->isVisible())
+    throw Exception(u"Cannot take a picture of " + form.Name() + u": it has no window\nFile: " +
+                    file);
+  const QImage picture = window->grab().toImage();
+  // Written beside the file and renamed over it when complete.
+  QSaveFile out(qstr(file));
+  if (!out.open(QIODevice::WriteOnly) || !picture.save(&out, "PNG") || !out.commit())
+    throw Exception(u"Cannot write the picture: " + ustr(out.errorString()) + u"\nFile: " + file);
 }
 
 void xqt_backend::turn(int timeout_ms) {

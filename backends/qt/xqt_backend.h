@@ -74,6 +74,11 @@ class XUM_QT_API xqt_backend final : public xui_backend {
   // mirrored): for tests and for programs that add their own widgets.
   QWidget* window_of(const TCustomForm& form);
   QWidget* widget_of(const TControl& control);
+  // Saves the window of `form` as drawn now as a PNG picture (synced
+  // first), replacing `file` only once the picture is complete. Throws
+  // Exception naming the file when the form has no window or the file
+  // cannot be written.
+  void save_picture(const TCustomForm& form, const UnicodeString& file);
 
  private:
   friend class xqt_pump;

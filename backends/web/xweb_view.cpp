@@ -12,6 +12,7 @@
 #include "backends/qt/xqt_text.h"
 #include "backends/qt/xqt_widget_kind.h"
 #include "framework/tapplication.h"
+#include "platform/xos.h"
 #include "ui/twebbrowser.h"
 
 namespace xum {
@@ -238,6 +239,16 @@ void attach(TWebBrowser& browser, QWebEngineView* view) {
 void use_web_view() {
   static bool done = false;
   if (done) return;
+  // The engine's sandbox refuses the superuser and its process then dies:
+  // say so before any browser is drawn, unless the program's environment
+  // switched the sandbox off.
+  const bool sandbox_off = !qEnvironmentVariableIsEmpty("QTWEBENGINE_DISABLE_SANDBOX") ||
+                           qEnvironmentVariable("QTWEBENGINE_CHROMIUM_FLAGS")
+                               .contains(QStringLiteral("--no-sandbox"));
+  if (platform::os().superuser() && !sandbox_off)
+    throw Exception(
+        u"The web engine does not run as root with its sandbox on: run as another user, or "
+        u"set QTWEBENGINE_DISABLE_SANDBOX=1 to run it without (for trusted pages only)");
   done = true;
   TWebBrowser::SetEngineFactory([](TWebBrowser&) -> std::unique_ptr<xweb_engine> {
     if (QApplication::instance() == nullptr) return nullptr;  // the built-in engine

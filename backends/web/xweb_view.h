@@ -38,7 +38,8 @@
 // exists yet. Running as root needs the engine's sandbox switched off
 // (QTWEBENGINE_DISABLE_SANDBOX=1) and, without a GPU, software rendering
 // (QTWEBENGINE_CHROMIUM_FLAGS=--disable-gpu): the program's environment
-// decides, the library sets neither.
+// decides, the library sets neither, and use_web_view refuses the first
+// rather than let the engine's process die.
 //
 // Thread safety: the main thread only, as Qt's widgets are.
 #ifndef XUM_BACKENDS_WEB_XWEB_VIEW_H
@@ -53,7 +54,10 @@
 namespace xum {
 
 // Registers the web view's widget kind and engine (once; later calls do
-// nothing). Needs the QApplication (use_qt_backend() first).
+// nothing). Needs the QApplication (use_qt_backend() first). Run by the
+// superuser with the engine's sandbox on (see above), it throws Exception
+// "The web engine does not run as root with its sandbox on: ..." and
+// registers nothing: browsers then keep the built-in engine.
 XUM_WEB_API void use_web_view();
 
 }  // namespace xum

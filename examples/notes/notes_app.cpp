@@ -1,5 +1,6 @@
 #include "notes_app.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -11,6 +12,7 @@
 #include <xum/streams/xfile_stream.h>
 #include <xum/streams/xreplace_file_stream.h>
 #include <xum/ui/tforms_positions.h>
+#include <xum/ui/ttask_progress_form.h>
 #include <xum/ui/uiutils.h>
 
 namespace notes {
@@ -24,11 +26,22 @@ std::string read_file(const xum::xstr& name) {
   return bytes;
 }
 
-// Saved beside the old file and renamed over it, so a failed save keeps it.
-void write_file(const xum::xstr& name, const std::string& bytes) {
-  xum::xreplace_file_stream out(name);
-  out.write_buffer(bytes.data(), static_cast<int>(bytes.size()));
-  out.close();
+// Saved beside the old file and renamed over it, so a failed or cancelled
+// save keeps it. Runs on a worker thread under the task progress form: the
+// bytes go out in blocks, the bar follows, Cancel stops between blocks.
+bool write_file(const xum::xstr& name, const std::string& bytes) {
+  return xum::RunTask(u"Saving", [&](xum::xtask_progress& progress) {
+    progress.SetText(u"Saving " + xum::ToUnicode(xum::xextract_file_name(name)));
+    xum::xreplace_file_stream out(name);
+    constexpr std::size_t block = 64 * 1024;
+    for (std::size_t done = 0; done < bytes.size(); done += block) {
+      progress.CheckCancelled();  // the old file stays: the new one is never renamed over it
+      const std::size_t n = std::min(block, bytes.size() - done);
+      out.write_buffer(bytes.data() + done, static_cast<int>(n));
+      progress.SetProgress(static_cast<int>((done + n) / 1024), static_cast<int>(bytes.size() / 1024) + 1);
+    }
+    out.close();
+  });
 }
 
 // Runs a load or save; a failure is shown and reported as no success.
@@ -69,10 +82,25 @@ NotesApp::NotesApp(const std::string& settings, const std::u16string& registry_k
   Editor->SetName(u"Editor");
   Editor->SetParent(MainForm);
   Editor->SetBounds(0, 30, 640, 420);
+  // The bottom row: the status line, then the day of the walk; the panel
+  // places them.
+  StatusBar = new xum::TLayoutPanel(MainForm);
+  StatusBar->SetName(u"StatusBar");
+  StatusBar->SetParent(MainForm);
+  StatusBar->SetBounds(0, 452, 640, 26);
+  StatusBar->SetOrientation(xum::loHorizontal);
+  StatusBar->SetSpacing(8);
   StatusLine = new xum::TLabel(MainForm);
   StatusLine->SetName(u"StatusLine");
-  StatusLine->SetParent(MainForm);
-  StatusLine->SetBounds(0, 452, 640, 20);
+  StatusLine->SetParent(StatusBar);
+  StatusLine->SetWidth(500);
+  WalkDate = new xum::TDatePicker(MainForm);
+  WalkDate->SetName(u"WalkDate");
+  WalkDate->SetParent(StatusBar);
+  WalkDate->SetWidth(120);
+  xum::xdate today;
+  today.get_current();
+  WalkDate->SetDate(today);
   ToolBar = new xum::TToolBar(MainForm);
   ToolBar->SetName(u"ToolBar");
   ToolBar->SetParent(MainForm);
@@ -112,6 +140,20 @@ NotesApp::NotesApp(const std::string& settings, const std::u16string& registry_k
   ExitItem->OnClick = [this](xum::TObject*) { MainForm->Close(); };
   FileMenu->Add(ExitItem);
 
+  EditMenu = new xum::TMenuItem(MainForm);
+  EditMenu->SetName(u"EditMenu");
+  EditMenu->SetCaption(u"&Edit");
+  auto* insert_date = new xum::TMenuItem(MainForm);
+  insert_date->SetName(u"InsertDateItem");
+  insert_date->SetCaption(u"Insert walk &date");
+  insert_date->OnClick = [this](xum::TObject*) {
+    if (!WalkDate->Checked()) return;
+    const xum::UnicodeString text = Editor->Text();
+    const bool ends_line = text.empty() || text.back() == u'\n';
+    Editor->SetText(text + (ends_line ? u"" : u"\n") + WalkDate->Text() + u"\n");
+  };
+  EditMenu->Add(insert_date);
+
   xum::Application()->CreateForm(SelectorForm);
   SelectorForm->SetName(u"SelectorForm");
   SelectorForm->SetCaption(u"Notes");
@@ -137,9 +179,9 @@ NotesApp::NotesApp(const std::string& settings, const std::u16string& registry_k
     loading_ = false;
   };
   Project->OnSave = [this](xum::TObject*, bool& ok) {
-    ok = attempt([&] {
-      write_file(xum::FromUnicode(Project->FileName()), xum::FromUnicode(Editor->Text()).str());
-    });
+    // A failure is presented by the progress form's run; a cancelled save
+    // is no save either.
+    ok = write_file(xum::FromUnicode(Project->FileName()), xum::FromUnicode(Editor->Text()).str());
   };
   Project->OnClear = [this](xum::TObject*) {
     loading_ = true;

@@ -2,7 +2,11 @@
 // area, File menu and tool bar driven by the project actions, the recent
 // projects menu, the start-up selector, form positions kept in a settings
 // file, and a status line that adds up the distances noted in the text
-// (every line that begins with a number of metres).
+// (every line that begins with a number of metres). The status line and a
+// date picker for the day of the walk sit in a layout panel along the
+// bottom (Edit > Insert walk date adds that day to the text); a save runs on
+// a worker thread under the task progress form, so a long note can be
+// cancelled mid-way and the old file stays.
 //
 // Its two forms are owned by the framework's application object and
 // everything else by the main form; the destructor saves the form positions
@@ -18,6 +22,8 @@
 #include <xum/framework/tforms.h>
 #include <xum/framework/tmenus.h>
 #include <xum/framework/tstdctrls.h>
+#include <xum/ui/tdate_picker.h>
+#include <xum/ui/tlayout_panel.h>
 
 namespace notes {
 
@@ -39,6 +45,9 @@ class NotesApp {
   xum::TForm* MainForm;
   xum::TEdit* Editor;
   xum::TLabel* StatusLine;
+  xum::TLayoutPanel* StatusBar;
+  xum::TDatePicker* WalkDate;
+  xum::TMenuItem* EditMenu;
   xum::TMenuItem* FileMenu;
   xum::TMenuItem* RecentMenu;
   xum::TMenuItem* ExitItem;

@@ -95,6 +95,8 @@ std::string posix_os::environment(const char* name) {
   return value != nullptr ? value : "";
 }
 
+bool posix_os::superuser() noexcept { return ::geteuid() == 0; }
+
 std::string posix_os::home_directory() {
   std::string home = environment("HOME");
   if (!home.empty()) return home;

@@ -52,6 +52,7 @@ class posix_os final : public xos {
 
   std::string environment(const char* name) override;
   std::string home_directory() override;
+  bool superuser() noexcept override;
   std::string executable_path() override;
   bool is_terminal(int fd) noexcept override;
   [[noreturn]] void terminate_process(int code) noexcept override;

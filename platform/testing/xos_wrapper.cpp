@@ -101,6 +101,7 @@ std::string xos_wrapper::create_unique_file(const std::string& dir, const std::s
 std::string xos_wrapper::environment(const char* name) { return target_.environment(name); }
 
 std::string xos_wrapper::home_directory() { return target_.home_directory(); }
+bool xos_wrapper::superuser() noexcept { return target_.superuser(); }
 
 std::string xos_wrapper::executable_path() { return target_.executable_path(); }
 

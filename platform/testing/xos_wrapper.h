@@ -63,6 +63,7 @@ class xos_wrapper : public xos {
                                  const std::string& suffix) override;
   std::string environment(const char* name) override;
   std::string home_directory() override;
+  bool superuser() noexcept override;
   std::string executable_path() override;
   bool is_terminal(int fd) noexcept override;
   [[noreturn]] void terminate_process(int code) noexcept override;

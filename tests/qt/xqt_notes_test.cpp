@@ -96,7 +96,7 @@ TEST(QtNotesExample, TheEditorRunsInRealWindowsAndQuitsFromItsMenu) {
     EXPECT_EQ(shot.size(), QSize(app.MainForm->Width(), app.MainForm->Height() + menu_height))
         << "the model's client area below the menu bar";
     EXPECT_GT(test::colours(shot), 20) << "the window looks blank";
-    EXPECT_EQ(menus, 1) << "the File menu";
+    EXPECT_EQ(menus, 2) << "the File and Edit menus";
     EXPECT_EQ(tools, 4) << "New, Open, Save, Save as";
     EXPECT_EQ(editor_text, QStringLiteral("1200 along the river\n800 back"));
     EXPECT_EQ(model_text, u"1200 along the river\n800 back") << "typed text reached the model";

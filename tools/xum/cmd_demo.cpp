@@ -238,18 +238,31 @@ cli::command demo_command() {
   cli::command c;
   c.name = "demo";
   c.summary = "Run the library on the bundled sample data and print a report";
-  c.usage = "[--gui [--close-after MS]] [SAMPLES_DIR]";
+  c.usage = "[--gui [--page NAME] [--close-after MS [--screenshot FILE]]] [SAMPLES_DIR]";
   c.help =
       "Runs every subsystem built so far on the sample data and prints what it\n"
       "found. SAMPLES_DIR defaults to the bundled samples folder ($XUM_SAMPLES\n"
       "overrides it).\n"
       "\n"
       "  --gui              also show the report in a real window, drawn by the\n"
-      "                     Qt backend (needs a display; xum built with Qt 6)\n"
-      "  --close-after MS   close that window by itself after MS milliseconds";
+      "                     Qt backend (needs a display; xum built with Qt 6),\n"
+      "                     beside a gallery of the library's visual components\n"
+      "                     (pages Components, Files and Web; F1 opens the help)\n"
+      "  --page NAME        the page shown first: Report (the default),\n"
+      "                     Components, Files or Web\n"
+      "  --close-after MS   close that window by itself after MS milliseconds\n"
+      "  --screenshot FILE  with --close-after: save the window as a PNG picture\n"
+      "                     just before it closes";
   c.run = [](cli::arguments& a) {
     const bool gui = a.flag("--gui");
     const auto close_after = a.option("--close-after");
+    const auto page = a.option("--page");
+    const auto screenshot = a.option("--screenshot");
+    if (page && !gui) throw Exception(u"--page needs --gui");
+    if (page && *page != "Report" && *page != "Components" && *page != "Files" && *page != "Web")
+      throw Exception(u"--page: no page named " + xutf8_to_utf16(*page) +
+                      u" (Report, Components, Files or Web)");
+    if (screenshot && !close_after) throw Exception(u"--screenshot needs --close-after");
     const auto pos = a.positionals(0, 1);
     int close_after_ms = 0;
     if (close_after) {
@@ -285,7 +298,12 @@ cli::command demo_command() {
 #ifdef XUM_WITH_QT
     if (gui) {
       std::cout.flush();
-      show_demo_window(report.str(), close_after_ms);
+      demo_window_options options;
+      options.samples = fs::absolute(dir).lexically_normal().string();
+      options.page = page ? *page : std::string();
+      options.screenshot = screenshot ? *screenshot : std::string();
+      options.close_after_ms = close_after_ms;
+      show_demo_window(report.str(), options);
     }
 #endif
     return cli::exit_ok;

@@ -1,7 +1,8 @@
 // The component gallery of `xum demo --gui`: every visual component of the
 // library, live, on the pages of the demo window. Built from the model
 // alone: the backend that draws it is chosen elsewhere.
-#include <cmath>
+#include <chrono>
+#include <thread>
 #include <string>
 
 #include "core/xdate.h"
@@ -93,7 +94,9 @@ void values_column(TForm* form, TLayoutPanel* column, TLabel* status) {
 
   rule(form, column, u"DatesRule", u"Dates");
   auto* due = make<TDatePicker>(form, column, u"DuePicker", 160, 24);
-  due->SetDate(xdate::today());
+  xdate today;
+  today.get_current();
+  due->SetDate(today);
   due->OnChange = [due, status](TObject*) {
     status->SetCaption(due->Checked() ? u"Due: " + due->Text() : UnicodeString(u"No due date"));
   };
@@ -107,6 +110,9 @@ void tools_box(TForm* form, TMinimizableGroupBox* box, TLabel* status) {
   for (int frame = 0; frame < 2; ++frame) {
     const xbmp picture = glyph.state_image(frame % glyph.frame_count(), glyph_normal, 0xF0F0F0, 16, 1, 1);
     picture.assign_to(&pictures[frame]);
+    // Drawn on the face colour: as a 24-bit picture its corner colour is
+    // the transparent one.
+    pictures[frame].SetPixelFormat(pf24bit);
   }
   const char16_t* names[] = {u"PinButton", u"LeftButton", u"RightButton"};
   for (int i = 0; i < 3; ++i) {
@@ -138,7 +144,7 @@ void tasks_box(TForm* form, TMinimizableGroupBox* box, TLabel* status) {
       for (int i = 0; i <= steps && !p.Cancelled(); ++i) {
         p.SetText(u"Step " + text(std::to_string(i)) + u" of " + text(std::to_string(steps)));
         p.SetProgress(i, steps);
-        TThread::Sleep(50);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
       }
     });
     status->SetCaption(done ? u"The task ran to its end" : u"The task was cancelled");
@@ -152,7 +158,7 @@ void tasks_box(TForm* form, TMinimizableGroupBox* box, TLabel* status) {
 }  // namespace
 
 void build_gallery(TForm* form, TPageControl* pages, const std::string& samples,
-                   TWebBrowser** browser) {
+                   const std::string& no_web, TWebBrowser** browser) {
   TTabSheet* components = add_sheet(form, pages, u"ComponentsSheet", u"Components");
   components->SetHelpKeyword(u"gallery");
   auto* status = make<TLabel>(form, components, u"GalleryStatus", 700, 20);
@@ -163,7 +169,7 @@ void build_gallery(TForm* form, TPageControl* pages, const std::string& samples,
   left->SetBounds(8, 8, 330, pages->Height() - pages->TabHeight() - 40);
   left->SetOrientation(loVertical);
   left->SetSpacing(8);
-  left->SetCrossAlign(caStart);
+  left->SetCrossAlign(lcStart);
   values_column(form, left, status);
 
   auto* right = make<TLayoutPanel>(form, components, u"BoxesColumn", 360, 300);
@@ -198,10 +204,21 @@ void build_gallery(TForm* form, TPageControl* pages, const std::string& samples,
 
   // The web browser: the demo's help pages, opened here by F1 and Help.
   TTabSheet* web_sheet = add_sheet(form, pages, u"WebSheet", u"Web");
+  Application()->SetHelpFile(text(samples + "/help"));
+  if (!no_web.empty()) {
+    std::string reason = no_web;  // a line each for the reason and the way out
+    if (const auto colon = reason.find(": "); colon != std::string::npos)
+      reason.replace(colon, 2, ":\n");
+    auto* why = make<TLabel>(form, web_sheet, u"NoWebLabel", pages->Width() - 16, 80);
+    why->SetBounds(8, 8, pages->Width() - 16, 80);
+    why->SetCaption(u"No web page here. " + text(reason) +
+                    u".\nF1 and Help open the help in the desktop's browser.");
+    *browser = nullptr;
+    return;
+  }
   auto* web = make<TWebBrowser>(form, web_sheet, u"HelpBrowser", pages->Width(), height);
   web->SetBounds(0, 0, pages->Width(), height);
   *browser = web;
-  Application()->SetHelpFile(text(samples + "/help"));
   HtmlHelp().SetOpener([web, pages, web_sheet](const xstr& url) {
     pages->SetActivePage(web_sheet);
     web->Navigate(ToUnicode(url));
