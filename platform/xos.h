@@ -169,6 +169,10 @@ class XUM_API xos {
   // The local time of the last modification of `path`; false (leaving
   // `out` alone) when the file cannot be opened for reading or is a folder.
   virtual bool file_modification_time(const char* path, local_time& out) noexcept = 0;
+  // The local time of the last modification of the entry `path` of any
+  // kind (folders too), following symbolic links, without opening it;
+  // false when it does not exist or cannot be reached.
+  virtual bool entry_modification_time(const char* path, local_time& out) noexcept = 0;
   // Reads the whole regular file into `bytes`; false when it cannot be read
   // (a device or a pipe is not read and never blocks).
   virtual bool read_whole_file(const char* path, std::string& bytes) = 0;

@@ -85,7 +85,7 @@ std::int64_t regular_size(const std::string& path) {
 
 std::int64_t stamp_of(const std::string& path) {
   platform::local_time t;
-  if (!platform::os().file_modification_time(path.c_str(), t)) return -1;
+  if (!platform::os().entry_modification_time(path.c_str(), t)) return -1;
   return ((((t.year * 100LL + t.month) * 100 + t.day) * 100 + t.hour) * 100 + t.minute) * 100 +
          t.second;
 }

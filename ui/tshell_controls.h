@@ -61,8 +61,8 @@
 // followed: a link to a folder is a folder (the tree and the list enter it
 // under the link's own name, and Path keeps the link's name); a link that
 // leads nowhere is a non-folder of unknown size, typed "Link". Folders have
-// no size; the Modified column shows files' times only (the platform layer
-// tells them for files alone). Names that are not UTF-8 are shown with
+// no size; the Modified column shows every entry's time (a link's, that of
+// what it leads to). Names that are not UTF-8 are shown with
 // U+FFFD in place of each bad sequence; the controls keep the original
 // bytes, so such folders can still be entered and listed, but the Path
 // property (text) then holds the replacement characters, and setting that

@@ -249,6 +249,11 @@ bool posix_os::file_modification_time(const char* path, local_time& out) noexcep
   return ok && local_time_of(st.st_mtime, out);
 }
 
+bool posix_os::entry_modification_time(const char* path, local_time& out) noexcept {
+  struct stat st;
+  return ::stat(path, &st) == 0 && local_time_of(st.st_mtime, out);
+}
+
 bool posix_os::read_whole_file(const char* path, std::string& bytes) {
   // Non-blocking, and regular files only: a pipe in its place never hangs.
   const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);

@@ -487,6 +487,14 @@ bool xmemory_os::file_modification_time(const char* path, local_time& out) noexc
   return true;
 }
 
+bool xmemory_os::entry_modification_time(const char* path, local_time& out) noexcept {
+  std::lock_guard guard(lock_);
+  const node_ptr n = find(path, true).target;
+  if (!n) return false;
+  out = n->modified;
+  return true;
+}
+
 bool xmemory_os::read_whole_file(const char* path, std::string& bytes) {
   std::lock_guard guard(lock_);
   const node_ptr n = find(path, true).target;

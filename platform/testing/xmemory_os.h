@@ -85,6 +85,7 @@ class xmemory_os final : public xos_wrapper {
   bool is_symbolic_link(const char* path) noexcept override;
   std::string follow_links(const char* path) override;
   bool file_modification_time(const char* path, local_time& out) noexcept override;
+  bool entry_modification_time(const char* path, local_time& out) noexcept override;
   bool read_whole_file(const char* path, std::string& bytes) override;
   bool remove_file(const char* path) noexcept override;
   file_handle create_temp_beside(const char* target, std::string& temp_name,

@@ -65,6 +65,10 @@ bool xos_wrapper::file_modification_time(const char* path, local_time& out) noex
   return target_.file_modification_time(path, out);
 }
 
+bool xos_wrapper::entry_modification_time(const char* path, local_time& out) noexcept {
+  return target_.entry_modification_time(path, out);
+}
+
 bool xos_wrapper::read_whole_file(const char* path, std::string& bytes) {
   return target_.read_whole_file(path, bytes);
 }

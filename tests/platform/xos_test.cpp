@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -96,6 +97,33 @@ TEST_F(SystemOs, TemporaryFilesSitBesideTheirTarget) {
   ASSERT_TRUE(os_.rename_over(temp.c_str(), path("settings.tsf").c_str(), true, error)) << error.text;
   EXPECT_FALSE(os_.rename_over(temp.c_str(), path("other").c_str(), false, error));
   EXPECT_EQ(error.code, os_errc::not_found);
+}
+
+// A file's time needs the file opened for reading, so a folder has none;
+// an entry's time is any entry's, folders included, links followed.
+TEST_F(SystemOs, ModificationTimesOfFilesAndOfAnyEntry) {
+  put("a.txt", "x");
+  fs::create_directory(dir_.path / "sub");
+  const auto stamp = [](const local_time& t) {
+    return ((t.year * 100LL + t.month) * 100 + t.day) * 1000000LL + t.hour * 10000 + t.minute * 100 +
+           t.second;
+  };
+  // 2021-03-04 05:06:07 local time on both.
+  local_time set{};
+  ASSERT_TRUE(os_.local_time_of(1614834367, set));
+  for (const char* name : {"a.txt", "sub"})
+    fs::last_write_time(dir_.path / name, fs::file_time_type::clock::from_sys(
+                                              std::chrono::sys_seconds(std::chrono::seconds(1614834367))));
+  local_time t{};
+  EXPECT_FALSE(os_.file_modification_time(path("sub").c_str(), t));
+  ASSERT_TRUE(os_.entry_modification_time(path("sub").c_str(), t));
+  EXPECT_EQ(stamp(t), stamp(set));
+  ASSERT_TRUE(os_.file_modification_time(path("a.txt").c_str(), t));
+  EXPECT_EQ(stamp(t), stamp(set));
+  fs::create_symlink(dir_.path / "sub", dir_.path / "link");
+  ASSERT_TRUE(os_.entry_modification_time(path("link").c_str(), t));
+  EXPECT_EQ(stamp(t), stamp(set)) << "the link's target's time";
+  EXPECT_FALSE(os_.entry_modification_time(path("missing").c_str(), t));
 }
 
 // The started program runs on after the call, in a session of its own, with
