@@ -25,18 +25,10 @@ namespace xum {
 namespace {
 
 using test::colours;
+using test::count;
 using test::photograph;
 
 QRgb rgb(TColor c) { return QColor(static_cast<QRgb>(xcolor_to_pixel(c))).rgb(); }
-
-// Pixels of `shot` inside `area` (all of it when empty) that `is` picks.
-int count(const QImage& shot, const std::function<bool(QColor)>& is, QRect area = {}) {
-  if (area.isEmpty()) area = shot.rect();
-  int n = 0;
-  for (int y = area.top(); y <= area.bottom(); ++y)
-    for (int x = area.left(); x <= area.right(); ++x) n += is(shot.pixelColor(x, y));
-  return n;
-}
 
 // A form with an enabled and a disabled scroller, four speed buttons of one
 // group (flat, to be hot, down, disabled) with a green disc as glyph, and a
@@ -104,11 +96,7 @@ struct gallery {
 
 class QtControls : public ::testing::Test {
  protected:
-  void SetUp() override {
-    g_.form->Show();
-    ui_.sync();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(ui_.window_of(*g_.form)));
-  }
+  void SetUp() override { ASSERT_NE(test::show_window(ui_, *g_.form), nullptr); }
   QWidget* widget(TControl* c) { return ui_.widget_of(*c); }
   QString shown(TControl* c) { return widget(c)->accessibleName(); }
   // The pointer is moved through the X server: its enter and leave events
@@ -129,8 +117,7 @@ TEST_F(QtControls, TheGalleryAndTheScrollerInBothStatesAreDrawnAsLaidOut) {
   const QImage shot = photograph(ui_.window_of(*g_.form), "controls_gallery");
   EXPECT_EQ(shot.size(), QSize(420, 160));
   EXPECT_GT(colours(shot), 40) << "the window looks blank";
-  for (TControl* c : std::initializer_list<TControl*>{g_.zoom, g_.hot, g_.legend, g_.upright})
-    EXPECT_EQ(widget(c)->geometry(), QRect(c->Left(), c->Top(), c->Width(), c->Height()));
+  test::expect_laid_out(ui_, {g_.zoom, g_.hot, g_.legend, g_.upright});
   EXPECT_EQ(shown(g_.zoom), QStringLiteral("100 %"));
   EXPECT_EQ(shown(g_.zoom_off), QStringLiteral("250 %"));
   const QImage normal = photograph(widget(g_.zoom), "value_scroller_normal");

@@ -38,11 +38,8 @@ TEST(QtNotesExample, TheEditorRunsInRealWindowsAndQuitsFromItsMenu) {
     // The user picks "New" in the selector.
     QTimer::singleShot(0, [&] {
       QWidget* selector = ui.window_of(*app.SelectorForm);
-      ASSERT_NE(selector, nullptr);
-      ASSERT_TRUE(QTest::qWaitForWindowExposed(selector));
-      auto* create = selector->findChild<QPushButton*>(QStringLiteral("CreateNewBtn"));
-      ASSERT_NE(create, nullptr);
-      QTest::mouseClick(create, Qt::LeftButton);
+      ASSERT_TRUE(selector != nullptr && QTest::qWaitForWindowExposed(selector));
+      QTest::mouseClick(test::child<QPushButton>(selector, u"CreateNewBtn"), Qt::LeftButton);
     });
     app.Start();
     ASSERT_TRUE(app.Project->LastResult());
@@ -60,7 +57,7 @@ TEST(QtNotesExample, TheEditorRunsInRealWindowsAndQuitsFromItsMenu) {
       ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
       // The editor is laid out many lines high: a text area, Enter breaks
       // the line.
-      auto* editor = window->findChild<QPlainTextEdit*>(QStringLiteral("Editor"));
+      auto* editor = test::child<QPlainTextEdit>(window, u"Editor");
       ASSERT_NE(editor, nullptr);
       editor->setFocus();
       QTest::keyClicks(editor, "1200 along the river");
@@ -69,10 +66,8 @@ TEST(QtNotesExample, TheEditorRunsInRealWindowsAndQuitsFromItsMenu) {
       ui.sync();
       editor_text = editor->toPlainText();
       model_text = app.Editor->Text();
-      status = window->findChild<QLabel*>(QStringLiteral("StatusLine"))->text();
-      shot = window->grab().toImage();
-      std::filesystem::create_directories(XUM_SCREENSHOT_DIR);
-      shot.save(QStringLiteral(XUM_SCREENSHOT_DIR "/notes_main.png"));
+      status = test::child<QLabel>(window, u"StatusLine")->text();
+      shot = test::photograph(window, "notes_main");
       if (auto* bar = window->findChild<QMenuBar*>()) {
         menus = static_cast<int>(bar->actions().size());
         menu_height = bar->height();
@@ -86,9 +81,7 @@ TEST(QtNotesExample, TheEditorRunsInRealWindowsAndQuitsFromItsMenu) {
         asked = true;
         QTest::mouseClick(box->button(QMessageBox::No), Qt::LeftButton);
       });
-      auto* exit = window->findChild<QAction*>(QStringLiteral("ExitItem"));
-      ASSERT_NE(exit, nullptr);
-      exit->trigger();
+      test::child<QAction>(window, u"ExitItem")->trigger();
     });
     Application()->Run();  // returns once the main form has closed
 

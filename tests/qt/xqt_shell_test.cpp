@@ -78,18 +78,26 @@ class QtShellControls : public ::testing::Test {
   }
   void TearDown() override { form_.Hide(); }
 
-  // Qt's file-system model fills the tree on its own thread.
-  QTreeView* shown_tree(QWidget* window) {
-    auto* view = window->findChild<QTreeView*>(QStringLiteral("Folders"));
-    EXPECT_NE(view, nullptr);
-    if (view == nullptr) return nullptr;
-    auto* model = static_cast<QFileSystemModel*>(view->model());
+  // Shows the form and waits for Qt's file-system model, which fills the
+  // tree on its own thread.
+  void show() {
+    window = test::show_window(ui_, form_);
+    ASSERT_NE(window, nullptr);
+    tree = test::child<QTreeView>(window, u"Folders");
+    list = test::child<QTreeWidget>(window, u"Files");
+    combo = test::child<QComboBox>(window, u"Where");
+    ASSERT_TRUE(tree && list && combo);
+    model = static_cast<QFileSystemModel*>(tree->model());
     const QModelIndex projects = model->index(root_ + QStringLiteral("/projects"));
     EXPECT_TRUE(QTest::qWaitFor([&] { return model->rowCount(projects) == 2; }, 5000));
     EXPECT_TRUE(QTest::qWaitFor([&] { return model->rowCount(model->index(root_)) == 3; }, 5000));
     QApplication::processEvents();
-    return view;
   }
+  QWidget* window = nullptr;
+  QTreeView* tree = nullptr;
+  QTreeWidget* list = nullptr;
+  QComboBox* combo = nullptr;
+  QFileSystemModel* model = nullptr;
 
   xqt_backend& ui_ = use_qt_backend();
   QTemporaryDir dir_;
@@ -101,17 +109,9 @@ class QtShellControls : public ::testing::Test {
 };
 
 TEST_F(QtShellControls, LinkedTreeListAndComboShowTheFolderSortedBySize) {
-  form_.Show();
-  ui_.sync();
-  QWidget* window = ui_.window_of(form_);
-  ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
-  QTreeView* tree = shown_tree(window);
-  ASSERT_NE(tree, nullptr);
+  ASSERT_NO_FATAL_FAILURE(show());
   const QImage shot = photograph(window, "shell_controls");
   EXPECT_GT(colours(shot), 20);
-
-  auto* list = window->findChild<QTreeWidget*>(QStringLiteral("Files"));
-  ASSERT_NE(list, nullptr);
   QStringList headers;
   for (int c = 0; c < list->columnCount(); ++c) headers << list->headerItem()->text(c);
   EXPECT_EQ(headers, QStringList({"Name", "Size", "Type", "Modified"}));
@@ -139,7 +139,6 @@ TEST_F(QtShellControls, LinkedTreeListAndComboShowTheFolderSortedBySize) {
   list_->SetEnabled(true);
   ui_.sync();
 
-  auto* model = static_cast<QFileSystemModel*>(tree->model());
   EXPECT_EQ(model->filePath(tree->currentIndex()), root_ + QStringLiteral("/projects"));
   // The root is the tree's one top node, the current folder open below it.
   EXPECT_FALSE(tree->isRowHidden(model->index(root_).row(), tree->rootIndex()));
@@ -148,27 +147,13 @@ TEST_F(QtShellControls, LinkedTreeListAndComboShowTheFolderSortedBySize) {
   EXPECT_TRUE(tree->isRowHidden(beside.row(), tree->rootIndex()));
   EXPECT_TRUE(tree->isExpanded(model->index(root_ + QStringLiteral("/projects"))));
 
-  auto* combo = window->findChild<QComboBox*>(QStringLiteral("Where"));
-  ASSERT_NE(combo, nullptr);
   EXPECT_EQ(combo->count(), 2);
   EXPECT_EQ(combo->currentText(), root_ + QStringLiteral("/projects"));
-  for (const TControl* c : {static_cast<TControl*>(tree_), static_cast<TControl*>(list_),
-                            static_cast<TControl*>(combo_)}) {
-    QWidget* w = ui_.widget_of(*c);
-    ASSERT_NE(w, nullptr);
-    EXPECT_EQ(w->geometry(), QRect(c->Left(), c->Top(), c->Width(), c->Height()));
-  }
+  test::expect_laid_out(ui_, {tree_, list_, combo_});
 }
 
 TEST_F(QtShellControls, ClicksAndKeysReachTheModelAndTheOtherControlsFollow) {
-  form_.Show();
-  ui_.sync();
-  QWidget* window = ui_.window_of(form_);
-  ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
-  QTreeView* tree = shown_tree(window);
-  ASSERT_NE(tree, nullptr);
-  auto* list = window->findChild<QTreeWidget*>(QStringLiteral("Files"));
-  ASSERT_NE(list, nullptr);
+  ASSERT_NO_FATAL_FAILURE(show());
 
   // A click on the Name header sorts by name.
   QHeaderView* header = list->header();
@@ -188,9 +173,7 @@ TEST_F(QtShellControls, ClicksAndKeysReachTheModelAndTheOtherControlsFollow) {
   ui_.sync();
   const QString alpha_path = root_ + QStringLiteral("/projects/alpha");
   EXPECT_EQ(list_->Path(), u(alpha_path));
-  auto* model = static_cast<QFileSystemModel*>(tree->model());
   EXPECT_EQ(model->filePath(tree->currentIndex()), alpha_path);
-  auto* combo = window->findChild<QComboBox*>(QStringLiteral("Where"));
   EXPECT_EQ(combo->currentText(), alpha_path);
 
   // A click on a folder of the tree moves the list there.
@@ -210,15 +193,7 @@ TEST_F(QtShellControls, ClicksAndKeysReachTheModelAndTheOtherControlsFollow) {
 }
 
 TEST_F(QtShellControls, AVanishedFolderLeadsToItsParentAndAVanishedRootShowsWhy) {
-  form_.Show();
-  ui_.sync();
-  QWidget* window = ui_.window_of(form_);
-  ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
-  QTreeView* tree = shown_tree(window);
-  ASSERT_NE(tree, nullptr);
-  auto* model = static_cast<QFileSystemModel*>(tree->model());
-  auto* list = window->findChild<QTreeWidget*>(QStringLiteral("Files"));
-  ASSERT_NE(list, nullptr);
+  ASSERT_NO_FATAL_FAILURE(show());
   std::filesystem::remove_all((root_ + QStringLiteral("/projects")).toStdString());
   list_->Refresh();
   ui_.sync();
@@ -237,10 +212,6 @@ TEST_F(QtShellControls, AVanishedFolderLeadsToItsParentAndAVanishedRootShowsWhy)
   EXPECT_TRUE(reason->isVisible());
   EXPECT_EQ(reason->text(), QStringLiteral("Folder not found: ") + root_);
   photograph(window, "shell_controls_vanished");
-
-  list_->SetEnabled(false);
-  ui_.sync();
-  EXPECT_FALSE(list->isEnabled());
 }
 
 }  // namespace

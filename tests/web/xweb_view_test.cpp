@@ -131,10 +131,8 @@ TEST_F(WebView, ALocalPageIsShownWithItsTitleAndAddressInTheModel) {
   // The page's text is on the screen: dark pixels of the big heading in the
   // top band of the view, none in the empty bottom band.
   const auto dark = [](const QImage& image, int top, int bottom) {
-    int n = 0;
-    for (int y = top; y < bottom; ++y)
-      for (int x = 0; x < image.width(); ++x) n += qGray(image.pixel(x, y)) < 80;
-    return n;
+    return test::count(image, [](QColor c) { return qGray(c.rgb()) < 80; },
+                       QRect(0, top, image.width(), bottom - top));
   };
   QImage shot;
   ASSERT_TRUE(wait_until([&] {
