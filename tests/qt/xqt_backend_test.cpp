@@ -1,7 +1,6 @@
 // The Qt backend under a real (virtual) display: forms of the model shown
 // as windows, photographed into XUM_SCREENSHOT_DIR and checked for what a
 // person would see; synthesized key and mouse events reach the model.
-#include "backends/qt/xqt_backend.h"
 
 #include <QCheckBox>
 #include <QClipboard>
@@ -35,7 +34,6 @@
 #include "framework/tapplication.h"
 #include "framework/tcomctrls.h"
 #include "framework/tdialogs.h"
-#include "framework/tforms.h"
 #include "framework/timglist.h"
 #include "framework/tmenus.h"
 #include "framework/tpage_control.h"
@@ -49,6 +47,7 @@ namespace {
 using test::child;
 using test::colours;
 using test::photograph;
+using test::place;
 
 // A find dialog: an edit, a drop-down list, a list view with columns, OK
 // and Cancel.
@@ -64,16 +63,11 @@ struct find_dialog {
     form->SetName(u"FindDialog");
     form->SetCaption(u"Find records");
     form->SetBounds(100, 100, 420, 300);
-    auto place = [this](TControl* c, const char16_t* name, int l, int t, int w, int h) {
-      c->SetName(name);
-      c->SetParent(form);
-      c->SetBounds(l, t, w, h);
-    };
-    place(edit, u"Pattern", 10, 10, 250, 24);
-    place(scope, u"Scope", 270, 10, 140, 24);
-    place(results, u"Results", 10, 44, 400, 200);
-    place(ok, u"OkButton", 240, 260, 80, 28);
-    place(cancel, u"CancelButton", 330, 260, 80, 28);
+    place(edit, form, u"Pattern", 10, 10, 250, 24);
+    place(scope, form, u"Scope", 270, 10, 140, 24);
+    place(results, form, u"Results", 10, 44, 400, 200);
+    place(ok, form, u"OkButton", 240, 260, 80, 28);
+    place(cancel, form, u"CancelButton", 330, 260, 80, 28);
     edit->SetText(u"invoice");
     scope->SetStyle(csDropDownList);
     for (const char16_t* s : {u"All files", u"This folder"}) scope->Items().Add(s);
@@ -120,10 +114,7 @@ class QtBackend : public ::testing::Test {
 
 TEST_F(QtBackend, ADialogIsDrawnAsLaidOutAndChangesFlowBothWays) {
   find_dialog d;
-  auto* check = new TCheckBox(d.form);
-  check->SetName(u"Whole");
-  check->SetParent(d.form);
-  check->SetBounds(10, 250, 200, 24);
+  auto* check = place(new TCheckBox(d.form), d.form, u"Whole", 10, 250, 200, 24);
   check->SetCaption(u"Whole words");
   QWidget* window = test::show_window(ui_, *d.form);
   const QImage shot = photograph(window, "find_dialog");
@@ -178,10 +169,7 @@ TEST_F(QtBackend, ADialogIsDrawnAsLaidOutAndChangesFlowBothWays) {
   EXPECT_EQ(GetKeyState(0x14) & 1, 0);
 
   // An edit laid out several lines high is a text area that keeps line breaks.
-  auto* notes = new TEdit(d.form);
-  notes->SetName(u"Notes");
-  notes->SetParent(d.form);
-  notes->SetBounds(10, 44, 400, 200);
+  auto* notes = place(new TEdit(d.form), d.form, u"Notes", 10, 44, 400, 200);
   notes->SetText(u"first\r\nsecond");
   int changes = 0;
   notes->OnChange = [&](TObject*) { ++changes; };
@@ -260,10 +248,7 @@ TEST_F(QtBackend, AFormWithMenuAndToolBarRunsTheModelsHandlers) {
   for (int y = 0; y < 16; ++y)
     for (int x = 0; x < 16; ++x) glyph.SetPixel(x, y, (x + y) % 4 < 2 ? clRed : clBlack);
   images->Add(glyph, nullptr);
-  auto* bar = new TToolBar(&form);
-  bar->SetName(u"Tools");
-  bar->SetParent(&form);
-  bar->SetBounds(0, 0, 480, 48);
+  auto* bar = place(new TToolBar(&form), &form, u"Tools", 0, 0, 480, 48);
   bar->SetImages(images);
   auto* save = new TToolButton(&form);
   save->SetName(u"SaveButton");
@@ -325,14 +310,7 @@ TEST_F(QtBackend, EveryStandardControlHasItsNaturalWidget) {
   form.SetName(u"Gallery");
   form.SetCaption(u"Controls");
   form.SetBounds(0, 0, 520, 360);
-  auto add = [&form](auto* c, TWinControl* parent, const char16_t* name, int l, int t, int w,
-                     int h) {
-    c->SetName(name);
-    c->SetParent(parent);
-    c->SetBounds(l, t, w, h);
-    return c;
-  };
-  auto* bit = add(new TBitBtn(&form), &form, u"Apply", 10, 10, 110, 32);
+  auto* bit = place(new TBitBtn(&form), &form, u"Apply", 10, 10, 110, 32);
   bit->SetCaption(u"Apply");
   TBitmap glyph;
   glyph.SetPixelFormat(pf24bit);
@@ -342,20 +320,20 @@ TEST_F(QtBackend, EveryStandardControlHasItsNaturalWidget) {
       glyph.SetPixel(x, y, y == 15 || x == 0 ? clWhite : x < 16 ? clLime : clRed);
   bit->SetGlyph(glyph);
   bit->SetNumGlyphs(2);
-  auto* checks = add(new TCheckListBox(&form), &form, u"Options", 10, 50, 160, 90);
+  auto* checks = place(new TCheckListBox(&form), &form, u"Options", 10, 50, 160, 90);
   for (const char16_t* s : {u"Backup", u"Compress", u"Verify"}) checks->Items().Add(s);
   checks->SetChecked(1, true);
-  auto* radios = add(new TRadioGroup(&form), &form, u"Level", 180, 50, 150, 110);
+  auto* radios = place(new TRadioGroup(&form), &form, u"Level", 180, 50, 150, 110);
   radios->SetCaption(u"Level");
   for (const char16_t* s : {u"Fast", u"Best"}) radios->Items().Add(s);
   radios->SetItemIndex(1);
-  auto* tree = add(new TTreeView(&form), &form, u"Folders", 340, 10, 170, 150);
+  auto* tree = place(new TTreeView(&form), &form, u"Folders", 340, 10, 170, 150);
   TTreeNode* home = tree->Items().Add(nullptr, u"home");
   tree->Items().AddChild(home, u"ann");
   tree->Items().AddChild(home, u"bob");
-  auto* scroll = add(new TScrollBox(&form), &form, u"Pane", 10, 170, 200, 100);
-  add(new TLabel(&form), scroll, u"Far", 10, 300, 80, 20)->SetCaption(u"&Far away");
-  auto* values = add(new TValueListEditor(&form), &form, u"Props", 220, 170, 290, 100);
+  auto* scroll = place(new TScrollBox(&form), &form, u"Pane", 10, 170, 200, 100);
+  place(new TLabel(&form), scroll, u"Far", 10, 300, 80, 20)->SetCaption(u"&Far away");
+  auto* values = place(new TValueListEditor(&form), &form, u"Props", 220, 170, 290, 100);
   values->SetValues(u"Width", u"640");
   values->SetValues(u"Height", u"480");
   QWidget* window = test::show_window(ui_, form);
@@ -399,22 +377,15 @@ TEST_F(QtBackend, APageControlShowsItsTabsAndATabClickAsksTheModel) {
   form.SetName(u"Options");
   form.SetCaption(u"Options");
   form.SetBounds(0, 0, 360, 220);
-  auto* pages = new TPageControl(&form);
-  pages->SetName(u"Pages");
-  pages->SetParent(&form);
-  pages->SetBounds(8, 8, 344, 204);
-  std::vector<TLabel*> labels;
+  auto* pages = place(new TPageControl(&form), &form, u"Pages", 8, 8, 344, 204);
   for (const char16_t* caption : {u"General", u"Network", u"Hidden", u"Advanced"}) {
     auto* sheet = new TTabSheet(&form);
     sheet->SetName(UnicodeString(caption) + u"Sheet");
     sheet->SetCaption(caption);
     sheet->SetParent(pages);
-    auto* label = new TLabel(&form);
-    label->SetName(UnicodeString(caption) + u"Label");
-    label->SetParent(sheet);
-    label->SetBounds(12, 12, 200, 20);
+    auto* label = place(new TLabel(&form), sheet, (caption + std::u16string(u"Label")).c_str(), 12,
+                        12, 200, 20);
     label->SetCaption(UnicodeString(u"Settings: ") + caption);
-    labels.push_back(label);
   }
   pages->Pages(2)->SetTabVisible(false);
   bool allow = true;

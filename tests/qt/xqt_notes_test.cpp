@@ -2,25 +2,21 @@
 // click, its main window photographed and checked (menu, tool bar, text
 // area, status line), typed into, and quit through the File menu's Exit
 // with No to the save question.
-#include <QApplication>
 #include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTimer>
 #include <QToolBar>
 #include <cstdlib>
 #include <filesystem>
-#include <set>
 
 #include <gtest/gtest.h>
 
 #include "tests/qt/xqt_screenshots.h"
 
-#include "backends/qt/xqt_backend.h"
 #include "framework/tapplication.h"
 #include "notes_app.h"
 

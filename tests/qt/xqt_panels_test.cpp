@@ -3,7 +3,6 @@
 // photographed into XUM_SCREENSHOT_DIR in its usual states, checked for
 // what a person would see, and driven with synthesized mouse and key events
 // whose effect is checked in the model.
-#include <QApplication>
 #include <QCalendarWidget>
 #include <QColorDialog>
 #include <QEventLoop>
@@ -12,7 +11,6 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QScreen>
-#include <QTest>
 #include <QTimer>
 #include <QToolButton>
 #include <filesystem>
@@ -21,8 +19,6 @@
 
 #include "tests/qt/xqt_screenshots.h"
 
-#include "backends/qt/xqt_backend.h"
-#include "framework/tforms.h"
 #include "framework/tstdctrls.h"
 #include "ui/tcolor_selector.h"
 #include "ui/tdate_picker.h"

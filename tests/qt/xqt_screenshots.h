@@ -57,6 +57,15 @@ W* child(QWidget* parent, const std::u16string& name) {
   return w;
 }
 
+// `c` named `name` on `parent` at the given bounds.
+template <class C>
+C* place(C* c, TWinControl* parent, const char16_t* name, int left, int top, int width, int height) {
+  c->SetName(name);
+  c->SetParent(parent);
+  c->SetBounds(left, top, width, height);
+  return c;
+}
+
 // Shows `form` and waits until its window is on the screen.
 inline QWidget* show_window(xqt_backend& ui, TCustomForm& form) {
   form.Show();

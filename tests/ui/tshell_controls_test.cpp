@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -344,45 +345,39 @@ class ShellListLocalizerTest : public test::loc_test {};
 
 TEST_F(ShellListLocalizerTest, TheWalkRecordsTheColumnsButNoPathsAndTranslationsStay) {
   test::temp_dir shown;
-  const auto walk = [](TForm* form) {
-    xlocalizer loc;
-    loc.open("app", "DEU");
-    loc.component(form, nullptr);
-    loc.end_writing();
-  };
-  const auto make = [&] {
-    auto* form = new TForm(nullptr);
+  // A browse form (a list and its combo) made and walked by the localizer.
+  const auto walked = [&] {
+    auto form = std::make_unique<TForm>(nullptr);
     form->SetName(u"Browse");
-    auto* list = new TShellListView(form);
+    auto* list = new TShellListView(form.get());
     list->SetName(u"Files");
-    auto* combo = new TShellComboBox(form);
+    auto* combo = new TShellComboBox(form.get());
     combo->SetName(u"Where");
     list->SetShellComboBox(combo);
     list->SetRoot(ToUnicode(xstr(shown.path.string())));
+    xlocalizer loc;
+    loc.open("app", "DEU");
+    loc.component(form.get(), nullptr);
+    loc.end_writing();
     return form;
   };
-  TForm* form = make();
-  walk(form);
-  delete form;
-  const char* const recorded[][2] = {{"Browse/Files/@Columns/0/o", "Name"},
-                                     {"Browse/Files/@Columns/3/o", "Modified"},
-                                     {"Browse/Where/@Text/o", "(none)"},
-                                     {"Browse/Where/@Items/0/o", "(none)"}};
-  for (const auto& r : recorded) {
-    SCOPED_TRACE(r[0]);
-    EXPECT_EQ(stored(r[0]), r[1]);
+  walked();
+  for (const auto& [key, text] : {std::pair{"Browse/Files/@Columns/0/o", "Name"},
+                                  {"Browse/Files/@Columns/3/o", "Modified"},
+                                  {"Browse/Where/@Text/o", "(none)"},
+                                  {"Browse/Where/@Items/0/o", "(none)"}}) {
+    SCOPED_TRACE(key);
+    EXPECT_EQ(stored(key), text);
   }
   std::string text = bytes();
   const auto at = text.find("o=Size\r\n");
   ASSERT_NE(at, std::string::npos);
   text.replace(text.find("t=!#!", at), 5, "t=Größe");
   write(text);
-  form = make();
-  walk(form);
+  const auto form = walked();
   auto* list = static_cast<TShellListView*>(form->FindComponent(u"Files"));
   list->Refresh();
   EXPECT_EQ(list->Columns().Items(1)->Caption(), u"Größe");
-  delete form;
 }
 
 }  // namespace

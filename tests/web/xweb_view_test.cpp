@@ -4,9 +4,7 @@
 // every case, in order, to keep the engine's start-up to one.
 #include "backends/web/xweb_view.h"
 
-#include <QApplication>
 #include <QElapsedTimer>
-#include <QTest>
 #include <QWebEnginePage>
 #include <QWebEngineView>
 #include <filesystem>
@@ -18,9 +16,7 @@
 #include "tests/qt/xqt_screenshots.h"
 #include "tests/support/xtest_helpers.h"
 
-#include "backends/qt/xqt_backend.h"
 #include "core/xutf.h"
-#include "framework/tforms.h"
 #include "ui/twebbrowser.h"
 
 namespace xum {
