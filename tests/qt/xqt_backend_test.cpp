@@ -12,7 +12,6 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
@@ -291,18 +290,6 @@ TEST_F(QtBackend, TheMainLoopsWorkRunsOnQtsLoopWhileAFormIsModal) {
   xmain_loop::instance().remove_timer(closer);
   EXPECT_TRUE(synchronized);
   EXPECT_GE(ticks, 3);
-}
-
-TEST_F(QtBackend, MessageBoxAnswersWithTheButtonTheUserPressed) {
-  QTimer::singleShot(0, [] {
-    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-    ASSERT_NE(box, nullptr);
-    EXPECT_EQ(box->text(), QStringLiteral("Save the changes?"));
-    QTest::mouseClick(box->button(QMessageBox::No), Qt::LeftButton);
-  });
-  EXPECT_EQ(
-      Application()->MessageBox("Save the changes?", "Notes", MB_YESNOCANCEL | MB_ICONQUESTION),
-      IDNO);
 }
 
 TEST_F(QtBackend, EveryStandardControlHasItsNaturalWidget) {
