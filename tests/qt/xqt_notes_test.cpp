@@ -40,17 +40,12 @@ TEST(QtNotesExample, TheEditorRunsInRealWindowsAndQuitsFromItsMenu) {
     app.Start();
     ASSERT_TRUE(app.Project->LastResult());
 
-    QImage shot;
-    QString status, editor_text;
-    UnicodeString model_text;
-    int menus = 0, tools = 0, menu_height = 0;
     bool asked = false;
     // Qt's loop turns once Run has shown the main form.
     QTimer::singleShot(0, [&] {
       ui.sync();
       QWidget* window = ui.window_of(*app.MainForm);
-      ASSERT_NE(window, nullptr);
-      ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+      ASSERT_TRUE(window != nullptr && QTest::qWaitForWindowExposed(window));
       // The editor is laid out many lines high: a text area, Enter breaks
       // the line.
       auto* editor = test::child<QPlainTextEdit>(window, u"Editor");
@@ -60,16 +55,19 @@ TEST(QtNotesExample, TheEditorRunsInRealWindowsAndQuitsFromItsMenu) {
       QTest::keyClick(editor, Qt::Key_Return);
       QTest::keyClicks(editor, "800 back");
       ui.sync();
-      editor_text = editor->toPlainText();
-      model_text = app.Editor->Text();
-      status = test::child<QLabel>(window, u"StatusLine")->text();
-      shot = test::photograph(window, "notes_main");
-      if (auto* bar = window->findChild<QMenuBar*>()) {
-        menus = static_cast<int>(bar->actions().size());
-        menu_height = bar->height();
-      }
-      if (auto* bar = window->findChild<QToolBar*>(QStringLiteral("ToolBar")))
-        tools = static_cast<int>(bar->actions().size());
+      EXPECT_EQ(app.Editor->Text(), u"1200 along the river\n800 back") << "typed text reached the model";
+      EXPECT_EQ(test::child<QLabel>(window, u"StatusLine")->text(),
+                QStringLiteral("Untitled | 2 lines | 2.0 km"));
+      const QImage shot = test::photograph(window, "notes_main");
+      EXPECT_GT(test::colours(shot), 20) << "the window looks blank";
+      auto* menus = window->findChild<QMenuBar*>();
+      ASSERT_NE(menus, nullptr);
+      EXPECT_EQ(menus->actions().size(), 1) << "the File menu";
+      EXPECT_GT(menus->height(), 10);
+      EXPECT_EQ(shot.size(), QSize(app.MainForm->Width(), app.MainForm->Height() + menus->height()))
+          << "the model's client area below the menu bar";
+      EXPECT_EQ(test::child<QToolBar>(window, u"ToolBar")->actions().size(), 4)
+          << "New, Open, Save, Save as";
       // Exit from the File menu; the changes are not wanted.
       QTimer::singleShot(0, [&] {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
@@ -80,17 +78,7 @@ TEST(QtNotesExample, TheEditorRunsInRealWindowsAndQuitsFromItsMenu) {
       test::child<QAction>(window, u"ExitItem")->trigger();
     });
     Application()->Run();  // returns once the main form has closed
-
-    EXPECT_GT(menu_height, 10);
-    EXPECT_EQ(shot.size(), QSize(app.MainForm->Width(), app.MainForm->Height() + menu_height))
-        << "the model's client area below the menu bar";
-    EXPECT_GT(test::colours(shot), 20) << "the window looks blank";
-    EXPECT_EQ(menus, 1) << "the File menu";
-    EXPECT_EQ(tools, 4) << "New, Open, Save, Save as";
-    EXPECT_EQ(editor_text, QStringLiteral("1200 along the river\n800 back"));
-    EXPECT_EQ(model_text, u"1200 along the river\n800 back") << "typed text reached the model";
     EXPECT_EQ(app.Editor->Text(), u"") << "No dropped the changes";
-    EXPECT_EQ(status, QStringLiteral("Untitled | 2 lines | 2.0 km"));
     EXPECT_TRUE(asked) << "quitting a changed note asks first";
     EXPECT_FALSE(ui.window_of(*app.MainForm)->isVisible());
   }
