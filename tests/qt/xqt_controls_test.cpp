@@ -2,20 +2,13 @@
 // by the Qt backend: photographed in their usual states and checked for
 // what a person would see; synthesized keys, wheel turns, drags, pointer
 // moves and clicks reach the model.
-#include <QApplication>
-#include <QImage>
-#include <QTest>
 #include <QWheelEvent>
-#include <QWidget>
 #include <cmath>
-#include <functional>
 
 #include <gtest/gtest.h>
 
 #include "tests/qt/xqt_screenshots.h"
 
-#include "backends/qt/xqt_backend.h"
-#include "framework/tforms.h"
 #include "imaging/xglyph.h"
 #include "ui/tcolor_scale.h"
 #include "ui/tvalue_scroller.h"
@@ -25,18 +18,10 @@ namespace xum {
 namespace {
 
 using test::colours;
+using test::count;
 using test::photograph;
 
 QRgb rgb(TColor c) { return QColor(static_cast<QRgb>(xcolor_to_pixel(c))).rgb(); }
-
-// Pixels of `shot` inside `area` (all of it when empty) that `is` picks.
-int count(const QImage& shot, const std::function<bool(QColor)>& is, QRect area = {}) {
-  if (area.isEmpty()) area = shot.rect();
-  int n = 0;
-  for (int y = area.top(); y <= area.bottom(); ++y)
-    for (int x = area.left(); x <= area.right(); ++x) n += is(shot.pixelColor(x, y));
-  return n;
-}
 
 // A form with an enabled and a disabled scroller, four speed buttons of one
 // group (flat, to be hot, down, disabled) with a green disc as glyph, and a
@@ -52,13 +37,8 @@ struct gallery {
   gallery() {
     form->SetName(u"ControlsGallery");
     form->SetBounds(80, 80, 420, 160);
-    auto place = [this](TControl* c, const char16_t* name, int l, int t, int w, int h) {
-      c->SetName(name);
-      c->SetParent(form);
-      c->SetBounds(l, t, w, h);
-    };
-    place(zoom, u"Zoom", 10, 10, 160, 24);
-    place(zoom_off, u"ZoomOff", 10, 44, 160, 24);
+    test::place(zoom, form, u"Zoom", 10, 10, 160, 24);
+    test::place(zoom_off, form, u"ZoomOff", 10, 44, 160, 24);
     for (TValueScroller* s : {zoom, zoom_off}) {
       s->SetRange(10, 400);
       s->SetIncrement(10);
@@ -79,20 +59,20 @@ struct gallery {
       }
     int left = 166;
     for (auto [b, name] : {std::pair{flat, u"Flat"}, {hot, u"Hot"}, {down, u"Down"}, {off, u"Off"}}) {
-      place(b, name, left += 34, 10, 28, 28);
+      test::place(b, form, name, left += 34, 10, 28, 28);
       b->SetGlyph(glyph);
       b->SetGroupIndex(1);
       b->OnClick = [this](TObject*) { ++clicks; };
     }
     down->SetDown(true);
     off->SetEnabled(false);
-    place(legend, u"Legend", 10, 90, 400, 50);
+    test::place(legend, form, u"Legend", 10, 90, 400, 50);
     legend->SetRange(-10, 30);
     legend->AddStop(0, 0xFF0000);
     legend->AddStop(0.25, clWhite);
     legend->AddStop(1, clRed);
     legend->SetTickStep(10);
-    place(upright, u"Upright", 360, 6, 56, 78);
+    test::place(upright, form, u"Upright", 360, 6, 56, 78);
     upright->SetOrientation(soVertical);
     upright->SetTickCount(3);
     upright->SetRange(0, 100);
@@ -104,11 +84,7 @@ struct gallery {
 
 class QtControls : public ::testing::Test {
  protected:
-  void SetUp() override {
-    g_.form->Show();
-    ui_.sync();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(ui_.window_of(*g_.form)));
-  }
+  void SetUp() override { ASSERT_NE(test::show_window(ui_, *g_.form), nullptr); }
   QWidget* widget(TControl* c) { return ui_.widget_of(*c); }
   QString shown(TControl* c) { return widget(c)->accessibleName(); }
   // The pointer is moved through the X server: its enter and leave events
@@ -129,8 +105,7 @@ TEST_F(QtControls, TheGalleryAndTheScrollerInBothStatesAreDrawnAsLaidOut) {
   const QImage shot = photograph(ui_.window_of(*g_.form), "controls_gallery");
   EXPECT_EQ(shot.size(), QSize(420, 160));
   EXPECT_GT(colours(shot), 40) << "the window looks blank";
-  for (TControl* c : std::initializer_list<TControl*>{g_.zoom, g_.hot, g_.legend, g_.upright})
-    EXPECT_EQ(widget(c)->geometry(), QRect(c->Left(), c->Top(), c->Width(), c->Height()));
+  test::expect_laid_out(ui_, {g_.zoom, g_.hot, g_.legend, g_.upright});
   EXPECT_EQ(shown(g_.zoom), QStringLiteral("100 %"));
   EXPECT_EQ(shown(g_.zoom_off), QStringLiteral("250 %"));
   const QImage normal = photograph(widget(g_.zoom), "value_scroller_normal");
@@ -150,12 +125,10 @@ TEST_F(QtControls, KeysTheWheelAndADragChangeTheScrollersValue) {
   g_.zoom->OnChange = [&](TObject*) { ++changes; };
   QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(20, 12));  // focus, no move
   EXPECT_TRUE(w->hasFocus());
-  const std::pair<Qt::Key, double> keys[] = {
-      {Qt::Key_Up, 110}, {Qt::Key_PageUp, 160}, {Qt::Key_Left, 150}, {Qt::Key_End, 400}, {Qt::Key_Home, 10}};
-  for (auto [key, value] : keys) {
-    QTest::keyClick(w, key);
-    EXPECT_EQ(g_.zoom->Value(), value) << key;
-  }
+  QTest::keyClick(w, Qt::Key_Up);
+  EXPECT_EQ(g_.zoom->Value(), 110);
+  QTest::keyClick(w, Qt::Key_Home);
+  EXPECT_EQ(g_.zoom->Value(), 10);
   QWheelEvent turn(QPointF(30, 12), w->mapToGlobal(QPointF(30, 12)), QPoint(), QPoint(0, 240),
                    Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
   QApplication::sendEvent(w, &turn);
@@ -166,7 +139,7 @@ TEST_F(QtControls, KeysTheWheelAndADragChangeTheScrollersValue) {
   QTest::mouseRelease(w, Qt::LeftButton, {}, QPoint(56, 12));
   EXPECT_EQ(g_.zoom->Value(), 120);
   QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(152, 4));  // the up arrow
-  EXPECT_EQ(changes, 8);
+  EXPECT_EQ(changes, 5);
   settle();
   EXPECT_EQ(shown(g_.zoom), QStringLiteral("130 %"));
 }

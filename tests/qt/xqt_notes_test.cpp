@@ -2,25 +2,21 @@
 // click, its main window photographed and checked (menu, tool bar, text
 // area, status line), typed into, and quit through the File menu's Exit
 // with No to the save question.
-#include <QApplication>
 #include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTimer>
 #include <QToolBar>
 #include <cstdlib>
 #include <filesystem>
-#include <set>
 
 #include <gtest/gtest.h>
 
 #include "tests/qt/xqt_screenshots.h"
 
-#include "backends/qt/xqt_backend.h"
 #include "framework/tapplication.h"
 #include "notes_app.h"
 
@@ -38,47 +34,40 @@ TEST(QtNotesExample, TheEditorRunsInRealWindowsAndQuitsFromItsMenu) {
     // The user picks "New" in the selector.
     QTimer::singleShot(0, [&] {
       QWidget* selector = ui.window_of(*app.SelectorForm);
-      ASSERT_NE(selector, nullptr);
-      ASSERT_TRUE(QTest::qWaitForWindowExposed(selector));
-      auto* create = selector->findChild<QPushButton*>(QStringLiteral("CreateNewBtn"));
-      ASSERT_NE(create, nullptr);
-      QTest::mouseClick(create, Qt::LeftButton);
+      ASSERT_TRUE(selector != nullptr && QTest::qWaitForWindowExposed(selector));
+      QTest::mouseClick(test::child<QPushButton>(selector, u"CreateNewBtn"), Qt::LeftButton);
     });
     app.Start();
     ASSERT_TRUE(app.Project->LastResult());
 
-    QImage shot;
-    QString status, editor_text;
-    UnicodeString model_text;
-    int menus = 0, tools = 0, menu_height = 0;
     bool asked = false;
     // Qt's loop turns once Run has shown the main form.
     QTimer::singleShot(0, [&] {
       ui.sync();
       QWidget* window = ui.window_of(*app.MainForm);
-      ASSERT_NE(window, nullptr);
-      ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+      ASSERT_TRUE(window != nullptr && QTest::qWaitForWindowExposed(window));
       // The editor is laid out many lines high: a text area, Enter breaks
       // the line.
-      auto* editor = window->findChild<QPlainTextEdit*>(QStringLiteral("Editor"));
+      auto* editor = test::child<QPlainTextEdit>(window, u"Editor");
       ASSERT_NE(editor, nullptr);
       editor->setFocus();
       QTest::keyClicks(editor, "1200 along the river");
       QTest::keyClick(editor, Qt::Key_Return);
       QTest::keyClicks(editor, "800 back");
       ui.sync();
-      editor_text = editor->toPlainText();
-      model_text = app.Editor->Text();
-      status = window->findChild<QLabel*>(QStringLiteral("StatusLine"))->text();
-      shot = window->grab().toImage();
-      std::filesystem::create_directories(XUM_SCREENSHOT_DIR);
-      shot.save(QStringLiteral(XUM_SCREENSHOT_DIR "/notes_main.png"));
-      if (auto* bar = window->findChild<QMenuBar*>()) {
-        menus = static_cast<int>(bar->actions().size());
-        menu_height = bar->height();
-      }
-      if (auto* bar = window->findChild<QToolBar*>(QStringLiteral("ToolBar")))
-        tools = static_cast<int>(bar->actions().size());
+      EXPECT_EQ(app.Editor->Text(), u"1200 along the river\n800 back") << "typed text reached the model";
+      EXPECT_EQ(test::child<QLabel>(window, u"StatusLine")->text(),
+                QStringLiteral("Untitled | 2 lines | 2.0 km"));
+      const QImage shot = test::photograph(window, "notes_main");
+      EXPECT_GT(test::colours(shot), 20) << "the window looks blank";
+      auto* menus = window->findChild<QMenuBar*>();
+      ASSERT_NE(menus, nullptr);
+      EXPECT_EQ(menus->actions().size(), 2) << "the File and Edit menus";
+      EXPECT_GT(menus->height(), 10);
+      EXPECT_EQ(shot.size(), QSize(app.MainForm->Width(), app.MainForm->Height() + menus->height()))
+          << "the model's client area below the menu bar";
+      EXPECT_EQ(test::child<QToolBar>(window, u"ToolBar")->actions().size(), 4)
+          << "New, Open, Save, Save as";
       // Exit from the File menu; the changes are not wanted.
       QTimer::singleShot(0, [&] {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
@@ -86,22 +75,10 @@ TEST(QtNotesExample, TheEditorRunsInRealWindowsAndQuitsFromItsMenu) {
         asked = true;
         QTest::mouseClick(box->button(QMessageBox::No), Qt::LeftButton);
       });
-      auto* exit = window->findChild<QAction*>(QStringLiteral("ExitItem"));
-      ASSERT_NE(exit, nullptr);
-      exit->trigger();
+      test::child<QAction>(window, u"ExitItem")->trigger();
     });
     Application()->Run();  // returns once the main form has closed
-
-    EXPECT_GT(menu_height, 10);
-    EXPECT_EQ(shot.size(), QSize(app.MainForm->Width(), app.MainForm->Height() + menu_height))
-        << "the model's client area below the menu bar";
-    EXPECT_GT(test::colours(shot), 20) << "the window looks blank";
-    EXPECT_EQ(menus, 2) << "the File and Edit menus";
-    EXPECT_EQ(tools, 4) << "New, Open, Save, Save as";
-    EXPECT_EQ(editor_text, QStringLiteral("1200 along the river\n800 back"));
-    EXPECT_EQ(model_text, u"1200 along the river\n800 back") << "typed text reached the model";
     EXPECT_EQ(app.Editor->Text(), u"") << "No dropped the changes";
-    EXPECT_EQ(status, QStringLiteral("Untitled | 2 lines | 2.0 km"));
     EXPECT_TRUE(asked) << "quitting a changed note asks first";
     EXPECT_FALSE(ui.window_of(*app.MainForm)->isVisible());
   }

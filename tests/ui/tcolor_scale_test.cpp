@@ -36,9 +36,13 @@ TEST(ColorScale, InterpolatesEachChannelAndClampsOutsideTheRange) {
   scale.SetRange(10, 0);  // runs downward
   EXPECT_EQ(scale.ColorAt(10), blue);
   EXPECT_EQ(scale.ColorAt(0), clRed);
+  EXPECT_EQ(scale.PixelOf(2.5, 101), 75) << "downward: Min at the far end";
   scale.SetRange(3, 3);
   EXPECT_EQ(scale.ColorAt(3), blue) << "an empty range: at Min the first stop";
   EXPECT_EQ(scale.ColorAt(3.01), clRed);
+  scale.SetRange(0, 10);
+  const int pixels[][3] = {{5, 101, 50}, {-3, 101, 0}, {99, 101, 100}, {5, 0, 0}};
+  for (const auto& [value, length, pixel] : pixels) EXPECT_EQ(scale.PixelOf(value, length), pixel) << value;
 }
 
 TEST(ColorScale, SingleNoAndCoincidingStops) {
@@ -96,15 +100,6 @@ TEST(ColorScale, TickLabelsUseTheFewestDecimalsThatShowThem) {
   scale.SetRange(0, 1e6);
   scale.SetTickStep(1);
   EXPECT_EQ(scale.Ticks().size(), 1000u) << "capped";
-}
-
-TEST(ColorScale, PixelOfPlacesValuesAlongTheBarClamped) {
-  TColorScale scale(nullptr);
-  scale.SetRange(0, 10);
-  EXPECT_EQ(scale.PixelOf(5, 101), 50);
-  EXPECT_EQ(scale.PixelOf(-3, 101), 0);
-  EXPECT_EQ(scale.PixelOf(99, 101), 100);
-  EXPECT_EQ(scale.PixelOf(5, 0), 0);
 }
 
 }  // namespace

@@ -65,41 +65,34 @@ TEST_F(FormsPositionsTest, WritesEveryValueEvenAtDefaultsButSizesOnlyForSizeable
   delete skipped;
 }
 
-TEST_F(FormsPositionsTest, RestoredFormsStayOnTheScreen) {
+TEST_F(FormsPositionsTest, RestoredFormsStayOnTheScreenAndAMissingSectionKeepsTheForm) {
   ui_.set_screen_size({1000, 800});
   struct row {
-    const char* values;
+    const char* section;
     TFormBorderStyle style;
     const char* bounds;
+    TWindowState state;
   };
   const row rows[] = {
-      {"Left=-5000\r\nTop=10\r\nWidth=300\r\nHeight=200", bsSizeable, "-250,10,300,200"},
-      {"Left=990\r\nTop=-7\r\nWidth=300\r\nHeight=200", bsSizeToolWin, "950,0,300,200"},
-      {"Left=-2147483648\r\nTop=2147483648\r\nWidth=-2147483648\r\nHeight=x", bsSizeable,
-       "-50,750,100,100"},
-      {"Left=abc\r\nTop=99999999999\r\nWidth=500\r\nHeight=500", bsDialog, "1,750,100,100"},
-      {"State=2\r\nLeft=300", bsSizeable, "1,2,100,100"},
+      {"<F\r\nLeft=-5000\r\nTop=10\r\nWidth=300\r\nHeight=200", bsSizeable, "-250,10,300,200", wsNormal},
+      {"<F\r\nLeft=990\r\nTop=-7\r\nWidth=300\r\nHeight=200", bsSizeToolWin, "950,0,300,200", wsNormal},
+      {"<F\r\nLeft=-2147483648\r\nTop=2147483648\r\nWidth=-2147483648\r\nHeight=x", bsSizeable,
+       "-50,750,100,100", wsNormal},
+      {"<F\r\nLeft=abc\r\nTop=99999999999\r\nWidth=500\r\nHeight=500", bsDialog, "1,750,100,100", wsNormal},
+      {"<F\r\nState=2\r\nLeft=300", bsSizeable, "1,2,100,100", wsMaximized},
+      {"<F\r\nState=1", bsSizeable, "1,2,100,100", wsMinimized},
+      {"<Other\r\nLeft=500", bsSizeable, "1,2,100,100", wsNormal},
   };
   for (const row& r : rows) {
-    SCOPED_TRACE(r.values);
+    SCOPED_TRACE(r.section);
     TForm form(nullptr);
     form.SetName(u"F");
     form.SetBorderStyle(r.style);
     form.SetBounds(1, 2, 100, 100);
-    restore(&form, std::string("TSFx\r\n<F\r\n") + r.values + "\r\n>\r\n");
+    restore(&form, std::string("TSFx\r\n") + r.section + "\r\n>\r\n");
     EXPECT_EQ(bounds(&form), r.bounds);
+    EXPECT_EQ(form.WindowState(), r.state);
   }
-}
-
-TEST_F(FormsPositionsTest, StateIsRestoredAndAMissingSectionKeepsTheForm) {
-  TForm form(nullptr);
-  form.SetName(u"F");
-  form.SetBounds(5, 6, 70, 80);
-  restore(&form, "TSFx\r\n<F\r\nState=1\r\n>\r\n");
-  EXPECT_EQ(form.WindowState(), wsMinimized);
-  form.SetWindowState(wsNormal);
-  restore(&form, "TSFx\r\n<Other\r\nLeft=500\r\n>\r\n");
-  EXPECT_EQ(bounds(&form), "5,6,70,80");
 }
 
 }  // namespace
