@@ -156,10 +156,8 @@ bool xshell_list_folder(const xstr& folder, bool hidden, std::vector<TShellEntry
     const std::string path = child_of(dir, name.view());
     entry.Folder = is_folder(path);
     entry.Link = platform::os().is_symbolic_link(path.c_str());
-    if (!entry.Folder) {
-      entry.Size = regular_size(path);
-      entry.Stamp = stamp_of(path);
-    }
+    if (!entry.Folder) entry.Size = regular_size(path);
+    entry.Stamp = stamp_of(path);
     out.push_back(std::move(entry));
   }
   return true;

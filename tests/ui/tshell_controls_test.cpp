@@ -97,7 +97,8 @@ TEST_F(ShellControlsTest, TheListShowsFoldersFirstWithSizeTypeAndOnlyTheKindsAsk
   TShellListView* list = list_at();
   EXPECT_EQ(rows(*list, true), (strings{"A_dir||Folder", "b_dir||Folder", "m.TXT|1.5 KB|TXT File",
                                         "README|1 byte|File", "z.txt|5 bytes|TXT File"}));
-  EXPECT_FALSE(list->Items().Item(2)->SubItems()[2].empty());  // a file's time is shown
+  EXPECT_FALSE(list->Items().Item(2)->SubItems()[2].empty());  // a file's time is shown ...
+  EXPECT_FALSE(list->Items().Item(0)->SubItems()[2].empty());  // ... and a folder's
   const std::tuple<TShellObjectTypes, strings> cases[] = {
       {otFolders, {"A_dir", "b_dir"}},
       {otNonFolders, {"m.TXT", "README", "z.txt"}},
