@@ -134,7 +134,11 @@ void show_demo_window(const std::string& report, const demo_window_options& opti
     });
   Application()->Run();
   if (timer != 0) xmain_loop::instance().remove_timer(timer);
+  // The window goes now, while Qt and the web engine still run: a browser
+  // page left for the process's exit would be torn down after the engine.
   (void)browser;
+  delete form;
+  Application()->ProcessMessages();
   if (failed) std::rethrow_exception(failed);
 }
 
