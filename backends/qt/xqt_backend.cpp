@@ -1,5 +1,7 @@
 #include "backends/qt/xqt_backend.h"
 
+#include <utility>
+
 #include <QApplication>
 #include <QClipboard>
 #include <QColorDialog>
@@ -411,12 +413,21 @@ int xqt_backend::text_width(const TFont& font, const UnicodeString& text) {
   return QFontMetrics(qt_font).horizontalAdvance(qstr(text));
 }
 
+namespace {
+// Never destroyed by the process's exit, only by end_qt_backend: windows may
+// still be shown while static objects go.
+xqt_backend* process_backend = nullptr;
+}  // namespace
+
 xqt_backend& use_qt_backend() {
-  // Never destroyed before the process ends: windows may still be shown
-  // while static objects go.
-  static xqt_backend* backend = new xqt_backend();
-  xset_ui_backend(backend);
-  return *backend;
+  if (process_backend == nullptr) process_backend = new xqt_backend();
+  xset_ui_backend(process_backend);
+  return *process_backend;
+}
+
+void end_qt_backend() {
+  xqt_backend* backend = std::exchange(process_backend, nullptr);
+  delete backend;  // its windows, then the QApplication it made, with Qt's own shutdown
 }
 
 namespace {

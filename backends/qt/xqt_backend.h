@@ -97,6 +97,13 @@ class XUM_QT_API xqt_backend final : public xui_backend {
 // Makes the process-wide Qt backend current (creating it on first call) and
 // returns it. Throws as xqt_backend's constructor does.
 XUM_QT_API xqt_backend& use_qt_backend();
+// Ends the process-wide Qt backend: its windows go, the QApplication it
+// made ends (running Qt's own shutdown, and with it the web engine's), and
+// the headless backend is current again. A program that used the web view
+// calls it once it shows no more windows, before main returns: the web
+// engine's threads must end before the process's exit does. Nothing
+// happens when there is no such backend.
+XUM_QT_API void end_qt_backend();
 
 // The Windows virtual-key code of a Qt key (0 when it has none).
 XUM_QT_API int xqt_virtual_key(int qt_key);

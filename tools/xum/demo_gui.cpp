@@ -134,11 +134,13 @@ void show_demo_window(const std::string& report, const demo_window_options& opti
     });
   Application()->Run();
   if (timer != 0) xmain_loop::instance().remove_timer(timer);
-  // The window goes now, while Qt and the web engine still run: a browser
-  // page left for the process's exit would be torn down after the engine.
+  // The window goes now, while Qt and the web engine still run, and then the
+  // backend with its Qt application: the web engine's threads end before
+  // the process's exit, not during it.
   (void)browser;
   delete form;
   Application()->ProcessMessages();
+  end_qt_backend();
   if (failed) std::rethrow_exception(failed);
 }
 
