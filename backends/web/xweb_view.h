@@ -9,7 +9,8 @@
 //     xum::use_web_view();              // browsers made from now on use the engine
 //     auto* web = new xum::TWebBrowser(form);
 //     web->Navigate(u"file:///usr/share/doc/app/index.html");
-//     ...
+//     ...                               // Application()->Run(), then destroy the forms
+//     xum::end_qt_backend();            // the engine ends before the process does
 //   }
 //
 // use_web_view() registers the widget kind that shows each TWebBrowser as a
