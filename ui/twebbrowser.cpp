@@ -50,6 +50,17 @@ void TWebBrowser::Attach() {
     Finished(url, error);
   };
   on.new_window = [this](const UnicodeString& url) { NewWindow(url); };
+  on.history_requested = [this](const UnicodeString& url) {
+    // The neighbour in this browser's history with that address, else a
+    // new page.
+    const std::vector<UnicodeString> history = History();
+    if (CanGoBack() && history[static_cast<std::size_t>(FIndex - 1)] == url)
+      GoBack();
+    else if (CanGoForward() && history[static_cast<std::size_t>(FIndex + 1)] == url)
+      GoForward();
+    else
+      Navigate(url);
+  };
   FEngine->set_events(std::move(on));
 }
 

@@ -48,6 +48,10 @@
 // NewBrowser, Cancel): cancelled, nothing opens; with a NewBrowser set, the
 // page opens there; otherwise in this browser.
 //
+// The engine's own back and forward (a mouse button or the menu of a web
+// view) move this history: to the neighbouring entry with the address asked
+// for, else to a new page.
+//
 // Every browser is one of the application's browser windows: it joins
 // TShellWindows' list when made and leaves it when destroyed.
 //

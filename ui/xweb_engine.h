@@ -77,6 +77,10 @@ struct xweb_engine_events {
   std::function<void(const UnicodeString& url, const UnicodeString& error)> finished;
   // The page asked to open `url` in a new window.
   std::function<void(const UnicodeString& url)> new_window;
+  // The user asked for `url`, an entry of the engine's own history, in the
+  // engine's own way (a mouse button, the view's menu); the engine has not
+  // gone there: the history is the browser's, which moves itself.
+  std::function<void(const UnicodeString& url)> history_requested;
 };
 
 class XUM_API xweb_engine {

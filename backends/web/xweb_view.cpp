@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QPointer>
 #include <QUrl>
+#include <QTimer>
 #include <QWebEngineLoadingInfo>
 #include <QWebEngineNewWindowRequest>
 #include <QWebEnginePage>
@@ -101,6 +102,17 @@ class web_engine final : public xweb_engine {
         type == QWebEnginePage::NavigationTypeReload) {
       own_ = false;
       return true;
+    }
+    if (type == QWebEnginePage::NavigationTypeBackForward) {
+      // The view's own back or forward (a mouse button, its menu): the
+      // history is the model's, which moves itself once this request has
+      // been refused.
+      QTimer::singleShot(0, page_.get(), [this, target = ustr(url.toString())] {
+        report([&] {
+          if (events().history_requested) events().history_requested(target);
+        });
+      });
+      return false;
     }
     if (type == QWebEnginePage::NavigationTypeRedirect) {
       if (loading_) expected_ = url;

@@ -30,6 +30,8 @@
 //     ends in OnNavigateError with the engine's text ("net::ERR_FILE_NOT_FOUND:
 //     <url>");
 //   a hovered link's address is the status text (empty when left);
+//   the view's own back and forward (a mouse button, its menu) are the
+//     browser's GoBack and GoForward: its history moves, not the engine's;
 //   a page asking for a window (target="_blank", window.open) fires
 //     OnNewWindow2; the engine itself opens no window.
 // Exceptions of event handlers go to Application()->HandleException.

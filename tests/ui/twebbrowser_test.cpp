@@ -294,6 +294,18 @@ TEST_F(WebBrowserTest, APageFollowingALinkAsksFirstAndAnAnchorAddsAnEntry) {
   EXPECT_EQ(history(), "data:,one data:,two [data:,two#part] ");
   EXPECT_EQ(take_log(), lines{"navigated data:,two#part"}) << "a finish while idle is ignored";
   EXPECT_EQ(calls_, lines{"load data:,one"}) << "the page's own navigations load by themselves";
+
+  // The engine's own back and forward move this history: a neighbour with
+  // the address asked for, else a new page.
+  engine.on().history_requested(u"data:,two");
+  EXPECT_EQ(calls_.back(), "load data:,two");
+  engine.on().finished(u"data:,two", u"");
+  EXPECT_EQ(history(), "data:,one [data:,two] data:,two#part ");
+  engine.on().history_requested(u"data:,two#part");
+  engine.on().finished(u"data:,two#part", u"");
+  EXPECT_EQ(history(), "data:,one data:,two [data:,two#part] ");
+  engine.on().history_requested(u"data:,elsewhere");
+  EXPECT_EQ(calls_.back(), "load data:,elsewhere");
 }
 
 TEST_F(WebBrowserTest, ANewWindowIsCancelledOpenedInTheGivenBrowserOrHere) {

@@ -168,6 +168,14 @@ TEST_F(WebView, BackAndForwardShowTheHistorysPagesAndAMissingFileFails) {
   ASSERT_TRUE(wait_until([] { return !web_->Busy(); }));
   EXPECT_EQ(web_->LocationName(), u"Local page B");
   EXPECT_FALSE(web_->CanGoForward());
+  // The view's own Back (a mouse button does the same) moves the model's
+  // history instead of adding to it.
+  view()->triggerPageAction(QWebEnginePage::Back);
+  ASSERT_TRUE(wait_until([] { return web_->LocationName() == u"Local page A" && !web_->Busy(); }));
+  EXPECT_EQ(web_->History().size(), 2u);
+  EXPECT_TRUE(web_->CanGoForward());
+  web_->GoForward();
+  ASSERT_TRUE(wait_until([] { return !web_->Busy(); }));
   take_log();
   web_->Refresh();
   ASSERT_TRUE(wait_until([] { return !web_->Busy(); }));
