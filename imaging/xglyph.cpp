@@ -79,34 +79,34 @@ void xglyph::calculate_alpha(const xbmp& on_black) {
   }
 }
 
-void xglyph::draw_on(xbmp& dst, int x, int y, int frame) const {
-  require_rgba();
-  const int size = width();
+// Runs blend(source RGBA pixel, destination pixel) for every pixel of
+// frame `frame` that lands inside `dst` when drawn at x, y.
+template <class Blend>
+void blend_frame(const xglyph& g, xbmp& dst, int x, int y, int frame, Blend blend) {
+  const int size = g.width();
   const clip c(size, dst, x, y);
   const int ds = dst.bytes_per_pixel();
   for (int j = c.j0; j < c.j1; ++j) {
-    const unsigned char* s = get_scan_line(frame * size + j) + 4 * c.i0;
+    const unsigned char* s = g.get_scan_line(frame * size + j) + 4 * c.i0;
     unsigned char* d = dst.get_scan_line(y + j) + static_cast<std::ptrdiff_t>(ds) * (x + c.i0);
-    for (int i = c.i0; i < c.i1; ++i, s += 4, d += ds) {
-      const int a = s[3];
-      for (int k = 0; k < 3; ++k) d[k] = static_cast<unsigned char>((s[k] * a + d[k] * (255 - a)) / 255);
-    }
+    for (int i = c.i0; i < c.i1; ++i, s += 4, d += ds) blend(s, d);
   }
+}
+
+void xglyph::draw_on(xbmp& dst, int x, int y, int frame) const {
+  require_rgba();
+  blend_frame(*this, dst, x, y, frame, [](const unsigned char* s, unsigned char* d) {
+    const int a = s[3];
+    for (int k = 0; k < 3; ++k) d[k] = static_cast<unsigned char>((s[k] * a + d[k] * (255 - a)) / 255);
+  });
 }
 
 void xglyph::draw_greyed_on(xbmp& dst, int x, int y, int amount, int frame) const {
   require_rgba();
-  const int size = width();
-  const clip c(size, dst, x, y);
-  const int ds = dst.bytes_per_pixel();
-  for (int j = c.j0; j < c.j1; ++j) {
-    const unsigned char* s = get_scan_line(frame * size + j) + 4 * c.i0;
-    unsigned char* d = dst.get_scan_line(y + j) + static_cast<std::ptrdiff_t>(ds) * (x + c.i0);
-    for (int i = c.i0; i < c.i1; ++i, s += 4, d += ds) {
-      const int k = s[3] * amount / 255;
-      for (int n = 0; n < 3; ++n) d[n] = clamp_byte(d[n] + d[n] * k / 255);
-    }
-  }
+  blend_frame(*this, dst, x, y, frame, [amount](const unsigned char* s, unsigned char* d) {
+    const int k = s[3] * amount / 255;
+    for (int n = 0; n < 3; ++n) d[n] = clamp_byte(d[n] + d[n] * k / 255);
+  });
 }
 
 void xglyph::make_small(xglyph& dst, int frame, int divisor, int multiplier) const {
