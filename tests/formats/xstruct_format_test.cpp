@@ -1,25 +1,32 @@
+// xstruct_format's text form: the tree read and written back, value and
+// section syntax, load failures with their category and line, hostile
+// files (no signature, deep nesting, long lines), refused saves, and
+// exactly the keys and values that the text form reads back.
 #include "formats/xstruct_format.h"
-
-#include <gtest/gtest.h>
-
-#include "tests/support/xfailing_stream.h"
-#include "tests/support/xtest_helpers.h"
 
 #include <filesystem>
 #include <iterator>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "core/xexceptions.h"
 #include "streams/xmemory_stream.h"
+#include "tests/support/xfailing_stream.h"
+#include "tests/support/xtest_helpers.h"
 
 namespace xum {
 namespace {
 
-using test::error_of;
-
+namespace fs = std::filesystem;
 using namespace std::string_literals;
+using c = xerror_category;
+using test::error_of;
+using test::raised;
+using test::raised_by;
 
 const char* const layout =
     "TSFMainLayout\r\n"
@@ -37,8 +44,8 @@ class XstructFormat : public ::testing::Test {
   // for its error messages, live as long as the fixture.
   void load(std::string text) {
     texts_.push_back(std::make_unique<std::string>(std::move(text)));
-    streams_.push_back(
-        std::make_unique<xbuffer_stream>(texts_.back()->data(), static_cast<int>(texts_.back()->size())));
+    streams_.push_back(std::make_unique<xbuffer_stream>(texts_.back()->data(),
+                                                        static_cast<int>(texts_.back()->size())));
     f_.open_stream(*streams_.back(), xstream_read, false);
   }
   // Writes the contents of f_ as the closing save does.
@@ -46,7 +53,7 @@ class XstructFormat : public ::testing::Test {
     xmemory_stream m;
     f_.save_to_stream(m);
     f_.close();
-    return std::string(reinterpret_cast<const char*>(m.data()), m.size());
+    return test::bytes_of(m);
   }
   xstr get(const char* key) { return f_.str_prop(key, "", "-", false); }
 
@@ -84,71 +91,85 @@ TEST_F(XstructFormat, ValueSyntax) {
     EXPECT_EQ(f_.root().value(i).text(), rows[i].second);
   }
   EXPECT_EQ(f_.value_by_key("Name"), nullptr);  // the blank belongs to the key
-  EXPECT_EQ(f_.stored_identifier(), "");         // no header: left as it was
-  EXPECT_EQ(test::raised_by([&] { f_.identifier("X"); }),
-            (test::raised{xerror_category::bad_data, -1, -1, "Invalid data format !\nbuffer stream"}));
+  EXPECT_EQ(f_.stored_identifier(), "");        // no header: left as it was
+  EXPECT_EQ(raised_by([&] { f_.identifier("X"); }),
+            (raised{c::bad_data, -1, -1, "Invalid data format !\nbuffer stream"}));
   const std::string out = save();
   EXPECT_NE(out.find("\r\na=abc   @\r\n"), std::string::npos);
   EXPECT_NE(out.find("\r\nd= @\r\ne=\t x\r\n"), std::string::npos);
 }
 
-TEST_F(XstructFormat, SectionsMergeAndCloseSilently) {
+TEST_F(XstructFormat, SectionsMergeCloseSilentlyAndPackDropsTheEmpty) {
   load("<Panel\n a=1\n>\n<Other\n>\n<Panel\n b=2\n<Inner\n c=3\n");
   EXPECT_EQ(save(),
             "TSF\r\n<Panel\r\n  a=1\r\n  b=2\r\n  <Inner\r\n    c=3\r\n  > (Inner)\r\n> (Panel)\r\n"
             "<Other\r\n> (Other)\r\n");
   load("a=1\n> anything\nb=2\n");  // a top-level closer ends the file
   EXPECT_EQ(f_.root().value_count(), 1);
-}
-
-TEST_F(XstructFormat, AnonymousListsStopAtTheFirstGap) {
-  load("#0=a\n#1=b\n#3=d\nnamed=n\n#x2=z\n");
-  std::vector<std::string> seen;
-  while (f_.get_keys_left()) seen.emplace_back(get("").view());
-  EXPECT_EQ(seen, (std::vector<std::string>{"a", "b"}));
-  EXPECT_EQ(get("#3"), "d");
-  EXPECT_EQ(f_.code_by_label("#0x10"), ~16);  // "%i" reads hex and octal
-  EXPECT_GE(f_.code_by_label("#-1"), 0);      // negative numbers are plain labels
-}
-
-TEST_F(XstructFormat, PackRemovesSectionsHoldingNothing) {
-  load("<Keep\n v=1\n <Empty\n >\n>\n<Gone\n <Empty1\n  <Empty2\n  >\n >\n>\n<Empty3\n>\n");
-  f_.pack();
-  EXPECT_EQ(save(), "TSF\r\n<Keep\r\n  v=1\r\n> (Keep)\r\n");
-}
-
-TEST_F(XstructFormat, ErrorTexts) {
-  // (Each load failure's text, category and line: xformat_errors_test.)
-  // With a hook that returns, loading goes on: a duplicate is kept behind the
-  // first, which reads find; bad lines are skipped.
-  static int reports;
-  const auto reports_loading = [&](const std::string& text) {
-    test::error_hook hook([](const xstr&) { ++reports; });
-    reports = 0;
-    load(text);
-    return reports;
-  };
-  EXPECT_EQ(reports_loading("k=1\nk=2\nbad\n=x\nz=3\n"), 3);
-  EXPECT_EQ(get("k"), "1");
-  EXPECT_EQ(save(), "TSF\r\nk=1\r\nk=2\r\nz=3\r\n");
-  // Sections long enough to be indexed find the first of equal keys too.
-  std::string many;
-  for (int i = 0; i < 100; ++i) many += "k" + std::to_string(i % 60) + "=" + std::to_string(i) + "\n";
-  EXPECT_EQ(reports_loading(many), 40);
-  for (int i = 0; i < 60; ++i) EXPECT_EQ(get(("k" + std::to_string(i)).c_str()), std::to_string(i).c_str());
-}
-
-TEST_F(XstructFormat, ContentsSurviveOnlyTheCloseOfSaveToStream) {
-  load("a=1\n");
   f_.close();  // a reading close discards
   EXPECT_EQ(f_.root().value_count(), 0);
-  load("a=1\n");
-  f_.assign_str("a", "x\ny");  // replaces; the LF is written as a break
-  f_.assign_str("b", "2");
-  EXPECT_EQ(save(), "TSF\r\na=x\r\ny\r\nb=2\r\n");
-  f_.str_prop("k", "v", "", true);  // closed: the writing direction
-  f_.start_reading();
-  EXPECT_EQ(get("k"), "v");
+  load("<Keep\n v=1\n <Empty\n >\n>\n<Gone\n <Empty1\n  <Empty2\n  >\n >\n>\n<Empty3\n>\n");
+  f_.pack();
+  f_.assign_str("a", "x\ny");  // the LF is written as a break
+  EXPECT_EQ(save(), "TSF\r\na=x\r\ny\r\n<Keep\r\n  v=1\r\n> (Keep)\r\n");
+}
+
+// Every load failure is bad data with its line (text) or offset (binary),
+// except a file cut short, which is a failed read.
+TEST_F(XstructFormat, LoadFailuresAreBadDataWithTheirLine) {
+  const std::string in = "\nbuffer stream", invalid = "Invalid data format !" + in;
+  const std::string start(120, 'a');  // errors quote only the start of a long line
+  const std::pair<std::string, raised> rows[] = {
+      {"TSF\r\nok=1\r\njunk line\r\n",
+       {c::bad_data, 3, -1, "Key without value ! Key: junk line" + in}},
+      {"a=1\n\n=5 \n", {c::bad_data, 3, -1, "Value without key ! Value: 5" + in}},
+      {"<S\n k=1\n k=2", {c::bad_data, 3, -1, "Key duplication ! Key: k" + in}},  // no last break
+      {"TSF\n" + start + std::string(10 << 20, 'b') + "\n",
+       {c::bad_data, 2, -1, "Key without value ! Key: " + start + "..." + in}},
+      {"TSF\n=" + start + "c\n",
+       {c::bad_data, 2, -1, "Value without key ! Value: " + start + "..." + in}},
+      {"\x01\x02\x03\x04", {c::bad_data, -1, 0, invalid}},                 // no signature, no text
+      {"BSF\0\0\0\0\0\x01\0\x05\0\x01"s, {c::bad_data, -1, 10, invalid}},  // no label 5
+      {"BSF", {c::io, -1, 3, "Data reading error ! " + in}},  // ends after its signature
+  };
+  for (const auto& [bytes, want] : rows) {
+    SCOPED_TRACE(bytes.substr(0, 20));
+    EXPECT_EQ(raised_by([&] { load(bytes); }), want);
+  }
+  // With a hook that returns, loading goes on: a duplicate is kept behind
+  // the first, which reads find, also in sections long enough to be indexed;
+  // bad lines are skipped.
+  static int reports;
+  test::error_hook hook([](const xstr&) { ++reports; });
+  std::string many = "TSF\nbad\n=x\n";
+  for (int i = 0; i < 100; ++i)
+    many += "k" + std::to_string(i % 60) + "=" + std::to_string(i) + "\n";
+  reports = 0;
+  load(many);
+  EXPECT_EQ(reports, 42);
+  for (int i = 0; i < 60; ++i)
+    EXPECT_EQ(get(("k" + std::to_string(i)).c_str()), std::to_string(i).c_str());
+  EXPECT_EQ(f_.root().value_count(), 100);
+}
+
+TEST(XstructFormatErrors, AValueThatDoesNotConvertNamesItsFileAndLine) {
+  test::temp_dir dir;
+  const fs::path file = dir.path / "settings.txt";
+  // The same section twice is merged; the key "n " holds a blank.
+  test::put_file(
+      file, "TSFid\r\nCount=abc\r\n<S\r\n  x=1\r\n>\r\n\r\n<S\r\n  n = 3\r\n  n=oops\r\n> (S)\r\n");
+  xstruct_format f;
+  f.open_file(file.c_str(), xfile_read);
+  const std::string where = "\nFile: " + file.string();
+  EXPECT_EQ(raised_by([&] { f.prop_int64("Count", 0, 0, false); }),
+            (raised{c::bad_data, 2, -1, "Integer number expected ! Key: Count" + where}));
+  ASSERT_TRUE(f.begin_section("S"));
+  EXPECT_EQ(raised_by([&] { f.real_prop("n", 0.0, 0.0, false); }),
+            (raised{c::bad_data, 9, -1, "Number expected ! Key: n" + where}));
+  f.end_section();
+  // The file gone, the line is unknown; the message still names it.
+  fs::remove(file);
+  EXPECT_EQ(raised_by([&] { f.prop_int64("Count", 0, 0, false); }).line, -1);
 }
 
 // A load keeps its texts in one arena that the close frees: nothing handed
@@ -191,8 +212,9 @@ TEST_F(XstructFormat, NestingDeeperThanTheLimitIsRefusedWhereItStarts) {
   // nothing after it is read: 100,000 levels cost no more than 129.
   for (const int depth : {xstruct_format::max_depth + 1, 100000}) {
     SCOPED_TRACE(depth);
-    EXPECT_EQ(error_of([&] { load(nested(depth)); }),
-              "Invalid data format !\nSections are nested more than 128 deep.\nbuffer stream\nLine: 130");
+    EXPECT_EQ(
+        error_of([&] { load(nested(depth)); }),
+        "Invalid data format !\nSections are nested more than 128 deep.\nbuffer stream\nLine: 130");
   }
   // A tree built deeper than a file may be is refused by either save
   // before it writes anything.
@@ -204,7 +226,8 @@ TEST_F(XstructFormat, NestingDeeperThanTheLimitIsRefusedWhereItStarts) {
     for (int i = 0; i <= xstruct_format::max_depth; ++i) f_.begin_section("s");
     for (int i = 0; i < xstruct_format::max_depth; ++i) path += "/s";
     EXPECT_EQ(error_of([&] { f_.close(); }),
-              "Invalid data format !\nKey: " + path + "\nSections are nested more than 128 deep.\nMemory stream.");
+              "Invalid data format !\nKey: " + path +
+                  "\nSections are nested more than 128 deep.\nMemory stream.");
     EXPECT_EQ(m.size(), 0);
   }
 }
@@ -216,46 +239,28 @@ TEST_F(XstructFormat, AFileWithoutASignatureIsRefusedByItsFirstBytes) {
   test::xfailing_stream capped(data, 0, xstruct_format::sniff_bytes, true);
   EXPECT_EQ(error_of([&] { f_.open_stream(capped, xstream_read, false); }),
             "Invalid data format !\nfailing stream");
-
-  struct row {
-    std::string text;
-    bool loads;
-  };
-  const row rows[] = {
+  const std::pair<std::string, bool> rows[] = {
       {"k=v\n", true},
       {"", true},
       {std::string(5000, '\n') + "junk", true},  // nothing but blank lines up front
       {"junk line\nk=v\n", false},
       {"key" + std::string(5000, 'y') + "=v", false},  // no "=" in the first bytes
-      {std::string("k=v\0", 4), false},
+      {"k=v\0"s, false},
       {"k=\x01", false},
       {"BS", false},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.text.substr(0, 20));
-    const std::string error = error_of([&] { load(r.text); });
-    if (r.loads)
-      EXPECT_NE(error, "Invalid data format !\nbuffer stream");
-    else
-      EXPECT_EQ(error, "Invalid data format !\nbuffer stream");
+  for (const auto& [text, loads] : rows) {
+    SCOPED_TRACE(text.substr(0, 20));
+    EXPECT_EQ(error_of([&] { load(text); }) == "Invalid data format !\nbuffer stream", !loads);
   }
-}
-
-TEST_F(XstructFormat, ErrorsQuoteOnlyTheStartOfALongLine) {
-  const std::string start(120, 'a');
-  EXPECT_EQ(error_of([&] { load("TSF\n" + start + std::string(10 << 20, 'b') + "\n"); }),
-            "Key without value ! Key: " + start + "...\nbuffer stream");
-  EXPECT_EQ(error_of([&] { load("TSF\n=" + start + "c\n"); }), "Value without key ! Value: " + start + "...\nbuffer stream");
-}
-
-TEST_F(XstructFormat, LongLinesNeedNoRecursion) {
+  // A long line needs no recursion.
   load("k=" + std::string(50 << 20, 'v') + "\n");
   EXPECT_EQ(f_.value_by_key("k")->text().length(), 50 << 20);
 }
 
 // A save cut short at every write keeps the old file (platform's
-// xsafe_rewrite_test, on disk and in memory; the tool's tests under a
-// file-size limit); so does a save the format refuses.
+// xsafe_rewrite_test; the tool's tests under a file-size limit); so does a
+// save the format refuses.
 TEST(XstructFormatSave, ARefusedSaveLeavesTheOldFileAndNoNewOne) {
   test::temp_dir dir;
   const std::string path = (dir.path / "settings.txt").string();
@@ -266,13 +271,13 @@ TEST(XstructFormatSave, ARefusedSaveLeavesTheOldFileAndNoNewOne) {
   for (int i = 0; i <= xstruct_format::max_depth; ++i) f.begin_section("s");
   EXPECT_NE(error_of([&] { f.close(); }), "(no error)");
   EXPECT_EQ(test::file_bytes(path), old_text);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path), {}), 1);
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path), {}), 1);
 }
 
 TEST(XstructTextMisfit, ExactlyTheKeysAndValuesThatFitReadBack) {
   struct row {
     std::string key, value;
-    const char* reason;  // "": fits
+    const char* reason;      // "": fits
     std::string shown = "";  // the key in the message, when not as given
   };
   const row rows[] = {
@@ -281,7 +286,7 @@ TEST(XstructTextMisfit, ExactlyTheKeysAndValuesThatFitReadBack) {
       {">", "v", "The key starts with '>'."},
       {"<Sec", "v", "The key starts with '<'."},
       {"a<b>", "v", ""},
-      {"#0", "v", ""},  // the first anonymous value
+      {"#0", "v", ""},                                         // the first anonymous value
       {"k\nx", "v", "The name holds a line break.", "k\\nx"},  // shown escaped
       {"k", "a\nb", "The value holds a line break."},
       {"k", "a\t", "The value ends in a tab."},
@@ -297,10 +302,8 @@ TEST(XstructTextMisfit, ExactlyTheKeysAndValuesThatFitReadBack) {
     f.open_stream(m, xstream_write, false);
     f.assign_str(xstr(r.key), xstr(r.value));
     const auto misfit = f.first_misfit(xstruct_form::text);
-    EXPECT_EQ(misfit ? std::string(misfit->reason.view()) : "", r.reason);
-    if (misfit) {
-      EXPECT_EQ(std::string(misfit->message().view()), "Key: " + (r.shown.empty() ? r.key : r.shown) + "\n" + r.reason);
-    }
+    EXPECT_EQ(misfit ? std::string(misfit->message().view()) : "",
+              *r.reason ? "Key: " + (r.shown.empty() ? r.key : r.shown) + "\n" + r.reason : "");
     f.close();
     m.seek(0, xseek_begin);
     xstruct_format g;
@@ -313,24 +316,24 @@ TEST(XstructTextMisfit, ExactlyTheKeysAndValuesThatFitReadBack) {
 }
 
 TEST(XstructTextMisfit, NamesThatOnlyTheBinaryFormHolds) {
-  // Labels: "S " (a section name ending in a blank), "#1" (stored as a
-  // name, read from text as anonymous), " k" and "" (keys).
-  const auto load = [](const std::string& labels, const std::string& body) {
-    auto f = std::make_unique<xstruct_format>();
-    const std::string file = "BSF\0\1\0\0\0"s + labels + body;
-    xbuffer_stream in(file.data(), static_cast<int>(file.size()));
-    f->open_stream(in, xstream_read, false);
-    return f;
+  // One label, then a root holding a section or a value under code 0.
+  const std::string section = "\0\0\1\0\0\0\0\0\0\0"s, value = "\1\0\0\0\6\0\0"s;
+  const std::tuple<std::string, std::string, const char*> rows[] = {
+      {"\2S "s, section, "Key: S \nThe section name ends in a blank."},
+      {"\2#1"s, section, "Key: #1\nThe name reads back as an anonymous entry."},
+      {"\2 k"s, value, "Key:  k\nThe key starts with a blank."},
+      {"\0"s, value, "Key: \"\"\nThe key is empty."},
+      {"\2 S"s, section, ""},  // "< S" keeps its blank
   };
-  const std::string empty_section = "\0\0\1\0\0\0\0\0\0\0"s;  // no values, one child 0 holding nothing
-  const std::string one_value = "\1\0\0\0\6\0\0"s;              // value 0, empty text
-  EXPECT_EQ(load("\2S "s, empty_section)->first_misfit(xstruct_form::text)->message(),
-            "Key: S \nThe section name ends in a blank.");
-  EXPECT_EQ(load("\2#1"s, empty_section)->first_misfit(xstruct_form::text)->message(),
-            "Key: #1\nThe name reads back as an anonymous entry.");
-  EXPECT_EQ(load("\2 k"s, one_value)->first_misfit(xstruct_form::text)->message(), "Key:  k\nThe key starts with a blank.");
-  EXPECT_EQ(load("\0"s, one_value)->first_misfit(xstruct_form::text)->message(), "Key: \"\"\nThe key is empty.");
-  EXPECT_FALSE(load("\2 S"s, empty_section)->first_misfit(xstruct_form::text));  // "< S" keeps its blank
+  for (const auto& [label, body, message] : rows) {
+    SCOPED_TRACE(message);
+    const std::string file = "BSF\0\1\0\0\0"s + label + body;
+    xbuffer_stream in(file.data(), static_cast<int>(file.size()));
+    xstruct_format f;
+    f.open_stream(in, xstream_read, false);
+    const auto misfit = f.first_misfit(xstruct_form::text);
+    EXPECT_EQ(misfit ? std::string(misfit->message().view()) : "", message);
+  }
 }
 
 }  // namespace

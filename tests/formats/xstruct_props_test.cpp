@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <initializer_list>
 #include <limits>
 #include <stdexcept>
@@ -15,7 +16,9 @@
 #include <gtest/gtest.h>
 
 #include "core/xexceptions.h"
+#include "formats/xfont_info.h"
 #include "formats/xstruct_format.h"
+#include "framework/tgraphics.h"
 #include "streams/xmemory_stream.h"
 #include "tests/support/xtest_helpers.h"
 
@@ -53,7 +56,8 @@ TEST(XstructProps, EachKindHasItsTextForm) {
               f.prop_int64("", 7, 7, false);  // anonymous values are always stored
               f.prop_int64("Forced", 5, 5, true);
             }),
-            "TSF\r\nBig=-9000000000\r\nRatio=1.250000\r\nPi=3.141593\r\nName=x @\r\n#0=7\r\nForced=5\r\n");
+            "TSF\r\nBig=-9000000000\r\nRatio=1.250000\r\nPi=3.141593\r\nName=x "
+            "@\r\n#0=7\r\nForced=5\r\n");
 }
 
 TEST(XstructProps, NumbersReadBackInEveryWidthAndConvertBetweenKinds) {
@@ -80,14 +84,29 @@ TEST(XstructProps, ValueKindsConvertAtTheirLimits) {
   EXPECT_EQ(e.as_double(), 1.5);
   unsigned char back[10];
   e.extended_bytes(back);
-  EXPECT_EQ(std::string(reinterpret_cast<char*>(back), 10), std::string(reinterpret_cast<const char*>(one_and_half), 10));
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(back), 10),
+            std::string(reinterpret_cast<const char*>(one_and_half), 10));
   const unsigned char minus_inf[10] = {0, 0, 0, 0, 0, 0, 0, 0x80, 0xFF, 0xFF};
-  EXPECT_EQ(xstruct_value::extended(0, minus_inf).as_double(), -std::numeric_limits<double>::infinity());
-  EXPECT_EQ(xstruct_value::extended(0, minus_inf).as_int64(), std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(xstruct_value::extended(0, minus_inf).as_double(),
+            -std::numeric_limits<double>::infinity());
+  EXPECT_EQ(xstruct_value::extended(0, minus_inf).as_int64(),
+            std::numeric_limits<std::int64_t>::min());
 
   EXPECT_EQ(xstruct_value::real64(0, 1e300).as_int64(), std::numeric_limits<std::int64_t>::max());
   EXPECT_EQ(xstruct_value::real64(0, std::nan("")).as_int64(), 0);
   EXPECT_EQ(xstruct_value::int64(0, INT64_MIN).text(), "-9223372036854775808");
+  // A text that does not convert throws a std exception outside a format.
+  const xstruct_value text(0, "abc");
+  const auto what = [](const auto& convert) {
+    try {
+      convert();
+    } catch (const std::exception& e) {
+      return std::string(e.what());
+    }
+    return std::string("converted");
+  };
+  EXPECT_EQ(what([&] { return text.as_int64(); }), "Integer number expected ! Key: ");
+  EXPECT_EQ(what([&] { return text.as_double(); }), "Number expected ! Key: ");
 }
 
 TEST(XstructProps, MalformedNumbersAreReportedWithTheKeyAndGiveTheDefault) {
@@ -95,7 +114,8 @@ TEST(XstructProps, MalformedNumbersAreReportedWithTheKeyAndGiveTheDefault) {
   xbuffer_stream s;
   load(f, s, "Count=abc\n#0=x\n");
   // (Each kind's text, file and line: xformat_errors_test.)
-  EXPECT_EQ(error_of([&] { f.real_prop(" Count ", 0.0, 3.0, false); }), "Number expected ! Key: Count\nbuffer stream");
+  EXPECT_EQ(error_of([&] { f.real_prop(" Count ", 0.0, 3.0, false); }),
+            "Number expected ! Key: Count\nbuffer stream");
   static std::string seen;
   test::error_hook hook([](const xstr& m) { seen = std::string(m.view()); });
   f.start_reading();
@@ -111,113 +131,45 @@ TEST(XstructProps, WritingAKeyTwiceIsReportedForEveryKind) {
   f.open_stream(m, xstream_write, false);
   f.prop_int64("K", 1, 0, false);
   // A program's mistake, not damage: general, naming the key.
-  const test::raised twice{xerror_category::general, -1, -1, "Key duplication ! Key: K\nMemory stream."};
-  EXPECT_EQ(test::raised_by([&] { f.prop_int64("K", 2, 0, false); }), twice);
-  EXPECT_EQ(test::raised_by([&] { f.real_prop("K", 2.0, 0.0, false); }), twice);
-  EXPECT_EQ(test::raised_by([&] { f.str_prop("K", "2", "", false); }), twice);
+  const test::raised twice{xerror_category::general, -1, -1,
+                           "Key duplication ! Key: K\nMemory stream."};
+  const std::function<void()> writes[] = {[&] { f.prop_int64("K", 2, 0, false); },
+                                          [&] { f.real_prop("K", 2.0, 0.0, false); },
+                                          [&] { f.str_prop("K", "2", "", false); }};
+  for (const auto& write : writes) EXPECT_EQ(test::raised_by(write), twice);
   // Equal to its default, the second write stores nothing and so reports nothing.
   EXPECT_EQ(error_of([&] { f.real_prop("K", 0.0, 0.0, false); }), "(no error)");
 }
 
-TEST(XstructFileName, IsStoredRelativeAndFoundAgainAfterTheFolderMoved) {
+TEST(XstructFileName, IsStoredRelativeAndFoundAfterTheFolderMovedOrOnTheSearchPaths) {
   const test::temp_dir dir;
   const fs::path& root = dir.path;
-  test::put_file(root / "a" / "data.bin", "x");
   test::put_file(root / "a" / "img" / "logo.bmp", "x");
+  test::put_file(root / "second" / "x.dat", "x");
+  test::put_file(root / "third" / "x.dat", "x");
   const std::string settings = (root / "a" / "set.tsf").string();
   {
     xstruct_format f;
     f.open_file(settings.c_str(), xfile_create);
-    xstr data = (root / "a" / "data.bin").c_str();
-    xstr logo = (root / "a" / "img" / "logo.bmp").c_str();
-    xstr none;
-    f.file_name("Data", data);
+    xstr logo = (root / "a" / "img" / "logo.bmp").c_str(), none;
     f.file_name("Logo", logo);
+    f.str_prop("X", "x.dat", "", false);
     f.file_name("None", none);
     f.close();
   }
-  EXPECT_EQ(test::file_bytes(settings), "TSF\r\nData=data.bin\r\nLogo=img/logo.bmp\r\n");
-
+  EXPECT_EQ(test::file_bytes(settings), "TSF\r\nLogo=img/logo.bmp\r\nX=x.dat\r\n");
   fs::rename(root / "a", root / "b");
   xstruct_format f;
+  for (const char* folder : {"first/", "second/", "third/"})
+    f.add_search_path((root / folder).c_str());
   f.open_file((root / "b" / "set.tsf").c_str(), xfile_read);
-  xstr data, logo, none = "was set";
-  f.file_name("Data", data);
+  xstr logo, x, none = "was set";
   f.file_name("Logo", logo);
-  f.file_name("None", none);
-  EXPECT_EQ(data, (root / "b" / "data.bin").c_str());
-  EXPECT_EQ(logo, (root / "b" / "img" / "logo.bmp").c_str());
-  EXPECT_EQ(none, "");
-}
-
-TEST(XstructFileName, FallsBackToTheSearchPathsInOrder) {
-  const test::temp_dir dir;
-  const fs::path& root = dir.path;
-  test::put_file(root / "second" / "x.dat", "x");
-  test::put_file(root / "third" / "x.dat", "x");
-  test::put_file(root / "set.tsf", "TSF\r\nX=x.dat\r\nY=y.dat\r\n");
-  xstruct_format f;
-  f.add_search_path((root / "first/").c_str());
-  f.add_search_path((root / "second/").c_str());
-  f.add_search_path((root / "third/").c_str());
-  f.open_file((root / "set.tsf").c_str(), xfile_read);
-  xstr x, y;
   f.file_name("X", x);
-  f.file_name("Y", y);
-  EXPECT_EQ(x, (root / "second" / "x.dat").c_str());
-  EXPECT_EQ(y, (root / "y.dat").c_str());  // found nowhere: the base directory
-}
-
-TEST(XstructFormatBinaryFlag, SetBeforeTheOpenForWritingSavesTheBinaryForm) {
-  // Steps: b set_binary(true), w open for writing, r load a text,
-  // s save_to_stream, c close.
-  const std::string text = "TSFid\r\nk=1\r\n";
-  const std::pair<const char*, bool> rows[] = {
-      {"bw", true},    // before the open
-      {"rbw", true},   // while reading, for the writer that follows
-      {"bs", true},    // before save_to_stream
-      {"bcw", false},  // cleared by an explicit close
-  };
-  for (const auto& [steps, binary] : rows) {
-    SCOPED_TRACE(steps);
-    xmemory_stream m;
-    xbuffer_stream in;
-    xstruct_format f;
-    for (const char* step = steps; *step; ++step) {
-      if (*step == 'b') f.set_binary(true);
-      if (*step == 'w') f.open_stream(m, xstream_write, false);
-      if (*step == 'r') load(f, in, text);
-      if (*step == 's') f.save_to_stream(m);
-      if (*step == 'c') f.close();
-    }
-    f.identifier("id");
-    f.prop_int64("k", 1, 0, false);
-    f.close();
-    EXPECT_EQ(bytes_of(m).substr(0, 3), binary ? "BSF" : "TSF");
-    // The flag served one save: the next writer writes text.
-    xmemory_stream again;
-    f.open_stream(again, xstream_write, false);
-    f.close();
-    EXPECT_EQ(bytes_of(again).substr(0, 3), "TSF");
-  }
-}
-
-// Whether prop<T, S> names a callable instance.
-template <class T, class S>
-concept prop_compiles = requires(xstruct_format& f, const T& v) {
-  f.template prop<T, S>(xstr(), v, v, false);
-};
-
-TEST(XstructFormatProp, OnlyTheFourInstancesCompile) {
-  // Any other pair used to compile and then fail to link.
-  static_assert(prop_compiles<xstr, xstr> && prop_compiles<std::int64_t, std::int64_t> &&
-                prop_compiles<float, double> && prop_compiles<double, double>);
-  static_assert(!prop_compiles<int, int> && !prop_compiles<bool, std::int64_t> &&
-                !prop_compiles<float, float> && !prop_compiles<std::int64_t, xstr> &&
-                !prop_compiles<std::string, xstr>);
-  // The four link.
-  EXPECT_EQ(text_of([](xstruct_format& f) { f.prop<float, double>("c", 0.5f, 0.0f, false); }),
-            "TSF\r\nc=0.500000\r\n");
+  f.file_name("None", none);
+  EXPECT_EQ(logo, (root / "b" / "img" / "logo.bmp").c_str());
+  EXPECT_EQ(x, (root / "second" / "x.dat").c_str());  // the first search path that holds it
+  EXPECT_EQ(none, "");
 }
 
 TEST(XstructFormatUnwinding, AFormatDestroyedByAnExceptionSavesNothing) {
@@ -324,6 +276,35 @@ TEST(XstructProps, BoolAndEnumStoredFormsAndWhatReadsBack) {
   EXPECT_EQ(error_of([&] { f.prop_enum("w", mode::fast, mode::fast, false, names); }),
             "Integer number expected ! Key: w\nbuffer stream");
   EXPECT_EQ(f.prop_enum("l", high, high, false), low);
+}
+
+// Only changed fields are written, an empty section reads the defaults,
+// and underline and strike-out swap places with the framework's font.
+TEST(XfontInfo, KeepsOnlyChangesAndMapsItsStyleToTheFramework) {
+  xfont_info font;
+  EXPECT_EQ(text_of([&](xstruct_format& f) { font.read_write(f); }), "TSF\r\n");
+  font.name = "Grüße";
+  font.charset = 0;
+  font.color = 0xFF;
+  font.size = 11;
+  font.style = xfont_info::underline | xfont_info::strike_out;  // 12
+  EXPECT_EQ(text_of([&](xstruct_format& f) { xfont_info(font).read_write(f); }),
+            "TSF\r\nName=Grüße\r\nCharset=0\r\nSize=11\r\nColor=255\r\nStyle=12\r\n");
+  TFont t;
+  font.AssignTo(&t);
+  EXPECT_EQ(t.Name(), u"Grüße");
+  EXPECT_EQ(t.Style(), FontStyles({fsUnderline, fsStrikeOut}));
+  t.SetStyle(FontStyles({fsBold, fsUnderline}));
+  xfont_info back;
+  back.style = 0x100 | xfont_info::italic;  // bits beyond the four are kept
+  back.Assign(&t);
+  EXPECT_EQ(back.size, 11);
+  EXPECT_EQ(back.style, 0x100 | xfont_info::bold | xfont_info::underline);
+  xstruct_format f;
+  f.start_reading();
+  font.read_write(f);
+  EXPECT_EQ(font.name, "Areal");  // the name files rely on when they omit it
+  EXPECT_EQ(font.style, 0);
 }
 
 }  // namespace

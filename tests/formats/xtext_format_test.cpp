@@ -1,15 +1,14 @@
 #include "formats/xtext_format.h"
 
-#include <gtest/gtest.h>
-
-#include "tests/support/xtest_helpers.h"
-
 #include <memory>
 #include <string>
 #include <tuple>
 
+#include <gtest/gtest.h>
+
 #include "core/xexceptions.h"
 #include "streams/xmemory_stream.h"
+#include "tests/support/xtest_helpers.h"
 
 namespace xum {
 namespace {
@@ -34,7 +33,8 @@ class XtextFormatRead : public ::testing::Test {
 TEST_F(XtextFormatRead, LineBreakTable) {
   // Text, its second token and the line it is on.
   const std::tuple<const char*, const char*, int> rows[] = {
-      {"a\n\rb", "b", 2},     {"a\rb", "b", 2},  {"a\r\rb c", "c", 3},  // the doubled CR swallows b
+      {"a\n\rb", "b", 2},       {"a\rb", "b", 2},
+      {"a\r\rb c", "c", 3},  // the doubled CR swallows b
       {"a\r\n\n\r\nb", "b", 4}, {"a  \t b", "b", 1},
   };
   for (const auto& [text, second, line] : rows) {
@@ -97,9 +97,11 @@ TEST_F(XtextFormatRead, ErrorTextsAndReturnsWhenTheHookReturns) {
   // Parse failures are bad data with their line, the texts as they were.
   xtext_format& t = open("\r\nabc");
   const auto bad = xerror_category::bad_data;
-  EXPECT_EQ(raised_by([&] { t.number(); }), (raised{bad, 2, -1, "Number expected !\nbuffer stream\nLine: 2"}));
+  EXPECT_EQ(raised_by([&] { t.number(); }),
+            (raised{bad, 2, -1, "Number expected !\nbuffer stream\nLine: 2"}));
   EXPECT_EQ(t.token(true), "abc");  // the failed number left the word
-  EXPECT_EQ(raised_by([&] { t.token(true); }), (raised{bad, 2, -1, "Unexpected end of text !\nbuffer stream"}));
+  EXPECT_EQ(raised_by([&] { t.token(true); }),
+            (raised{bad, 2, -1, "Unexpected end of text !\nbuffer stream"}));
   test::error_hook returns([](const xstr&) {});
   xtext_format& u = open("word");
   EXPECT_EQ(u.number(), 0.0L);
@@ -144,39 +146,6 @@ TEST_F(XtextFormatRead, LinesAcrossReadBlocks) {
   }
 }
 
-// read_line_view scans 16, then 8 bytes at a time and takes the usual
-// break in place; it must give what the symbol reader and next_line give,
-// for a break at every position of a scan and after every kind of break.
-TEST(XtextFormatLines, LineViewsMatchTheLayeredReader) {
-  const char* const breaks[] = {"\n", "\r", "\r\n", "\n\r", "\n\n", "\r\r", "\r\n\r\n", "\n\r\n"};
-  for (const char* brk : breaks) {
-    for (int length = 0; length <= 34; ++length) {
-      for (const char* tail : {"", "x", "y\n"}) {
-        std::string text;
-        for (int i = 0; i < 3; ++i) text += std::string(static_cast<std::size_t>(length + i), static_cast<char>('a' + i)) + brk;
-        text += tail;
-        SCOPED_TRACE(::testing::PrintToString(text));
-        xbuffer_stream in_fast(text.data(), static_cast<int>(text.size()));
-        xbuffer_stream in_ref(text.data(), static_cast<int>(text.size()));
-        xtext_format fast(in_fast, xstream_read, false), ref(in_ref, xstream_read, false);
-        for (int round = 0; round < 20; ++round) {
-          std::string_view line;
-          const bool more = fast.read_line_view(line, true);
-          std::string expected;
-          char c;
-          while (ref.read_symbol(c, true)) expected += c;
-          const bool ref_more = ref.next_line() || !expected.empty();
-          ASSERT_EQ(more, ref_more) << round;
-          ASSERT_EQ(line, expected) << round;
-          ASSERT_EQ(fast.line_number(), ref.line_number()) << round;
-          ASSERT_EQ(fast.bytes_consumed(), ref.bytes_consumed()) << round;
-          if (!more) break;
-        }
-      }
-    }
-  }
-}
-
 TEST(XtextFormatWrite, BreaksBecomeCrLf) {
   xmemory_stream m;
   xtext_format t(m, xstream_write, false);
@@ -185,7 +154,8 @@ TEST(XtextFormatWrite, BreaksBecomeCrLf) {
   t.write_line("c\rd");
   EXPECT_EQ(t.printf("%d-%s", 7, "x"), 3);
   t.write_string("\n\n");
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(m.data()), m.size()), "a\r\nbc\rd\r\n7-x\r\n\r\n");
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(m.data()), m.size()),
+            "a\r\nbc\rd\r\n7-x\r\n\r\n");
   EXPECT_EQ(t.line_number(), 5);
 }
 

@@ -33,7 +33,9 @@ class XVirtualFileSys : public ::testing::Test {
   void SetUp() override { fs::create_directories(dir_ / "sub"); }
   void TearDown() override { xvirtual_fs_interface::set(nullptr); }
   xstr path(const std::string& name) const { return xstr((dir_ / name).string().c_str()); }
-  void put(const std::string& name, const std::string& content) const { test::put_file(dir_ / name, content); }
+  void put(const std::string& name, const std::string& content) const {
+    test::put_file(dir_ / name, content);
+  }
   std::string file(const std::string& name) const { return test::file_bytes(dir_ / name); }
 
  public:
@@ -79,7 +81,8 @@ TEST_F(XVirtualFileSys, LookupsIgnoreCaseAndDirectory) {
   {
     xvirtual_file_sys a;
     a.create(path("a.vfs"));
-    for (const char* f : {"readme.txt", "Data.BIN", "sub/readme.txt", "empty.dat"}) a.add_file(path(f));
+    for (const char* f : {"readme.txt", "Data.BIN", "sub/readme.txt", "empty.dat"})
+      a.add_file(path(f));
   }
   xvirtual_file_sys a;
   a.open(path("a.vfs"));
@@ -122,7 +125,8 @@ TEST_F(XVirtualFileSys, TheIndexKeepsTheFirstOfThousandsOfNames) {
   a.add_stream("dir/stored.txt", none);  // a name the format would not store
   for (int pass = 0; pass < 2; ++pass) {
     SCOPED_TRACE(pass ? "read back" : "while writing");
-    for (int i = 0; i < kNames; i += 7) EXPECT_EQ(a.find(xstr(("File_" + std::to_string(i) + ".TXT").c_str())), i);
+    for (int i = 0; i < kNames; i += 7)
+      EXPECT_EQ(a.find(xstr(("File_" + std::to_string(i) + ".TXT").c_str())), i);
     EXPECT_EQ(a.find("dir/stored.txt"), -1);  // compared without the directory
     if (pass == 0) a.close(), a.open(path("many.vfs"));
   }
@@ -131,8 +135,9 @@ TEST_F(XVirtualFileSys, TheIndexKeepsTheFirstOfThousandsOfNames) {
 TEST_F(XVirtualFileSys, VersionOneHasNoHeaderValue) {
   // Version 1: no header value; the rest is keyed by absolute position.
   // (Newer versions are refused in xformat_errors_test.)
-  put("v1.vfs", "VFS" + le32(1) +
-                    test::scrambled("hello" + le32(1) + le32(5) + "a.txt" + le64(7) + le64(5) + le32(12), 7));
+  put("v1.vfs",
+      "VFS" + le32(1) +
+          test::scrambled("hello" + le32(1) + le32(5) + "a.txt" + le64(7) + le64(5) + le32(12), 7));
   xvirtual_file_sys a;
   a.open(path("v1.vfs"));
   EXPECT_EQ(a.header_value(), 100);
@@ -213,7 +218,8 @@ TEST(XVirtualFileSysWriting, AFailedWriteEndsTheArchiveAndNothingMoreReachesTheT
   ASSERT_EQ(save(all, test::xfailing_stream::unlimited).first, "(no error)");
   const std::string whole = test::bytes_of(all);
   const std::int64_t size = std::int64_t(whole.size());
-  for (std::int64_t room : {std::int64_t{0}, std::int64_t{11}, std::int64_t{(1 << 20) + 7}, size - 30, size - 1}) {
+  for (std::int64_t room :
+       {std::int64_t{0}, std::int64_t{11}, std::int64_t{(1 << 20) + 7}, size - 30, size - 1}) {
     SCOPED_TRACE(room);
     xmemory_stream disk;
     // One failed transfer: no pending block, no trailer after the failure.
@@ -231,7 +237,8 @@ TEST(XVirtualFileSysWriting, AFileThatReadsOtherThanItsSizeIsNotAdded) {
   a.create(target.c_str());
   // A failed read, not damage.
   EXPECT_EQ(test::raised_by([&] { a.add_file("/proc/self/status"); }),
-            (test::raised{xerror_category::io, -1, -1, "Data reading error ! \nFile: /proc/self/status"}));
+            (test::raised{xerror_category::io, -1, -1,
+                          "Data reading error ! \nFile: /proc/self/status"}));
   ASSERT_TRUE(a.writing());  // the archive goes on
   a.add_file(ok.c_str());
   a.close();
@@ -244,9 +251,12 @@ TEST(XVirtualFileSysWriting, AFileThatReadsOtherThanItsSizeIsNotAdded) {
 TEST_F(XVirtualFileSys, MembersOutsideTheDataAreaAreFlagged) {
   // A member's offset and size, and whether they lie in the data area of
   // the archive below: bytes 11 to 20 (the table starts at 21).
-  const std::tuple<const char*, std::uint64_t, std::uint64_t, bool> rows[] = {{"the whole data", 11, 10, true},  {"empty at the table", 21, 0, true},
-                      {"in the header", 7, 4, false},    {"into the table", 16, 6, false},
-                      {"offset and size overflow", ~0ull, 2, false}};
+  const std::tuple<const char*, std::uint64_t, std::uint64_t, bool> rows[] = {
+      {"the whole data", 11, 10, true},
+      {"empty at the table", 21, 0, true},
+      {"in the header", 7, 4, false},
+      {"into the table", 16, 6, false},
+      {"offset and size overflow", ~0ull, 2, false}};
   for (const auto& [what, offset, size, inside] : rows) {
     SCOPED_TRACE(what);
     const std::string table = le32(1) + le32(1) + "m" + le64(offset) + le64(size);
@@ -256,7 +266,9 @@ TEST_F(XVirtualFileSys, MembersOutsideTheDataAreaAreFlagged) {
     EXPECT_EQ(a.member_in_bounds(0), inside);
     // Even a member outside reads only bytes of the file (50 of them).
     std::unique_ptr<xstream> s(a.get_member_stream(0));
-    EXPECT_EQ(read_all(*s).size(), inside ? size : std::min<std::uint64_t>(size, 50 - std::min<std::uint64_t>(offset, 50)));
+    EXPECT_EQ(
+        read_all(*s).size(),
+        inside ? size : std::min<std::uint64_t>(size, 50 - std::min<std::uint64_t>(offset, 50)));
   }
 }
 
