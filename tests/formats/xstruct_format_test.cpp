@@ -172,28 +172,6 @@ TEST(XstructFormatErrors, AValueThatDoesNotConvertNamesItsFileAndLine) {
   EXPECT_EQ(raised_by([&] { f.prop_int64("Count", 0, 0, false); }).line, -1);
 }
 
-// A load keeps its texts in one arena that the close frees: nothing handed
-// out may point into it (ASan finds a text read after the close).
-TEST_F(XstructFormat, LoadedTextsHandedOutOutliveTheContents) {
-  load("K=abc\r\nN=42\r\n<S\r\n  L=x  @\r\n  #0=first\r\n>\r\n");
-  const xstr k = get("K");
-  const xstruct_value copied = f_.root().value(1);  // a copy owns its text
-  xstruct_value assigned = xstruct_value::int64(0, 1);
-  assigned = f_.root().value(0);
-  ASSERT_TRUE(f_.begin_section("S"));
-  const xstr l = get("L");
-  EXPECT_EQ(f_.prop_int64("N", 0, 0, false), 0);  // not in this section
-  EXPECT_EQ(get(""), "first");
-  f_.end_section();
-  EXPECT_EQ(f_.prop_int64("N", 0, 0, false), 42);  // sscanf on the loaded text
-  f_.close();
-  load("K=overwrites what the arena held\r\n");
-  EXPECT_EQ(k, "abc");
-  EXPECT_EQ(l, "x  ");
-  EXPECT_EQ(copied.text(), "42");
-  EXPECT_EQ(assigned.text_view(), "abc");
-}
-
 TEST_F(XstructFormat, NestingDeeperThanTheLimitIsRefusedWhereItStarts) {
   const auto nested = [](int depth) {
     std::string text = "TSF\n";
@@ -312,27 +290,6 @@ TEST(XstructTextMisfit, ExactlyTheKeysAndValuesThatFitReadBack) {
                       g.label_by_code(g.root().value(0).code()) == xstr(r.key) &&
                       g.root().value(0).text() == xstr(r.value);
     EXPECT_EQ(same, *r.reason == '\0');
-  }
-}
-
-TEST(XstructTextMisfit, NamesThatOnlyTheBinaryFormHolds) {
-  // One label, then a root holding a section or a value under code 0.
-  const std::string section = "\0\0\1\0\0\0\0\0\0\0"s, value = "\1\0\0\0\6\0\0"s;
-  const std::tuple<std::string, std::string, const char*> rows[] = {
-      {"\2S "s, section, "Key: S \nThe section name ends in a blank."},
-      {"\2#1"s, section, "Key: #1\nThe name reads back as an anonymous entry."},
-      {"\2 k"s, value, "Key:  k\nThe key starts with a blank."},
-      {"\0"s, value, "Key: \"\"\nThe key is empty."},
-      {"\2 S"s, section, ""},  // "< S" keeps its blank
-  };
-  for (const auto& [label, body, message] : rows) {
-    SCOPED_TRACE(message);
-    const std::string file = "BSF\0\1\0\0\0"s + label + body;
-    xbuffer_stream in(file.data(), static_cast<int>(file.size()));
-    xstruct_format f;
-    f.open_stream(in, xstream_read, false);
-    const auto misfit = f.first_misfit(xstruct_form::text);
-    EXPECT_EQ(misfit ? std::string(misfit->message().view()) : "", message);
   }
 }
 

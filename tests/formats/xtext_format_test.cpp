@@ -109,22 +109,6 @@ TEST_F(XtextFormatRead, ErrorTextsAndReturnsWhenTheHookReturns) {
   EXPECT_EQ(u.token(true), "");
 }
 
-TEST_F(XtextFormatRead, DelimitedStrings) {
-  xtext_format& t = open("   'it''s'\r\n\v \"a b\" \"open\r\n\vx");
-  EXPECT_EQ(t.quotated_string(), "it");
-  char c = 0;
-  EXPECT_TRUE(t.read_symbol(c, false));
-  EXPECT_EQ(c, '\'');
-  EXPECT_EQ(t.read_to_delimiter('\r'), "'s'");  // the line end stops it too
-  EXPECT_EQ(t.quotated_string(), "a b");        // over the break and the \v
-  EXPECT_EQ(t.quotated_string(), "open");       // no closer: the line ends it
-  xstr tok;
-  EXPECT_TRUE(t.read_token(tok, true));
-  EXPECT_EQ(tok, "\vx");  // read_token does not skip vertical tabs
-  EXPECT_EQ(t.quotated_string(), "");
-  EXPECT_FALSE(t.goto_next_token());
-}
-
 TEST_F(XtextFormatRead, LinesAcrossReadBlocks) {
   // Lines of 7 bytes plus CR LF after a first line of `pad` bytes: the 4 MiB
   // block boundary falls at every position of a line and its break, and a
