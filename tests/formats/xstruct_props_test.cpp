@@ -60,22 +60,6 @@ TEST(XstructProps, EachKindHasItsTextForm) {
             "@\r\n#0=7\r\nForced=5\r\n");
 }
 
-TEST(XstructProps, NumbersReadBackInEveryWidthAndConvertBetweenKinds) {
-  xstruct_format f;
-  xmemory_stream m;
-  f.open_stream(m, xstream_write, false);
-  f.prop_int64("I", -42, 0, false);
-  f.real_prop("D", 2.75, 0.0, false);
-  f.str_prop("T", "12", "", false);
-  f.start_reading();
-  EXPECT_EQ(f.real_prop("I", 0.0, 1.0, false), -42.0);
-  EXPECT_EQ(f.prop_int64("D", 0, 1, false), 2);  // truncated
-  float narrow = 0;
-  f.real("D", narrow, 1.0, false);
-  EXPECT_EQ(narrow, 2.75f);
-  EXPECT_EQ(f.prop_int64("T", 0, 1, false), 12);
-}
-
 TEST(XstructProps, ValuesSaturateAndATextThatDoesNotConvertThrows) {
   EXPECT_EQ(xstruct_value::real64(0, 1e300).as_int64(), std::numeric_limits<std::int64_t>::max());
   EXPECT_EQ(xstruct_value::real64(0, std::nan("")).as_int64(), 0);
@@ -92,22 +76,6 @@ TEST(XstructProps, ValuesSaturateAndATextThatDoesNotConvertThrows) {
   };
   EXPECT_EQ(what([&] { return text.as_int64(); }), "Integer number expected ! Key: ");
   EXPECT_EQ(what([&] { return text.as_double(); }), "Number expected ! Key: ");
-}
-
-TEST(XstructProps, MalformedNumbersAreReportedWithTheKeyAndGiveTheDefault) {
-  xstruct_format f;
-  xbuffer_stream s;
-  load(f, s, "Count=abc\n#0=x\n");
-  // (Each kind's text, file and line: xformat_errors_test.)
-  EXPECT_EQ(error_of([&] { f.real_prop(" Count ", 0.0, 3.0, false); }),
-            "Number expected ! Key: Count\nbuffer stream");
-  static std::string seen;
-  test::error_hook hook([](const xstr& m) { seen = std::string(m.view()); });
-  f.start_reading();
-  EXPECT_EQ(f.prop_int64("Count", 0, 3, false), 3);
-  EXPECT_EQ(f.real_prop("", 0.0, 2.5, false), 2.5);
-  EXPECT_FALSE(f.get_keys_left());  // the failed anonymous read still advanced
-  EXPECT_EQ(seen, "Number expected ! Key: #0\nbuffer stream");
 }
 
 TEST(XstructProps, WritingAKeyTwiceIsReportedForEveryKind) {
@@ -155,21 +123,6 @@ TEST(XstructScope, LeavesItsSectionAlsoWhenAnExceptionPasses) {
               f.prop_int64("y", 2, 0, false);  // back at the root
             }),
             "TSF\r\ny=2\r\n<A\r\n  x=1\r\n  <B\r\n  > (B)\r\n> (A)\r\n");
-
-  xstruct_format f;
-  xbuffer_stream in;
-  const std::string text = "TSF\r\nx=1\r\n<A\r\nx=5\r\n>\r\n";
-  load(f, in, text);
-  {
-    auto missing = f.section("Nope");
-    auto inner = f.section("A");  // exists, but not inside a missing section
-    EXPECT_FALSE(inner);
-    EXPECT_EQ(f.missing_depth(), 2);
-    EXPECT_EQ(f.prop_int64("x", 0, 9, false), 9);  // nor do the root's values show through
-    EXPECT_EQ(f.value_by_key("x"), nullptr);
-  }
-  EXPECT_EQ(f.missing_depth(), 0);
-  EXPECT_EQ(f.prop_int64("x", 0, 9, false), 1);
 }
 
 enum class mode : std::uint8_t { fast = 1, safe = 2, odd = 200 };
@@ -188,14 +141,6 @@ TEST(XstructProps, BoolAndEnumStoredFormsAndWhatReadsBack) {
 
   xstruct_format f;
   xbuffer_stream in;
-  const std::pair<const char*, bool> flags[] = {
-      {"0", false}, {"-3", true}, {" TRUE", true}, {"False", false}, {"2.9", true}};
-  for (const auto& [stored, flag] : flags) {
-    SCOPED_TRACE(stored);
-    const std::string text = std::string("b=") + stored + "\n";
-    load(f, in, text);
-    EXPECT_EQ(f.prop_bool("b", !flag, !flag, false), flag);
-  }
   const std::string text = "b=yes\nm=2\nn=safe\nu=200\nw=fastest\nl=-5\n";
   load(f, in, text);
   EXPECT_EQ(error_of([&] { f.prop_bool("b", false, true, false); }),
