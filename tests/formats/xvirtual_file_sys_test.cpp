@@ -1,5 +1,5 @@
-// The archive: its bytes, lookups and the index over many names, version 1
-// and the archive compiled into the program, safe replacement of an existing
+// The archive: its bytes, lookups and the index over many names, the
+// archive compiled into the program, safe replacement of an existing
 // archive, failed writes and reads while packing, and damaged tables.
 #include "formats/xvirtual_file_sys.h"
 
@@ -69,6 +69,23 @@ TEST_F(XVirtualFileSys, ByteLayoutAndLookupsThatIgnoreCaseAndDirectory) {
   EXPECT_EQ(read_all(*s), "first");  // the first of two equal names
 }
 
+TEST_F(XVirtualFileSys, TheIndexKeepsTheFirstOfThousandsOfNames) {
+  // Enough names for the index to grow many times, each added twice in
+  // another case; both while writing and after reading the table back.
+  xvirtual_file_sys a;
+  a.create(path("many.vfs").c_str());
+  xbuffer_stream none(nullptr, 0);
+  for (int i = 0; i < 6000; ++i)
+    a.add_stream(xstr(((i < 3000 ? "file_" : "FILE_") + std::to_string(i % 3000)).c_str()), none);
+  a.add_stream("dir/stored.txt", none);  // a name the format would not store
+  for (const bool read_back : {false, true}) {
+    if (read_back) a.close(), a.open(path("many.vfs").c_str());
+    for (int i = 0; i < 3000; i += 7)
+      EXPECT_EQ(a.find(xstr(("File_" + std::to_string(i)).c_str())), i);
+    EXPECT_EQ(a.find("dir/stored.txt"), -1);  // compared without the directory
+  }
+}
+
 TEST_F(XVirtualFileSys, TheArchiveCompiledIntoTheProgramReads) {
   // tests/formats/data/sample.vfs is embedded as resource "#40", type 10
   // (see tests/CMakeLists.txt).
@@ -130,6 +147,24 @@ TEST(XVirtualFileSysWriting, AFailedWriteEndsTheArchiveAndNothingMoreReachesTheT
     EXPECT_EQ(save(disk, room), std::pair(std::string("Data writing error !\nfailing stream"), 1));
     EXPECT_TRUE(test::bytes_of(disk) == whole.substr(0, std::size_t(room)));
   }
+}
+
+TEST_F(XVirtualFileSys, AFileThatReadsOtherThanItsSizeIsNotAddedAndTheArchiveGoesOn) {
+  // A /proc file claims 0 bytes and reads many: no faithful copy, and a
+  // failed read, not damage.
+  put("ok.txt", "fine");
+  xvirtual_file_sys a;
+  a.create(path("a.vfs").c_str());
+  EXPECT_EQ(
+      raised_by([&] { a.add_file("/proc/self/status"); }),
+      (raised{xerror_category::io, -1, -1, "Data reading error ! \nFile: /proc/self/status"}));
+  ASSERT_TRUE(a.writing());
+  a.add_file(path("ok.txt").c_str());
+  a.close();
+  a.open(path("a.vfs").c_str());
+  ASSERT_EQ(a.files().size(), 1u);
+  std::unique_ptr<xstream> s(a.get_file_stream("ok.txt"));
+  EXPECT_EQ(read_all(*s), "fine");
 }
 
 // ---- Damaged archives -------------------------------------------------------
