@@ -12,7 +12,6 @@
 
 #include <gtest/gtest.h>
 
-#include "core/xexceptions.h"
 #include "framework/xmain_loop.h"
 #include "platform/xos.h"
 #include "tests/support/xtest_helpers.h"
