@@ -1,5 +1,6 @@
 #include "app/tproject_integrator.h"
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -7,18 +8,28 @@
 
 #include "app/tprj_selector.h"
 #include "core/xmessage_box.h"
-#include "core/xreg_key.h"
-#include "tests/app/app_fixture.h"
+#include "framework/tapplication.h"
+#include "framework/tforms.h"
+#include "framework/xui_backend.h"
+#include "tests/support/xtest_helpers.h"
 
 namespace xum {
 namespace {
 
-std::string text_of(const UnicodeString& s) { return FromUnicode(s).str(); }
-
-class IntegratorTest : public test::AppTest {
+// A project integrator on a main form that records (and refuses) every
+// attempt to close it; a scripted UI backend, and a settings store and a
+// folder of project files of the test's own.
+class IntegratorTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    AppTest::SetUp();
+    setenv("XUM_REGISTRY_ROOT", (dir_.path / "registry").c_str(), 1);
+    saved_main_ = Application()->MainForm();
+    main_ = new TForm(nullptr);
+    main_->OnCloseQuery = [this](TObject*, bool& can_close) {
+      ++close_requests_;
+      can_close = false;
+    };
+    Application()->SetMainForm(main_);
     prj_ = new TProjectIntegrator(main_);
     prj_->OnNew = [](TObject*, bool& ok) { ok = true; };
     prj_->OnLoad = [this](TObject*, const UnicodeString& name, bool& ok) {
@@ -29,10 +40,19 @@ class IntegratorTest : public test::AppTest {
       saves_.push_back(FromUnicode(prj_->FileName()).str());
       ok = save_ok_;
     };
-    open_ = new TOpenDialog(main_);
-    save_ = new TSaveDialog(main_);
-    prj_->SetOpenDialog(open_);
-    prj_->SetSaveDialog(save_);
+    prj_->SetOpenDialog(new TOpenDialog(main_));
+    prj_->SetSaveDialog(new TSaveDialog(main_));
+  }
+  void TearDown() override {
+    Application()->SetMainForm(saved_main_);
+    delete main_;
+    unsetenv("XUM_REGISTRY_ROOT");
+  }
+  // A project file in the test's folder, written when `contents` is given.
+  std::string file(const std::string& name, const char* contents = "x") {
+    const std::string path = (dir_.path / name).string();
+    if (contents != nullptr) test::put_file(path, contents);
+    return path;
   }
   std::string name() const { return FromUnicode(prj_->FileName()).str(); }
   std::vector<std::string> recent() const {
@@ -40,19 +60,27 @@ class IntegratorTest : public test::AppTest {
     for (const xstr& s : prj_->RecentList()) r.push_back(s.str());
     return r;
   }
+  void add_recent(const std::string& path) {
+    prj_->SetFileName(ToUnicode(xstr(path)));
+    prj_->AddRecentFile();
+  }
   void save_as(const std::string& path) {
     ui_.queue_files({ToUnicode(xstr(path))});
     prj_->ProcessCommand(pakSaveAs);
   }
 
+  test::temp_dir dir_;
+  xscripted_backend ui_;
+  xui_backend_scope scope_{ui_};
+  TCustomForm* saved_main_ = nullptr;
+  TForm* main_ = nullptr;
+  int close_requests_ = 0;
   TProjectIntegrator* prj_ = nullptr;
-  TOpenDialog* open_ = nullptr;
-  TSaveDialog* save_ = nullptr;
   std::vector<std::string> loads_, saves_;
   bool load_ok_ = true, save_ok_ = true;
 };
 
-TEST_F(IntegratorTest, SavingAnUntitledProjectAsksForANameAndCancelKeepsItUntitled) {
+TEST_F(IntegratorTest, SavingAsksForANameAFailedSaveKeepsTheOldOneAndTheRecentListKeepsTheNewest) {
   prj_->ProcessCommand(pakNew);
   EXPECT_EQ(name(), "Untitled");
   prj_->SetUntitled(u"Nameless");  // an untitled project follows its new name
@@ -67,18 +95,22 @@ TEST_F(IntegratorTest, SavingAnUntitledProjectAsksForANameAndCancelKeepsItUntitl
   prj_->ProcessCommand(pakSave);
   EXPECT_EQ(name(), a);
   EXPECT_FALSE(prj_->Modified());
-  EXPECT_EQ(recent(), std::vector<std::string>{a});
-}
-
-TEST_F(IntegratorTest, AFailedSaveAsRestoresTheOldName) {
-  const std::string a = file("a.txt");
-  ASSERT_TRUE(prj_->OpenProject(ToUnicode(xstr(a))));
   prj_->Modify();
   save_ok_ = false;
   save_as(file("b.txt", nullptr));
-  EXPECT_EQ(saves_, std::vector<std::string>{file("b.txt", nullptr)});
+  EXPECT_EQ(saves_, (std::vector<std::string>{a, file("b.txt", nullptr)}));
   EXPECT_EQ(name(), a);
   EXPECT_TRUE(prj_->Modified());
+  // The recent list keeps the newest within its size, one entry per name in
+  // any case.
+  save_ok_ = true;
+  prj_->SetStorageSize(2);
+  const std::string c = file("c.txt"), d = file("d.txt"), upper_d = file("D.TXT", nullptr);
+  save_as(c);
+  save_as(d);
+  EXPECT_EQ(recent(), (std::vector<std::string>{d, c}));
+  add_recent(upper_d);
+  EXPECT_EQ(recent(), (std::vector<std::string>{upper_d, c}));
 }
 
 TEST_F(IntegratorTest, CloseQueryAsksOnlyAboutChangesAndHonoursTheThreeAnswers) {
@@ -92,8 +124,6 @@ TEST_F(IntegratorTest, CloseQueryAsksOnlyAboutChangesAndHonoursTheThreeAnswers) 
   EXPECT_FALSE(prj_->CloseQuery());
   ASSERT_EQ(ui_.boxes().size(), 1u);
   EXPECT_EQ(ui_.boxes()[0].flags, 35u);
-  EXPECT_EQ(ui_.boxes()[0].text.str(), "Save changes in project before exit?");
-  EXPECT_EQ(ui_.boxes()[0].caption.str(), "");
   save_ok_ = false;
   ui_.queue_answer(IDYES);
   EXPECT_FALSE(prj_->CloseQuery());  // the save failed
@@ -128,128 +158,36 @@ TEST_F(IntegratorTest, FailedOpenOrNewEmptiesTheNameAndClosesTheApplicationWhenA
   EXPECT_EQ(close_requests_, 2);
 }
 
-TEST_F(IntegratorTest, RecentListIgnoresCaseAndKeepsTheNewestWithinStorageSize) {
-  prj_->SetStorageSize(3);
-  const std::string names[] = {file("a.txt"), file("b.txt"), file("c.txt"), file("d.txt")};
-  for (const std::string& n : names) save_as(n);
-  EXPECT_EQ(recent(), (std::vector<std::string>{names[3], names[2], names[1]}));
-  std::string upper = names[1];
-  upper.replace(upper.size() - 5, 5, "B.TXT");
-  prj_->SetFileName(ToUnicode(xstr(upper)));
-  prj_->AddRecentFile();
-  EXPECT_EQ(recent(), (std::vector<std::string>{upper, names[3], names[2]}));
-}
-
-TEST_F(IntegratorTest, MenuNumbersItemsByListIndexSkippingMissingFiles) {
-  auto* popup = new TMenuItem(main_);
-  popup->SetEnabled(false);
-  prj_->SetRecentPopup(popup);
-  prj_->SetStorageSize(12);
-  std::vector<std::string> paths;
-  for (int i = 11; i >= 0; --i)
-    paths.push_back(file("p" + std::to_string(i) + ".txt", i == 1 ? nullptr : "x"));
-  for (const std::string& p : paths) {
-    prj_->SetFileName(ToUnicode(xstr(p)));
-    prj_->AddRecentFile();
-  }
-  EXPECT_TRUE(popup->Enabled());
-  ASSERT_EQ(popup->Count(), 11);
-  EXPECT_EQ(FromUnicode(popup->Items(0)->Caption()).str(), "&0: p0");
-  EXPECT_EQ(FromUnicode(popup->Items(1)->Caption()).str(), "&2: p2");
-  EXPECT_EQ(FromUnicode(popup->Items(9)->Caption()).str(), "p10");  // no accelerator past 9
-  popup->Items(1)->Click();  // reopens p2 and rebuilds the menu it is in
-  EXPECT_EQ(loads_.back(), paths[9]);
-  EXPECT_EQ(FromUnicode(popup->Items(0)->Caption()).str(), "&0: p2");
-  delete popup;  // the integrator forgets it
-  EXPECT_EQ(prj_->RecentPopup(), nullptr);
-}
-
-TEST_F(IntegratorTest, RecentListPersistsAcrossLifetimesAndStopsAtTheFirstMissingValue) {
-  const std::string a = file("a.txt"), b = file("b.txt");
-  for (const auto& [n, v] : {std::pair{"0", a}, {"1", b}, {"3", file("c.txt")}}) {
-    xstr value(v);
-    xreg_key("Software\\Test\\Notes\\RecentProjects", false).str(n, value, value);
-  }
-  std::vector<xstr> loaded[2];
-  for (auto& list : loaded) {  // two lifetimes; each adds b and saves when it goes
-    TProjectIntegrator p(nullptr);
-    p.SetRegistryKey(u"Software\\Test\\Notes");
-    p.LoadRecentsList();
-    list = p.RecentList();
-    p.SetFileName(ToUnicode(xstr(b)));
-    p.AddRecentFile();
-  }
-  EXPECT_EQ(loaded[0], (std::vector<xstr>{xstr(a), xstr(b)}));
-  EXPECT_EQ(loaded[1], (std::vector<xstr>{xstr(b), xstr(a)}));
-  // "3" is erased with the section.
-  EXPECT_EQ(xreg_key("Software\\Test\\Notes\\RecentProjects", true).value_names(),
-            (std::vector<xstr>{"0", "1"}));
-}
-
-class StartTest : public IntegratorTest {
- protected:
-  void SetUp() override {
-    IntegratorTest::SetUp();
-    host_ = new TForm(main_);
-    selector_ = new TPrjSelector(host_);
-    selector_->SetParent(host_);
-    prj_->SetProjectSelector(selector_);
-    prj_->OnShowSelector = [this](TObject*) {
-      ++shown_;
-      if (next_choice_ >= 0) {
-        selector_->SetChoice(next_choice_);
-        next_choice_ = -1;
-      } else {
-        host_->ShowModal();
-      }
-    };
-  }
-  TForm* host_ = nullptr;
-  TPrjSelector* selector_ = nullptr;
-  int shown_ = 0;
-  int next_choice_ = -1;
-};
-
-TEST_F(StartTest, TheSelectorLoopRunsUntilAProjectIsOpenOrTheUserLeaves) {
-  const std::string a = file("a.txt"), b = file("b.txt");
-  for (const std::string& p : {b, file("gone.txt", nullptr), a}) {
-    prj_->SetFileName(ToUnicode(xstr(p)));
-    prj_->AddRecentFile();
-  }
-  prj_->SetFileName(u"");
-  next_choice_ = 9;                    // any other value: show again
-  ui_.queue_press({u"OpenOtherBtn"});  // 2: the open dialog, cancelled
-  ui_.queue_steps({[](TCustomForm& f, xmodal_loop&) {
-                     auto* box = dynamic_cast<TComboBox*>(
-                         f.FindComponent(u"PrjSelectorFrm")->FindComponent(u"LastProjectsBox"));
-                     box->SetItemIndex(1);
-                     return mrNone;
-                   },
-                   [](TCustomForm& f, xmodal_loop&) {
-                     return xpress_button(f, u"OpenLastBtn");  // 1: the second entry
-                   }});
-  prj_->Start();
-  EXPECT_EQ(shown_, 3);
-  EXPECT_EQ(loads_, std::vector<std::string>{b});
-  EXPECT_TRUE(prj_->CloseNonconstructed());  // restored
-  EXPECT_EQ(close_requests_, 0);
-}
-
-TEST_F(StartTest, LongPathsLoseTheirBeginningToFitTheBox) {
-  const std::string a = file("a.txt");
-  prj_->SetFileName(ToUnicode(xstr(a)));
-  prj_->AddRecentFile();
-  TComboBox* box = selector_->LastProjectsBox;
-  box->SetWidth(25 + xui().text_width(box->Font(), u"/a.txt"));
-  prj_->Start();
-  ASSERT_EQ(box->Items().Count(), 1);
-  EXPECT_EQ(text_of(box->Items()[0]), "/a.txt");
-  EXPECT_EQ(text_of(box->Hint()), a);
-}
-
-TEST_F(StartTest, NewAndExitChoices) {
+// Start shows the selector until a project is open or the user leaves.
+TEST_F(IntegratorTest, TheSelectorLoopRunsUntilAProjectIsOpenOrTheUserLeaves) {
+  auto* host = new TForm(main_);
+  auto* selector = new TPrjSelector(host);
+  selector->SetParent(host);
+  prj_->SetProjectSelector(selector);
+  int shown = 0;
+  prj_->OnShowSelector = [&](TObject*) {
+    ++shown;
+    host->ShowModal();
+  };
   prj_->Start();  // nothing scripted: the selector is closed, which is exit
   EXPECT_EQ(close_requests_, 1);
+
+  const std::string a = file("a.txt"), b = file("b.txt");
+  for (const std::string& p : {b, file("gone.txt", nullptr), a}) add_recent(p);
+  prj_->SetFileName(u"");
+  ui_.queue_press({u"OpenOtherBtn"});  // the open dialog, cancelled
+  ui_.queue_steps({[](TCustomForm& f, xmodal_loop&) {
+    dynamic_cast<TComboBox*>(f.FindComponent(u"PrjSelectorFrm")->FindComponent(u"LastProjectsBox"))
+        ->SetItemIndex(1);
+    return xpress_button(f, u"OpenLastBtn");  // the second entry
+  }});
+  prj_->Start();
+  EXPECT_EQ(shown, 3);
+  EXPECT_EQ(loads_, std::vector<std::string>{b});
+  EXPECT_TRUE(prj_->CloseNonconstructed());  // restored
+  EXPECT_EQ(close_requests_, 1);
+
+  prj_->DoClear();
   ui_.queue_press({u"CreateNewBtn"});
   ui_.queue_press({u"CreateNewBtn"});
   int news = 0;  // the first new fails, which returns to the selector

@@ -2,13 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
-#include <condition_variable>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
-#include <algorithm>
-#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,12 +19,9 @@
 #include "framework/xmain_loop.h"
 #include "framework/xui_backend.h"
 #include "platform/xos.h"
-#include "tests/support/xdialog.h"
 
 namespace xum {
 namespace {
-
-using test::dialog;
 
 // The main loop, bound to this thread and open.
 xmain_loop& open_loop() {
@@ -34,28 +29,6 @@ xmain_loop& open_loop() {
   loop.bind_to_current_thread();
   loop.open();
   return loop;
-}
-
-TEST(ModalForms, ScriptedBackendPressesButtonsByName) {
-  xscripted_backend ui;
-  xui_backend_scope use(ui);
-  dialog d;
-  int clicks = 0;
-  d.ok->OnClick = [&](TObject*) { ++clicks; };
-  ui.queue_press({u"okbtn"});
-  ui.queue_form([&](TCustomForm& f) {
-    d.edit->SetText(u"typed");
-    return xpress_button(f, u"CancelBtn");
-  });
-  ui.queue_press({u"Answer"});  // an edit sets no result: the form is closed
-  ui.queue_press({u"Missing"});
-  EXPECT_EQ(d.form->ShowModal(), mrOk);
-  EXPECT_EQ(clicks, 1);
-  EXPECT_EQ(d.form->ShowModal(), mrCancel);
-  EXPECT_EQ(d.edit->Text(), u"typed");
-  EXPECT_EQ(d.form->ShowModal(), mrCancel);
-  EXPECT_THROW(d.form->ShowModal(), Exception);
-  EXPECT_FALSE(d.form->Visible());  // hidden again, even after the throw
 }
 
 class counting_thread : public TThread {
@@ -325,33 +298,27 @@ TEST(Application, RunEndsWhenTheMainFormCloses) {
 
 TEST(Application, RunWithoutAMainFormReturnsAtOnce) {
   ASSERT_EQ(Application()->MainForm(), nullptr);
-  // Should Run wait, this thread ends it after a while, so the test fails
+  // Should Run wait, a timer ends it after a while, so the test fails
   // instead of hanging.
-  std::mutex lock;
-  std::condition_variable stop;
-  bool returned = false, rescued = false;
-  std::thread rescuer([&] {
-    std::unique_lock guard(lock);
-    if (!stop.wait_for(guard, std::chrono::seconds(5), [&] { return returned; })) {
-      rescued = true;
-      Application()->Terminate();
-    }
+  bool rescued = false;
+  const int timer = open_loop().add_timer(5000, [&] {
+    rescued = true;
+    Application()->Terminate();
   });
   Application()->Run();
-  {
-    std::lock_guard guard(lock);
-    returned = true;
-  }
-  stop.notify_all();
-  rescuer.join();
+  xmain_loop::instance().remove_timer(timer);
   EXPECT_FALSE(rescued);
 }
 
 // Writes its destruction to standard error, where the death test reads it.
 class exit_probe : public TForm {
  public:
-  explicit exit_probe(TComponent* owner, const char16_t* name = u"Main") : TForm(owner) { SetName(name); }
-  ~exit_probe() override { std::fprintf(stderr, "~%s ", std::string(FromUnicode(Name()).view()).c_str()); }
+  explicit exit_probe(TComponent* owner, const char16_t* name = u"Main") : TForm(owner) {
+    SetName(name);
+  }
+  ~exit_probe() override {
+    std::fprintf(stderr, "~%s ", std::string(FromUnicode(Name()).view()).c_str());
+  }
 };
 
 TEST(ApplicationDeathTest, OwnedFormsAreDestroyedAtExitLastCreatedFirst) {

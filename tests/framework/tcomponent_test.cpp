@@ -79,7 +79,8 @@ TEST(TComponent, FreeNotificationClearsPointersToDestroyedComponents) {
   new probe(owner, u"Sibling", &log);
   watcher->FreeNotification(target);
   delete owner;  // a watched component leaves its owner with notifications
-  EXPECT_EQ(log, (std::vector<std::u16string>{u"~Owner", u"~Sibling", u"~Target", u"Watcher:Target"}));
+  EXPECT_EQ(log,
+            (std::vector<std::u16string>{u"~Owner", u"~Sibling", u"~Target", u"Watcher:Target"}));
   log.clear();
   delete watcher;  // the link is gone on both sides: nothing dangles
   EXPECT_EQ(log, (std::vector<std::u16string>{u"~Watcher"}));
@@ -151,7 +152,7 @@ TEST(TMenuItem, SubItemsAreListedApartFromOwnershipAndDieWithTheirParent) {
   menu->Insert(0, b);
   EXPECT_EQ(menu->IndexOf(a), 1);
   EXPECT_THROW(a->Add(menu), xexception);  // a menu cannot contain itself
-  menu->Clear();                          // destroys a and b, who leave their owner
+  menu->Clear();                           // destroys a and b, who leave their owner
   EXPECT_EQ(menu->Count(), 0);
   EXPECT_EQ(owner.ComponentCount(), 1);
 }
@@ -166,15 +167,6 @@ TEST(TListControls, SelectionFollowsTheItems) {
   EXPECT_THROW(combo->SetItemIndex(3), xexception);
   combo->Items().Delete(2);  // the current item disappears
   EXPECT_EQ(combo->ItemIndex(), -1);
-
-  auto* tree = new TTreeView(&form);
-  TTreeNode* root = tree->Items().AddChild(nullptr, u"root");
-  TTreeNode* leaf = tree->Items().AddChild(root, u"leaf");
-  tree->Items().Add(root, u"second");
-  EXPECT_EQ(tree->Items().Item(1), leaf);  // depth first
-  tree->Select(leaf);
-  tree->Items().Delete(root);  // the selected node goes with its parent
-  EXPECT_EQ(tree->Selected(), nullptr);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Key dispatch through a form, the mouse wheel's way up the parents, and
-// the re-layout a windowed control gets when its children change.
+// Key dispatch through a form and the re-layout a windowed control gets
+// when its children change. The mouse wheel's way up: tests/ui (scroller).
 #include <memory>
 #include <string>
 
@@ -65,32 +65,13 @@ TEST(KeyDispatch, KeyPressFollowsTheSameRoute) {
   form.SetActiveControl(edit);
   form.SetKeyPreview(true);
   std::u16string typed;
-  form.OnKeyPress = [&](TObject*, char16_t& c) { if (c == u'x') c = u'y'; };
+  form.OnKeyPress = [&](TObject*, char16_t& c) {
+    if (c == u'x') c = u'y';
+  };
   edit->OnKeyPress = [&](TObject*, char16_t& c) { typed += c; };
   form.DispatchKeyPress(u'x');
   form.DispatchKeyPress(u'a');
   EXPECT_EQ(typed, u"ya") << "the form's preview may change the character";
-}
-
-TEST(MouseWheel, AnUnusedWheelGoesToTheParentInItsCoordinates) {
-  TForm form(nullptr);
-  auto* box = new TGroupBox(&form);
-  box->SetParent(&form);
-  box->SetBounds(10, 20, 100, 100);
-  auto* label = new TLabel(&form);
-  label->SetParent(box);
-  label->SetBounds(5, 6, 50, 20);
-  TPoint seen;
-  int delta = 0;
-  box->OnMouseWheel = [&](TObject*, TShiftState, int d, TPoint at, bool& handled) {
-    seen = at;
-    delta = d;
-    handled = true;
-  };
-  EXPECT_TRUE(label->MouseWheel(0, -120, TPoint{1, 2}));
-  EXPECT_EQ(seen, (TPoint{6, 8}));
-  EXPECT_EQ(delta, -120);
-  EXPECT_FALSE(form.MouseWheel(0, 120, TPoint{}));  // nobody used it
 }
 
 // Counts its layouts and moves its first child while laying out: a layout

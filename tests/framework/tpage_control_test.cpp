@@ -1,5 +1,5 @@
-// The page control: which page shows as pages come, go and are chosen, and
-// where its sheets are laid out.
+// The page control: which page shows as pages come and go, and where its
+// sheets are laid out. A user's choice of a tab: tests/qt.
 #include "framework/tpage_control.h"
 
 #include <gtest/gtest.h>
@@ -68,25 +68,6 @@ TEST_F(PageControl, ALeavingActivePageHandsOverToItsNeighbourWithATab) {
   TForm other(nullptr);
   auto* stranger = new TTabSheet(&other);
   EXPECT_THROW(pages->SetActivePage(stranger), EInvalidOperation);
-}
-
-TEST_F(PageControl, AUsersChoiceAsksOnChangingThenRunsOnChange) {
-  add(u"A");
-  add(u"B");
-  bool allow = false;
-  int changes = 0;
-  pages->OnChanging = [&](TObject*, bool& ok) { ok = allow; };
-  pages->OnChange = [&](TObject*) { ++changes; };
-  EXPECT_FALSE(pages->SelectPage(1));
-  EXPECT_EQ(pages->ActivePageIndex(), 0);
-  allow = true;
-  EXPECT_TRUE(pages->SelectPage(1));
-  EXPECT_FALSE(pages->SelectPage(1)) << "the page already showing is no change";
-  EXPECT_FALSE(pages->SelectPage(5));
-  EXPECT_EQ(changes, 1);
-  EXPECT_EQ(shown(), ".1");
-  pages->SetActivePageIndex(0);  // the program's own change runs no events
-  EXPECT_EQ(changes, 1);
 }
 
 }  // namespace

@@ -1,10 +1,9 @@
 #include "framework/xexception_presenter.h"
 
-#include <gtest/gtest.h>
-
 #include <new>
-#include <sstream>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
 
 #include "core/xcatalogue.h"
 #include "core/xexceptions.h"
@@ -35,16 +34,18 @@ TEST_F(XPresentException, EachKindShowsItsTextCaptionAndButtons) {
     std::exception_ptr e;
     const char *text, *caption;
     unsigned flags;
-  } rows[] = {
-      {std::make_exception_ptr(XException(u"Disk full !\nFile: a")), "Disk full !\nFile: a", "Error", ok},
-      {std::make_exception_ptr(validation), "Value is not entered !", "Input error", ok},
-      {std::make_exception_ptr(XECritical(u"Device lost !")), "Device lost !", "Critical error", retry},
-      {std::make_exception_ptr(both), "both", "Critical error", retry},
-      {std::make_exception_ptr(EIntOverflow(u"ignored text")), "Integer overflow !", "Critical error", retry},
-      // Whatever carries no message of its own.
-      {std::make_exception_ptr(XException(u"")), unknown, "Error", ok},
-      {std::make_exception_ptr(std::runtime_error("x")), unknown, "Error", ok},
-      {nullptr, unknown, "Error", ok}};
+  } rows[] = {{std::make_exception_ptr(XException(u"Disk full !\nFile: a")), "Disk full !\nFile: a",
+               "Error", ok},
+              {std::make_exception_ptr(validation), "Value is not entered !", "Input error", ok},
+              {std::make_exception_ptr(XECritical(u"Device lost !")), "Device lost !",
+               "Critical error", retry},
+              {std::make_exception_ptr(both), "both", "Critical error", retry},
+              {std::make_exception_ptr(EIntOverflow(u"ignored text")), "Integer overflow !",
+               "Critical error", retry},
+              // Whatever carries no message of its own.
+              {std::make_exception_ptr(XException(u"")), unknown, "Error", ok},
+              {std::make_exception_ptr(std::runtime_error("x")), unknown, "Error", ok},
+              {nullptr, unknown, "Error", ok}};
   for (const auto& r : rows) {
     SCOPED_TRACE(r.text);
     ui_.clear();
@@ -98,25 +99,14 @@ TEST_F(XPresentExceptionDeathTest, FatalShowsThenExitsWithCode1) {
   const row rows[] = {
       {"XEFatal", std::make_exception_ptr(XEFatal(u"Broken setup !")), "Broken setup !"},
       {"bad_alloc", std::make_exception_ptr(std::bad_alloc()), "Out of memory !"},
-      {"EOutOfResources", std::make_exception_ptr(EOutOfResources(u"")), "Out of system resources !"},
+      {"EOutOfResources", std::make_exception_ptr(EOutOfResources(u"")),
+       "Out of system resources !"},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(r.name);
     EXPECT_EXIT(xpresent_exception(r.e), ::testing::ExitedWithCode(1),
                 std::string("== Fatal error ==\n") + r.text + "\n\\[OK\\] -> OK");
   }
-}
-
-TEST(XHeadlessBackend, AnswersByRuleAndFallsBackToTheDefaultButton) {
-  xheadless_backend ui;
-  std::ostringstream out;
-  ui.set_output(&out);
-  EXPECT_EQ(ui.message_box("q", "c", MB_YESNOCANCEL), IDYES);
-  EXPECT_EQ(ui.message_box("q", "c", MB_YESNOCANCEL | MB_DEFBUTTON3), IDCANCEL);
-  ui.set_rule([](const xstr&, const xstr&, unsigned) { return IDNO; });
-  EXPECT_EQ(ui.message_box("q", "c", MB_YESNO), IDNO);
-  EXPECT_EQ(ui.message_box("q", "c", MB_OK), IDOK);  // the box has no "No"
-  EXPECT_EQ(out.str().substr(0, 28), "== c ==\nq\n[Yes No Cancel] ->");
 }
 
 }  // namespace

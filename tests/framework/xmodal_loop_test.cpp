@@ -1,7 +1,9 @@
 #include "framework/xmodal_loop.h"
 
+#include <memory>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,27 +14,36 @@
 #include "framework/xmain_loop.h"
 #include "framework/xui_backend.h"
 #include "platform/xos.h"
-#include "tests/support/xdialog.h"
 
 namespace xum {
 namespace {
 
 constexpr int kPatience = 10000;  // ms a test waits for work that should come at once
 
-// A dialog on the scripted backend: an edit and OK/Cancel buttons.
+// A dialog on the scripted backend: an edit, an OK button ("OkBtn", the
+// default, mrOk) and a Cancel button ("CancelBtn", mrCancel).
 class ModalLoop : public ::testing::Test {
  protected:
   void SetUp() override {
     xmain_loop::instance().bind_to_current_thread();
     xmain_loop::instance().open();
     form_->SetName(u"Dialog");
+    edit_->SetParent(form_.get());
+    for (const auto& [b, name, result] :
+         {std::tuple{ok_, u"OkBtn", mrOk}, {cancel_, u"CancelBtn", mrCancel}}) {
+      b->SetParent(form_.get());
+      b->SetName(name);
+      b->SetModalResult(result);
+    }
+    ok_->SetDefault(true);
   }
 
   xscripted_backend ui_;
   xui_backend_scope use_{ui_};
-  test::dialog dialog_;
-  TForm* form_ = dialog_.form;
-  TEdit* edit_ = dialog_.edit;
+  std::unique_ptr<TForm> form_ = std::make_unique<TForm>(nullptr);
+  TEdit* edit_ = new TEdit(form_.get());
+  TButton* ok_ = new TButton(form_.get());
+  TButton* cancel_ = new TButton(form_.get());
 };
 
 TEST_F(ModalLoop, SynchronizeOfAWorkerCompletesWhileTheFormIsOpen) {
@@ -57,7 +68,9 @@ TEST_F(ModalLoop, SynchronizeOfAWorkerCompletesWhileTheFormIsOpen) {
 TEST_F(ModalLoop, PostedCallsWatchesAndTimersRunWhileTheFormIsOpen) {
   xmain_loop& loop = xmain_loop::instance();
   std::vector<std::string> seen;
-  const auto note = [&](const char* what) { seen.push_back(std::string(what) + (form_->Modal() ? " modal" : "")); };
+  const auto note = [&](const char* what) {
+    seen.push_back(std::string(what) + (form_->Modal() ? " modal" : ""));
+  };
   // Already waiting when the form opens: the backend runs them before it
   // answers.
   loop.post([&] { note("posted"); });
@@ -79,7 +92,8 @@ TEST_F(ModalLoop, PostedCallsWatchesAndTimersRunWhileTheFormIsOpen) {
     note("timer");
     form_->Close();
   });
-  ui_.queue_steps({[](TCustomForm&, xmodal_loop& modal) { return modal.run(kPatience) ? mrNone : mrAbort; }});
+  ui_.queue_steps(
+      {[](TCustomForm&, xmodal_loop& modal) { return modal.run(kPatience) ? mrNone : mrAbort; }});
   EXPECT_EQ(form_->ShowModal(), mrCancel);
   loop.remove_timer(timer);
   EXPECT_EQ(seen, (std::vector<std::string>{"timer modal"}));

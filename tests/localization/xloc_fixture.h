@@ -26,19 +26,8 @@ class loc_os final : public platform::xos_wrapper {
     return it == vars.end() ? std::string() : it->second;
   }
   std::string executable_path() override { return exe; }
-  // Refuses to open `read_only` for writing, as for a user without the
-  // right (also when the tests run as root).
-  platform::file_handle open_file(const char* name, int file_mode, platform::os_error& error,
-                                  bool* regular) noexcept override {
-    if (file_mode != 1 && name == read_only) {
-      error = platform::make_os_error(platform::os_errc::access_denied);
-      return platform::invalid_handle;
-    }
-    return xos_wrapper::open_file(name, file_mode, error, regular);
-  }
   std::map<std::string, std::string> vars;
   std::string exe;
-  std::string read_only;
 };
 
 class loc_test : public ::testing::Test {

@@ -107,37 +107,30 @@ TEST_F(NetServerClientLinked, DerivedProtocolsOnBothSidesAreInitializedAndServeR
   EXPECT_EQ(server_side->InChannel.Socket->LocalPort(), p1());
   EXPECT_NE(server_side->ServingThread, nullptr);
   // Client to server, answered on the connection thread.
+  // (Each request's answers, over 3 MB transfers too: tests/tools, xum net.)
   EXPECT_EQ(mine->Add(2, 40), 42);
-  EXPECT_EQ(mine->Add(0x7fffffff, 1), -0x7fffffff - 1);
   EXPECT_EQ(mine->Echo(u"hello"), std::u16string(u"hel\0\0", 5));
-  const std::string big(200000, 'z');
-  EXPECT_EQ(mine->Transfer(big), big);
   // Server to client, handled on the client's read event.
   server_side->Note(u"hi");
   ASSERT_TRUE(run_until([&] { return mine->Served.load() == 1; }));
-  // A one-way request: nothing to wait for but its effect.
+  // A one-way request; the server hands the note to the main thread.
   mine->Note(u"");
-  ASSERT_TRUE(run_until([&] { return server_side->Served.load() == 5; }));
+  ASSERT_TRUE(run_until([&] { return server_side->Served.load() == 3 && notes_on_main == 1; }));
   EXPECT_EQ(server_side->Unknown.load() + mine->Unknown.load(), 0);
 }
 
-TEST_F(NetServerClientLinked, SecondConnectWhileConnectingOpensOneConnection) {
-  client->Connect();
-  client->Connect();
-  ASSERT_TRUE(run_until([&] { return client->Protocol() != nullptr && linked_count == 1; }));
-  run_until([] { return false; }, 50);
-  EXPECT_EQ(created.load(), 1);
-  EXPECT_EQ(server->TokenCount(), 0);
-}
-
+// Each round connects twice while connecting, which opens one connection.
 TEST_F(NetServerClientLinked, ReconnectsAfterTheServerEndsTheLink) {
   for (int round = 1; round <= 3; ++round) {
     SCOPED_TRACE(round);
+    client->Connect();
     ASSERT_TRUE(link(*client));
     EXPECT_EQ(demo(*client)->Add(round, round), 2 * round);
     server_side->Close();  // ends the server-to-client connection
     ASSERT_TRUE(run_until([&] { return !client->Connecting() && ended.load() == round; }));
     EXPECT_EQ(client->Protocol(), nullptr);
+    EXPECT_EQ(created.load(), round);
+    EXPECT_EQ(server->TokenCount(), 0);
   }
 }
 
@@ -146,30 +139,15 @@ TEST_F(NetServerClientLinked, WithoutTheEventTheClientMakesAPlainProtocol) {
   ASSERT_TRUE(link(*plain));
   TxumBaseProtocol* first = plain->Protocol();
   EXPECT_EQ(typeid(*first), typeid(TxumBaseProtocol));
-  // A request the base protocol ignores still reaches the server.
-  unsigned char code[4];
-  le::store<std::int32_t>(code, TxumDemoProtocol::rqNote);
-  plain->Protocol()->OutChannel.SendBuf(code, 4);
-  plain->Protocol()->OutChannel.SendText(u"to main");
-  plain->Protocol()->OutChannel.EndSend();
-  // The server hands the note to the main thread through Synchronize.
-  ASSERT_TRUE(run_until([&] { return notes_on_main == 1; }));
-  EXPECT_EQ(last_note, std::u16string(u"to m\0\0\0", 7));
 }
 
+// A first port that sends no token (nobody listening: tests/tools).
 TEST_F(NetServerClientLinked, FailedConnectRaisesAndClearsConnecting) {
-  platform::os_error error;
-  const int unused = platform::os().tcp_listen("127.0.0.1", 0, false, error);
-  const int closed_port = platform::os().socket_port(unused);
-  platform::os().close_socket(unused);
   auto c = make_client();
-  for (const auto& [name, port] : {std::pair{"nobody listens", closed_port}, {"no token comes", p2()}}) {
-    SCOPED_TRACE(name);
-    c->SetClientServerPort(port);
-    EXPECT_THROW(c->Connect(), ESocketError);
-    EXPECT_FALSE(c->Connecting());
-    EXPECT_FALSE(c->ClientServerSocket()->Active());
-  }
+  c->SetClientServerPort(p2());
+  EXPECT_THROW(c->Connect(), ESocketError);
+  EXPECT_FALSE(c->Connecting());
+  EXPECT_FALSE(c->ClientServerSocket()->Active());
   c->SetClientServerPort(p1());
   EXPECT_TRUE(link(*c));  // and connects once the port is right
 }
@@ -208,26 +186,23 @@ TEST_F(NetFaults, BadTokensCloseOnlyTheirOwnConnection) {
   auto first = dial(p1());
   const std::uint32_t good = token_of(*first);
   std::mt19937 random(7);
-  struct row {
+  const struct {
     const char* name;
     std::string bytes;
-    int within_ms;
-  };
-  const row rows[] = {
+    int within_ms;  // 0: the test closes it
+  } rows[] = {
       {"random token", le32(good ^ (random() | 1)), 500},
       {"no token at all, then close", "", 0},
       {"short token", le32(good).substr(0, 3), 2500},
       {"zero token", le32(0), 500},
   };
-  for (const row& r : rows) {
+  for (const auto& r : rows) {
     SCOPED_TRACE(r.name);
     auto s = second(r.bytes);
-    if (r.within_ms == 0) {
+    if (r.within_ms == 0)
       s->Close();
-      run_until([] { return false; }, 20);
-    } else {
+    else
       EXPECT_TRUE(closed_by_peer(*s, r.within_ms));
-    }
     expect_serving();
   }
   // The good token still links after all that, once; a replay is refused.
@@ -282,9 +257,7 @@ TEST_F(NetFaults, ThousandConnectsAndDisconnectsLeaveNoThreadsOrDescriptors) {
   }
   ASSERT_TRUE(run_until([&] { return ended.load() == rounds; }, 20000));
   ASSERT_TRUE(run_until(
-      [&] { return os.thread_count() == threads && os.open_descriptor_count() == fds; }, 5000))
-      << os.thread_count() << " threads (" << threads << " before), " << os.open_descriptor_count()
-      << " descriptors (" << fds << " before)";
+      [&] { return os.thread_count() == threads && os.open_descriptor_count() == fds; }, 5000));
   EXPECT_EQ(server->TokenCount(), 0);
   expect_serving();
 }

@@ -10,12 +10,12 @@
 // named after the process).
 #pragma once
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <sys/wait.h>
 
 #include <gtest/gtest.h>
 
@@ -25,8 +25,7 @@ namespace xum::test {
 
 struct tool_result {
   int code;
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 
 inline tool_result run_tool(const std::string& line) {
