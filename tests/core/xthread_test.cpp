@@ -1,6 +1,5 @@
 #include "core/xthread.h"
 
-
 #include <atomic>
 #include <chrono>
 #include <cstdio>
