@@ -1,9 +1,9 @@
 #include "core/xhash_table.h"
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <tuple>
+
+#include <gtest/gtest.h>
 
 #include "core/xstrings_merger.h"
 
@@ -34,43 +34,18 @@ TEST(XcalculateBufferHash, MatchesIndependentlyComputedValues) {
   EXPECT_EQ(xcalculate_buffer_hash("abcdX", 4, 0), 0x60bb493cu);
 }
 
-// Growth doubles the slots at a quarter full (32 of 128, then 64 of 256):
-// every item stays findable across each doubling, and clear frees them all.
-TEST(XhashTableImpl, StartsWithoutSlotsKeepsItemsAcrossGrowthAndClears) {
-  xhash_table_impl t;
-  EXPECT_EQ(t.item_by_code(0), -1);
-  EXPECT_EQ(t.size(), 0);
-  for (int i = 0; i < 65; ++i) t.insert(static_cast<unsigned>(i * 7919), i);
-  EXPECT_EQ(t.size(), 512);  // the 33rd and the 65th insert doubled
-  EXPECT_EQ(t.count(), 65);
-  for (int i = 0; i < 65; ++i) EXPECT_EQ(t.value(t.item_by_code(static_cast<unsigned>(i * 7919))), i) << i;
-  EXPECT_EQ(t.item_by_code(12345), -1);
-  t.clear();
-  EXPECT_EQ(t.count(), 0);
-  EXPECT_EQ(t.item_by_code(0), -1);
-}
-
+// One shared block per text, case counting; given texts are indexed too.
 TEST(XstringsMerger, KeepsOneSharedCopyPerText) {
-  xstrings_merger merge;
-  xstr a = "OK";
-  xstr b = xstr("O") + "K";
-  merge(a);
-  EXPECT_EQ(&merge(b), &b);
-  EXPECT_EQ(merge.strings().size(), 1);
-  EXPECT_EQ(b.get_text(), a.get_text());  // one block
-  xstr c = "ok";                          // case matters
-  merge(c);
-  EXPECT_EQ(merge.strings().size(), 2);
-  // Constructed from texts, it indexes them.
   xvector<xstr> v;
   v.push_back("one");
-  v.push_back("two");
-  xstrings_merger given(v);
-  xstr t = xstr("tw") + "o";
-  given(t);
-  EXPECT_EQ(given.strings().size(), 2);
-  EXPECT_EQ(t.get_text(), given.strings()[1].get_text());
-  EXPECT_THROW(given.reindex(2), xexception);
+  v.push_back("OK");
+  xstrings_merger merge(v);
+  xstr b = xstr("O") + "K", c = "ok";
+  EXPECT_EQ(&merge(b), &b);
+  EXPECT_EQ(b.get_text(), merge.strings()[1].get_text());
+  merge(c);
+  EXPECT_EQ(merge.strings().size(), 3);
+  EXPECT_THROW(merge.reindex(3), xexception);
 }
 
 }  // namespace

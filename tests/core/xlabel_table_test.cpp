@@ -1,9 +1,9 @@
 #include "core/xlabel_table.h"
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "core/xhash_table.h"
 
@@ -30,7 +30,8 @@ const std::pair<std::string, std::string> collisions[] = {
 // zero bytes, lengths around the slot's inline limit and the collisions.
 std::vector<std::string> edge_texts() {
   const std::string x15(15, 'x'), x16(16, 'x');
-  std::vector<std::string> texts = {"", "\0"s, "a\0b"s, x15, x15 + "\0"s, x16, std::string(300, 'L')};
+  std::vector<std::string> texts = {
+      "", "\0"s, "a\0b"s, x15, x15 + "\0"s, x16, std::string(300, 'L')};
   for (const auto& [a, b] : collisions) {
     texts.push_back(a);
     texts.push_back(b);
@@ -43,7 +44,6 @@ TEST(XlabelTable, CodesFollowFirstAdditionAndEveryByteCounts) {
   for (const auto& [a, b] : collisions) ASSERT_EQ(hash_of(a), hash_of(b)) << a;
   const std::vector<std::string> texts = edge_texts();
   xlabel_table t;
-  EXPECT_EQ(t.find("ab"), -1);  // no slots yet
   for (std::size_t i = 0; i < texts.size(); ++i) {
     SCOPED_TRACE(i);
     EXPECT_EQ(t.find(texts[i]), -1);
@@ -59,6 +59,9 @@ TEST(XlabelTable, CodesFollowFirstAdditionAndEveryByteCounts) {
   }
   EXPECT_EQ(t.find("Property40"), -1);
   EXPECT_EQ(t.find(std::string(300, 'L') + "L"), -1);
+  t.clear();  // no slots left
+  EXPECT_EQ(t.size(), 0);
+  EXPECT_EQ(t.find(texts[3]), -1);
 }
 
 TEST(XlabelTable, AppendedRepeatsKeepTheirCodesAndLookupsFindTheFirst) {

@@ -1,60 +1,41 @@
 #include "core/xle.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstdint>
 #include <limits>
+#include <string>
+
+#include <gtest/gtest.h>
 
 namespace xum {
 namespace {
 
-// The first `n` bytes of `b` hold the low `n` bytes of `v`, lowest first.
-void expect_bytes(const unsigned char* b, int n, std::uint64_t v) {
-  for (int i = 0; i < n; ++i) EXPECT_EQ(b[i], (v >> 8 * i) & 0xFF) << "byte " << i;
-}
-
-TEST(XLittleEndian, StoresLowestByteFirstAndRoundTripsAtTheEdgesOfEveryWidth) {
+// Every width stores its bytes lowest first; signed and floating values go
+// by their bit patterns.
+TEST(XLittleEndian, StoresLowestByteFirstInEveryWidth) {
   unsigned char b[8];
-  for (std::uint64_t v : {0ull, 1ull, 0x7Full, 0x80ull, 0xFFull, 0x100ull, 0x7FFFull, 0x8000ull,
-                          0x11223344ull, 0xFFFFFFFFull, 0x100000000ull, 0x0102030405060708ull, ~0ull}) {
-    SCOPED_TRACE(v);
-    le::store<std::uint64_t>(b, v);
-    expect_bytes(b, 8, v);
-    EXPECT_EQ(le::load<std::uint64_t>(b), v);
-    le::store<std::uint32_t>(b, static_cast<std::uint32_t>(v));
-    expect_bytes(b, 4, v);
-    EXPECT_EQ(le::load<std::uint32_t>(b), static_cast<std::uint32_t>(v));
-    le::store<std::int16_t>(b, static_cast<std::int16_t>(v));
-    expect_bytes(b, 2, v);
-    EXPECT_EQ(le::load<std::int16_t>(b), static_cast<std::int16_t>(v));
-  }
+  le::store<std::uint64_t>(b, 0x0102030405060708ull);
+  EXPECT_EQ(std::string(b, b + 8), "\x08\x07\x06\x05\x04\x03\x02\x01");
+  le::store<std::int16_t>(b, -2);
+  EXPECT_EQ(le::load<std::uint16_t>(b), 0xFFFEu);
+  EXPECT_EQ(le::load<std::int16_t>(b), -2);
   le::store<double>(b, 1.0);
-  expect_bytes(b, 8, 0x3FF0000000000000ull);
-  le::store<float>(b, -0.15625f);
-  EXPECT_EQ(le::load<float>(b), -0.15625f);
+  EXPECT_EQ(le::load<std::uint64_t>(b), 0x3FF0000000000000ull);
   le::store<std::int64_t>(b, std::numeric_limits<std::int64_t>::min());
   EXPECT_EQ(le::load<std::int64_t>(b), std::numeric_limits<std::int64_t>::min());
 }
 
+// Bounded reads refuse to run past the end and leave the position.
 TEST(XLittleEndian, BoundedAccessRefusesTruncationAtEveryLength) {
   const std::array<unsigned char, 4> bytes{1, 2, 3, 4};
-  for (std::size_t start = 0; start <= 5; ++start) {
-    SCOPED_TRACE(start);
-    std::size_t pos = start;
-    if (start == 0) {
-      EXPECT_EQ(le::read<std::uint32_t>(bytes, pos), 0x04030201u);
-      EXPECT_EQ(pos, 4u);
-    } else {
-      EXPECT_THROW(le::read<std::uint32_t>(bytes, pos), xexception);
-      EXPECT_EQ(pos, start);
-    }
+  std::size_t pos = 0;
+  EXPECT_EQ(le::read<std::uint32_t>(bytes, pos), 0x04030201u);
+  EXPECT_EQ(pos, 4u);
+  for (std::size_t start = 1; start <= 5; ++start) {
+    pos = start;
+    EXPECT_THROW(le::read<std::uint32_t>(bytes, pos), xexception) << start;
+    EXPECT_EQ(pos, start);
   }
-  std::array<unsigned char, 3> out{};
-  std::size_t pos = 1;
-  le::write<std::uint16_t>(out, pos, 0xBEEF);
-  EXPECT_EQ(out[1], 0xEF);
-  EXPECT_THROW(le::write<std::uint16_t>(out, pos, 1), xexception);
 }
 
 }  // namespace

@@ -35,33 +35,5 @@ TEST(XUtfValid, RoundTripsAtEveryLengthBoundary) {
   EXPECT_EQ(wide, u"ok");
 }
 
-TEST(XUtfInvalid, EachMaximalSubpartBecomesOneReplacement) {
-  const Pair rows[] = {
-      {"\x80", u"\xFFFD"},
-      {"a\xC3", u"a\xFFFD"},
-      {"\xF0\x9F\x98z", u"\xFFFDz"},
-      {"\xC0\xAF", u"\xFFFD\xFFFD"},
-      {"\xE0\x9F\xBF", u"\xFFFD\xFFFD\xFFFD"},
-      {"\xED\xA0\x80", u"\xFFFD\xFFFD\xFFFD"},
-      {"\xF4\x90\x80\x80", u"\xFFFD\xFFFD\xFFFD\xFFFD"},
-      {"\xC2\xC2\x80", u"\xFFFD\x0080"},
-      // The mixed sequence the Unicode standard uses to illustrate the practice.
-      {"a\xF1\x80\x80\xE1\x80\xC2x\x80y\x80\xBFz", u"a\xFFFD\xFFFD\xFFFDx\xFFFDy\xFFFD\xFFFDz"}};
-  for (const Pair& r : rows) {
-    SCOPED_TRACE(testing::PrintToString(r.utf8));
-    EXPECT_EQ(xutf8_to_utf16(r.utf8), r.utf16);
-  }
-}
-
-TEST(XUtfInvalid, LoneSurrogatesBecomeReplacements) {
-  const Pair rows[] = {{"\xEF\xBF\xBD", u"\xD800"},
-                       {"\xEF\xBF\xBD\xEF\xBF\xBD", u"\xDE00\xD83D"},
-                       {"x\xEF\xBF\xBD", u"x\xD83D"}};
-  for (const Pair& r : rows) {
-    SCOPED_TRACE(testing::PrintToString(std::u16string(r.utf16)));
-    EXPECT_EQ(xutf16_to_utf8(r.utf16), r.utf8);
-  }
-}
-
 }  // namespace
 }  // namespace xum
