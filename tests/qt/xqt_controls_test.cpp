@@ -4,12 +4,12 @@
 // moves and clicks reach the model.
 #include <QWheelEvent>
 #include <cmath>
+#include <map>
+#include <string>
 
 #include <gtest/gtest.h>
 
 #include "tests/qt/xqt_screenshots.h"
-
-#include "imaging/xglyph.h"
 #include "ui/tcolor_scale.h"
 #include "ui/tvalue_scroller.h"
 #include "ui/txum_speed_button.h"
@@ -17,7 +17,6 @@
 namespace xum {
 namespace {
 
-using test::colours;
 using test::count;
 using test::photograph;
 
@@ -26,177 +25,151 @@ QRgb rgb(TColor c) { return QColor(static_cast<QRgb>(xcolor_to_pixel(c))).rgb();
 // A form with an enabled and a disabled scroller, four speed buttons of one
 // group (flat, to be hot, down, disabled) with a green disc as glyph, and a
 // horizontal and an upright colour scale.
-struct gallery {
-  TForm* form = new TForm(nullptr);
-  TValueScroller *zoom = new TValueScroller(form), *zoom_off = new TValueScroller(form);
-  TxumSpeedButton *flat = new TxumSpeedButton(form), *hot = new TxumSpeedButton(form),
-                  *down = new TxumSpeedButton(form), *off = new TxumSpeedButton(form);
-  TColorScale *legend = new TColorScale(form), *upright = new TColorScale(form);
-  int clicks = 0;
-
-  gallery() {
-    form->SetName(u"ControlsGallery");
-    form->SetBounds(80, 80, 420, 160);
-    test::place(zoom, form, u"Zoom", 10, 10, 160, 24);
-    test::place(zoom_off, form, u"ZoomOff", 10, 44, 160, 24);
-    for (TValueScroller* s : {zoom, zoom_off}) {
+class QtControls : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    form_->SetName(u"ControlsGallery");
+    form_->SetBounds(80, 80, 420, 160);
+    for (TValueScroller* s : {zoom_, zoom_off_}) {
       s->SetRange(10, 400);
       s->SetIncrement(10);
-      s->SetPageIncrement(50);
       s->SetUnitText(u"%");
     }
-    zoom->SetValue(100);
-    zoom_off->SetValue(250);
-    zoom_off->SetEnabled(false);
+    zoom_->SetValue(100);
+    zoom_off_->SetValue(250);
+    zoom_off_->SetEnabled(false);
     TBitmap glyph;
     glyph.SetPixelFormat(pf32bit);
     glyph.SetSize(16, 16);
     for (int y = 0; y < 16; ++y)
       for (int x = 0; x < 16; ++x) {
-        const double d = std::hypot(x - 7.5, y - 7.5);
-        const std::uint8_t px[4] = {40, 160, 30, d < 6 ? std::uint8_t{255} : std::uint8_t{0}};
+        const std::uint8_t px[4] = {40, 160, 30,
+                                    std::uint8_t(std::hypot(x - 7.5, y - 7.5) < 6 ? 255 : 0)};
         std::copy(px, px + 4, static_cast<std::uint8_t*>(glyph.ScanLine(y)) + 4 * x);
       }
-    int left = 166;
-    for (auto [b, name] : {std::pair{flat, u"Flat"}, {hot, u"Hot"}, {down, u"Down"}, {off, u"Off"}}) {
-      test::place(b, form, name, left += 34, 10, 28, 28);
+    for (int left = 166; TxumSpeedButton * b : {flat_, hot_, down_, off_}) {
+      b->SetBounds(left += 34, 10, 28, 28);
       b->SetGlyph(glyph);
       b->SetGroupIndex(1);
-      b->OnClick = [this](TObject*) { ++clicks; };
+      b->OnClick = [this](TObject*) { ++clicks_; };
     }
-    down->SetDown(true);
-    off->SetEnabled(false);
-    test::place(legend, form, u"Legend", 10, 90, 400, 50);
-    legend->SetRange(-10, 30);
-    legend->AddStop(0, 0xFF0000);
-    legend->AddStop(0.25, clWhite);
-    legend->AddStop(1, clRed);
-    legend->SetTickStep(10);
-    test::place(upright, form, u"Upright", 360, 6, 56, 78);
-    upright->SetOrientation(soVertical);
-    upright->SetTickCount(3);
-    upright->SetRange(0, 100);
-    upright->AddStop(0, clBlack);
-    upright->AddStop(1, clLime);
+    down_->SetDown(true);
+    off_->SetEnabled(false);
+    legend_->SetRange(-10, 30);
+    legend_->AddStop(0, 0xFF0000);
+    legend_->AddStop(0.25, clWhite);
+    legend_->AddStop(1, clRed);
+    legend_->SetTickStep(10);
+    upright_->SetOrientation(soVertical);
+    upright_->SetTickCount(3);
+    upright_->SetRange(0, 100);
+    upright_->AddStop(0, clBlack);
+    upright_->AddStop(1, clLime);
+    ASSERT_NE(test::show_window(ui_, *form_), nullptr);
   }
-  ~gallery() { delete form; }
-};
-
-class QtControls : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_NE(test::show_window(ui_, *g_.form), nullptr); }
+  ~QtControls() override { delete form_; }
   QWidget* widget(TControl* c) { return ui_.widget_of(*c); }
   QString shown(TControl* c) { return widget(c)->accessibleName(); }
-  // The pointer is moved through the X server: its enter and leave events
-  // come when they come.
-  static void wait_until(const std::function<bool()>& done) {
-    for (int i = 0; i < 50 && !done(); ++i) QTest::qWait(20);
-  }
-  // Lets Qt deliver what is queued and brings the widgets in line.
-  void settle() {
-    QApplication::processEvents();
-    ui_.sync();
-  }
+
   xqt_backend& ui_ = use_qt_backend();
-  gallery g_;
+  TForm* form_ = new TForm(nullptr);
+  TValueScroller* zoom_ = test::place(new TValueScroller(form_), form_, u"Zoom", 10, 10, 160, 24);
+  TValueScroller* zoom_off_ =
+      test::place(new TValueScroller(form_), form_, u"ZoomOff", 10, 44, 160, 24);
+  TxumSpeedButton* flat_ = test::place(new TxumSpeedButton(form_), form_, u"Flat", 0, 0, 0, 0);
+  TxumSpeedButton* hot_ = test::place(new TxumSpeedButton(form_), form_, u"Hot", 0, 0, 0, 0);
+  TxumSpeedButton* down_ = test::place(new TxumSpeedButton(form_), form_, u"Down", 0, 0, 0, 0);
+  TxumSpeedButton* off_ = test::place(new TxumSpeedButton(form_), form_, u"Off", 0, 0, 0, 0);
+  TColorScale* legend_ = test::place(new TColorScale(form_), form_, u"Legend", 10, 90, 400, 50);
+  TColorScale* upright_ = test::place(new TColorScale(form_), form_, u"Upright", 360, 6, 56, 78);
+  int clicks_ = 0;
 };
 
-TEST_F(QtControls, TheGalleryAndTheScrollerInBothStatesAreDrawnAsLaidOut) {
-  const QImage shot = photograph(ui_.window_of(*g_.form), "controls_gallery");
+TEST_F(QtControls, EachControlIsDrawnAsLaidOutInEachState) {
+  const QImage shot = photograph(ui_.window_of(*form_), "controls_gallery");
   EXPECT_EQ(shot.size(), QSize(420, 160));
-  EXPECT_GT(colours(shot), 40) << "the window looks blank";
-  test::expect_laid_out(ui_, {g_.zoom, g_.hot, g_.legend, g_.upright});
-  EXPECT_EQ(shown(g_.zoom), QStringLiteral("100 %"));
-  EXPECT_EQ(shown(g_.zoom_off), QStringLiteral("250 %"));
-  const QImage normal = photograph(widget(g_.zoom), "value_scroller_normal");
-  const QImage disabled = photograph(widget(g_.zoom_off), "value_scroller_disabled");
-  // The value's band at the left on the window colour, or the greyed face;
-  // dark text and arrows only when enabled.
+  EXPECT_GT(test::colours(shot), 40) << "the window looks blank";
+  test::expect_laid_out(ui_, {zoom_, hot_, legend_, upright_});
+  std::map<std::string, QImage> shots;
+  for (auto [c, name] : {std::pair<TControl*, const char*>{zoom_, "value_scroller_normal"},
+                         {zoom_off_, "value_scroller_disabled"},
+                         {flat_, "speed_button_flat"},
+                         {down_, "speed_button_down"},
+                         {off_, "speed_button_disabled"},
+                         {legend_, "color_scale"},
+                         {upright_, "color_scale_vertical"}})
+    shots[name] = photograph(widget(c), name);
+  EXPECT_EQ(shown(zoom_) + shown(zoom_off_), QStringLiteral("100 %250 %"));
+  // The scroller: the value's band on the window colour, or the greyed
+  // face; dark text and arrows only when enabled.
+  const QImage &normal = shots["value_scroller_normal"],
+               &disabled = shots["value_scroller_disabled"];
   EXPECT_NE(normal.pixelColor(2, 20), disabled.pixelColor(2, 20));
   auto dark = [](QColor c) { return c.lightness() < 60; };
   EXPECT_GT(count(normal, dark, QRect(146, 2, 12, 20)), 4);
   EXPECT_GT(count(normal, dark, QRect(2, 2, 140, 20)), 20);
   EXPECT_EQ(count(disabled, dark), 0);
-}
-
-TEST_F(QtControls, KeysTheWheelAndADragChangeTheScrollersValue) {
-  QWidget* w = widget(g_.zoom);
-  int changes = 0;
-  g_.zoom->OnChange = [&](TObject*) { ++changes; };
-  QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(20, 12));  // focus, no move
-  EXPECT_TRUE(w->hasFocus());
-  QTest::keyClick(w, Qt::Key_Up);
-  EXPECT_EQ(g_.zoom->Value(), 110);
-  QTest::keyClick(w, Qt::Key_Home);
-  EXPECT_EQ(g_.zoom->Value(), 10);
-  QWheelEvent turn(QPointF(30, 12), w->mapToGlobal(QPointF(30, 12)), QPoint(), QPoint(0, 240),
-                   Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-  QApplication::sendEvent(w, &turn);
-  EXPECT_EQ(g_.zoom->Value(), 30) << "two notches";
-  // 36 pixels of the 160-pixel scroller: 36 x 390 / 160 = 87.75, 9 steps.
-  QTest::mousePress(w, Qt::LeftButton, {}, QPoint(20, 12));
-  QTest::mouseMove(w, QPoint(56, 12));
-  QTest::mouseRelease(w, Qt::LeftButton, {}, QPoint(56, 12));
-  EXPECT_EQ(g_.zoom->Value(), 120);
-  QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(152, 4));  // the up arrow
-  EXPECT_EQ(changes, 5);
-  settle();
-  EXPECT_EQ(shown(g_.zoom), QStringLiteral("130 %"));
-}
-
-TEST_F(QtControls, TheSpeedButtonRisesUnderThePointerAndShowsEachState) {
-  const QImage flat = photograph(widget(g_.hot), "speed_button_flat");
+  // The speed button: no edge while flat, a dark one when down; the green
+  // disc, grey when disabled.
   const QColor face(rgb(clBtnFace));
-  EXPECT_EQ(flat.pixelColor(0, 0), face) << "no edge while flat";
-  QTest::mouseMove(widget(g_.hot), QPoint(14, 14));  // the pointer enters
-  wait_until([this] { return g_.hot->MouseInControl(); });
-  settle();
-  ASSERT_TRUE(g_.hot->MouseInControl());
-  const QImage hot = photograph(widget(g_.hot), "speed_button_hot");
-  EXPECT_GT(hot.pixelColor(0, 0).lightness(), face.lightness()) << "raised: a light edge";
-  int differing = 0;
-  for (int y = 0; y < hot.height(); ++y)
-    for (int x = 0; x < hot.width(); ++x) differing += hot.pixel(x, y) != flat.pixel(x, y);
-  EXPECT_GT(differing, 60) << "an edge and the lifted picture";
-  const QImage down = photograph(widget(g_.down), "speed_button_down");
-  EXPECT_LT(down.pixelColor(0, 0).lightness(), face.lightness()) << "lowered: a dark edge";
-  const QImage off = photograph(widget(g_.off), "speed_button_disabled");
+  EXPECT_EQ(shots["speed_button_flat"].pixelColor(0, 0), face);
+  EXPECT_LT(shots["speed_button_down"].pixelColor(0, 0).lightness(), face.lightness());
   auto green = [](QColor c) { return c.green() > c.red() + 60; };
-  EXPECT_GT(count(flat, green), 50) << "the green disc";
-  EXPECT_EQ(count(off, green), 0) << "the disabled look is grey";
-
-  QTest::mouseMove(widget(g_.flat), QPoint(14, 14));  // from Hot to Flat
-  wait_until([this] { return !g_.hot->MouseInControl(); });
-  QTest::mouseClick(widget(g_.flat), Qt::LeftButton, {}, QPoint(14, 14));
-  EXPECT_FALSE(g_.hot->MouseInControl());
-  EXPECT_TRUE(g_.flat->Down());
-  EXPECT_FALSE(g_.down->Down()) << "one of the group";
-  EXPECT_EQ(g_.clicks, 1);
-}
-
-TEST_F(QtControls, TheColourScalesDrawTheModelsColoursAndLabels) {
-  EXPECT_EQ(shown(g_.legend), QStringLiteral("-10 0 10 20 30"));
-  EXPECT_EQ(shown(g_.upright), QStringLiteral("0 50 100"));
-  const QImage across = photograph(widget(g_.legend), "color_scale");
-  const QImage up = photograph(widget(g_.upright), "color_scale_vertical");
-  // The first and last lines inside the black frame are exactly the
-  // colours of Min and Max: left to right, and bottom to top.
+  EXPECT_GT(count(shots["speed_button_flat"], green), 50);
+  EXPECT_EQ(count(shots["speed_button_disabled"], green), 0);
+  // The colour scales: the first and last lines inside the black frame are
+  // exactly the colours of Min and Max, left to right and bottom to top;
+  // ticks and labels below the bar.
+  EXPECT_EQ(shown(legend_) + u'|' + shown(upright_), QStringLiteral("-10 0 10 20 30|0 50 100"));
+  const QImage &across = shots["color_scale"], &up = shots["color_scale_vertical"];
   auto frame = [](const QImage& shot, QPoint from, QPoint step) {
     while (shot.rect().contains(from) && qGray(shot.pixel(from)) > 20) from += step;
     return from;
   };
   const QPoint left = frame(across, {0, 10}, {1, 0}), right = frame(across, {399, 10}, {-1, 0});
   ASSERT_LT(left.x() + 10, right.x());
-  EXPECT_EQ(across.pixel(left + QPoint(1, 0)), rgb(g_.legend->ColorAt(-10)));
-  EXPECT_EQ(across.pixel(right - QPoint(1, 0)), rgb(g_.legend->ColorAt(30)));
-  EXPECT_GT(count(across, [](QColor c) { return c.lightness() > 250; }, QRect(left, right)), 0)
-      << "white at 0";
-  EXPECT_GT(count(across, [](QColor c) { return c.lightness() < 100; }, QRect(0, 36, 400, 14)), 40)
-      << "ticks and labels below the bar";
+  EXPECT_EQ(across.pixel(left + QPoint(1, 0)), rgb(legend_->ColorAt(-10)));
+  EXPECT_EQ(across.pixel(right - QPoint(1, 0)), rgb(legend_->ColorAt(30)));
+  EXPECT_GT(count(
+                across, [](QColor c) { return c.lightness() < 100; }, QRect(0, 36, 400, 14)),
+            40);
   const QPoint top = frame(up, {4, 0}, {0, 1}), bottom = frame(up, {4, 77}, {0, -1});
   ASSERT_LT(top.y() + 10, bottom.y());
-  EXPECT_EQ(up.pixel(bottom - QPoint(0, 1)), rgb(g_.upright->ColorAt(0)));
-  EXPECT_EQ(up.pixel(top + QPoint(0, 1)), rgb(g_.upright->ColorAt(100)));
+  EXPECT_EQ(up.pixel(bottom - QPoint(0, 1)), rgb(upright_->ColorAt(0)));
+  EXPECT_EQ(up.pixel(top + QPoint(0, 1)), rgb(upright_->ColorAt(100)));
+}
+
+TEST_F(QtControls, KeysWheelDragsAndThePointerReachTheModel) {
+  QWidget* w = widget(zoom_);
+  QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(20, 12));  // focus, no move
+  QTest::keyClick(w, Qt::Key_Up);
+  EXPECT_EQ(zoom_->Value(), 110);
+  QWheelEvent turn(QPointF(30, 12), w->mapToGlobal(QPointF(30, 12)), QPoint(), QPoint(0, 240),
+                   Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+  QApplication::sendEvent(w, &turn);
+  EXPECT_EQ(zoom_->Value(), 130) << "two notches";
+  // 36 pixels of the 160-pixel scroller: 36 x 390 / 160 = 87.75, 9 steps.
+  QTest::mousePress(w, Qt::LeftButton, {}, QPoint(20, 12));
+  QTest::mouseMove(w, QPoint(56, 12));
+  QTest::mouseRelease(w, Qt::LeftButton, {}, QPoint(56, 12));
+  EXPECT_EQ(zoom_->Value(), 220);
+  ui_.sync();
+  EXPECT_EQ(shown(zoom_), QStringLiteral("220 %"));
+
+  // The pointer is moved through the X server: its enter and leave events
+  // come when they come. Under it the button rises: a light edge.
+  const QImage flat = photograph(widget(hot_), "speed_button_flat");
+  QTest::mouseMove(widget(hot_), QPoint(14, 14));
+  ASSERT_TRUE(QTest::qWaitFor([this] { return hot_->MouseInControl(); }, 1000));
+  ui_.sync();
+  const QImage hot = photograph(widget(hot_), "speed_button_hot");
+  EXPECT_GT(hot.pixelColor(0, 0).lightness(), flat.pixelColor(0, 0).lightness());
+  QTest::mouseMove(widget(flat_), QPoint(14, 14));
+  EXPECT_TRUE(QTest::qWaitFor([this] { return !hot_->MouseInControl(); }, 1000));
+  QTest::mouseClick(widget(flat_), Qt::LeftButton, {}, QPoint(14, 14));
+  EXPECT_TRUE(flat_->Down());
+  EXPECT_FALSE(down_->Down()) << "one of the group";
+  EXPECT_EQ(clicks_, 1);
 }
 
 }  // namespace

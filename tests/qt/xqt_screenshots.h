@@ -59,7 +59,8 @@ W* child(QWidget* parent, const std::u16string& name) {
 
 // `c` named `name` on `parent` at the given bounds.
 template <class C>
-C* place(C* c, TWinControl* parent, const char16_t* name, int left, int top, int width, int height) {
+C* place(C* c, TWinControl* parent, const char16_t* name, int left, int top, int width,
+         int height) {
   c->SetName(name);
   c->SetParent(parent);
   c->SetBounds(left, top, width, height);
