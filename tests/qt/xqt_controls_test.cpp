@@ -28,7 +28,6 @@ QRgb rgb(TColor c) { return QColor(static_cast<QRgb>(xcolor_to_pixel(c))).rgb();
 class QtControls : public ::testing::Test {
  protected:
   void SetUp() override {
-    form_->SetName(u"ControlsGallery");
     form_->SetBounds(80, 80, 420, 160);
     for (TValueScroller* s : {zoom_, zoom_off_}) {
       s->SetRange(10, 400);
@@ -38,17 +37,12 @@ class QtControls : public ::testing::Test {
     zoom_->SetValue(100);
     zoom_off_->SetValue(250);
     zoom_off_->SetEnabled(false);
-    TBitmap glyph;
-    glyph.SetPixelFormat(pf32bit);
+    TBitmap glyph;  // a green disc on white, the transparent colour of its corner
     glyph.SetSize(16, 16);
     for (int y = 0; y < 16; ++y)
-      for (int x = 0; x < 16; ++x) {
-        const std::uint8_t px[4] = {40, 160, 30,
-                                    std::uint8_t(std::hypot(x - 7.5, y - 7.5) < 6 ? 255 : 0)};
-        std::copy(px, px + 4, static_cast<std::uint8_t*>(glyph.ScanLine(y)) + 4 * x);
-      }
-    for (int left = 166; TxumSpeedButton * b : {flat_, hot_, down_, off_}) {
-      b->SetBounds(left += 34, 10, 28, 28);
+      for (int x = 0; x < 16; ++x)
+        glyph.SetPixel(x, y, std::hypot(x - 7.5, y - 7.5) < 6 ? 0x1EA028 : clWhite);
+    for (TxumSpeedButton* b : {flat_, hot_, down_, off_}) {
       b->SetGlyph(glyph);
       b->SetGroupIndex(1);
       b->OnClick = [this](TObject*) { ++clicks_; };
@@ -57,7 +51,6 @@ class QtControls : public ::testing::Test {
     off_->SetEnabled(false);
     legend_->SetRange(-10, 30);
     legend_->AddStop(0, 0xFF0000);
-    legend_->AddStop(0.25, clWhite);
     legend_->AddStop(1, clRed);
     legend_->SetTickStep(10);
     upright_->SetOrientation(soVertical);
@@ -76,29 +69,25 @@ class QtControls : public ::testing::Test {
   TValueScroller* zoom_ = test::place(new TValueScroller(form_), form_, u"Zoom", 10, 10, 160, 24);
   TValueScroller* zoom_off_ =
       test::place(new TValueScroller(form_), form_, u"ZoomOff", 10, 44, 160, 24);
-  TxumSpeedButton* flat_ = test::place(new TxumSpeedButton(form_), form_, u"Flat", 0, 0, 0, 0);
-  TxumSpeedButton* hot_ = test::place(new TxumSpeedButton(form_), form_, u"Hot", 0, 0, 0, 0);
-  TxumSpeedButton* down_ = test::place(new TxumSpeedButton(form_), form_, u"Down", 0, 0, 0, 0);
-  TxumSpeedButton* off_ = test::place(new TxumSpeedButton(form_), form_, u"Off", 0, 0, 0, 0);
+  TxumSpeedButton* flat_ = test::place(new TxumSpeedButton(form_), form_, u"Flat", 200, 10, 28, 28);
+  TxumSpeedButton* hot_ = test::place(new TxumSpeedButton(form_), form_, u"Hot", 234, 10, 28, 28);
+  TxumSpeedButton* down_ = test::place(new TxumSpeedButton(form_), form_, u"Down", 268, 10, 28, 28);
+  TxumSpeedButton* off_ = test::place(new TxumSpeedButton(form_), form_, u"Off", 302, 10, 28, 28);
   TColorScale* legend_ = test::place(new TColorScale(form_), form_, u"Legend", 10, 90, 400, 50);
   TColorScale* upright_ = test::place(new TColorScale(form_), form_, u"Upright", 360, 6, 56, 78);
   int clicks_ = 0;
 };
 
 TEST_F(QtControls, EachControlIsDrawnAsLaidOutInEachState) {
-  const QImage shot = photograph(ui_.window_of(*form_), "controls_gallery");
-  EXPECT_EQ(shot.size(), QSize(420, 160));
-  EXPECT_GT(test::colours(shot), 40) << "the window looks blank";
+  photograph(ui_.window_of(*form_), "controls_gallery", 40);
   test::expect_laid_out(ui_, {zoom_, hot_, legend_, upright_});
   std::map<std::string, QImage> shots;
-  for (auto [c, name] : {std::pair<TControl*, const char*>{zoom_, "value_scroller_normal"},
-                         {zoom_off_, "value_scroller_disabled"},
-                         {flat_, "speed_button_flat"},
-                         {down_, "speed_button_down"},
-                         {off_, "speed_button_disabled"},
-                         {legend_, "color_scale"},
-                         {upright_, "color_scale_vertical"}})
-    shots[name] = photograph(widget(c), name);
+  const std::pair<TControl*, const char*> states[] = {
+      {zoom_, "value_scroller_normal"},  {zoom_off_, "value_scroller_disabled"},
+      {flat_, "speed_button_flat"},      {down_, "speed_button_down"},
+      {off_, "speed_button_disabled"},   {legend_, "color_scale"},
+      {upright_, "color_scale_vertical"}};
+  for (auto [c, name] : states) shots[name] = photograph(widget(c), name);
   EXPECT_EQ(shown(zoom_) + shown(zoom_off_), QStringLiteral("100 %250 %"));
   // The scroller: the value's band on the window colour, or the greyed
   // face; dark text and arrows only when enabled.
@@ -118,8 +107,7 @@ TEST_F(QtControls, EachControlIsDrawnAsLaidOutInEachState) {
   EXPECT_GT(count(shots["speed_button_flat"], green), 50);
   EXPECT_EQ(count(shots["speed_button_disabled"], green), 0);
   // The colour scales: the first and last lines inside the black frame are
-  // exactly the colours of Min and Max, left to right and bottom to top;
-  // ticks and labels below the bar.
+  // exactly the colours of Min and Max, left to right and bottom to top.
   EXPECT_EQ(shown(legend_) + u'|' + shown(upright_), QStringLiteral("-10 0 10 20 30|0 50 100"));
   const QImage &across = shots["color_scale"], &up = shots["color_scale_vertical"];
   auto frame = [](const QImage& shot, QPoint from, QPoint step) {
@@ -130,9 +118,6 @@ TEST_F(QtControls, EachControlIsDrawnAsLaidOutInEachState) {
   ASSERT_LT(left.x() + 10, right.x());
   EXPECT_EQ(across.pixel(left + QPoint(1, 0)), rgb(legend_->ColorAt(-10)));
   EXPECT_EQ(across.pixel(right - QPoint(1, 0)), rgb(legend_->ColorAt(30)));
-  EXPECT_GT(count(
-                across, [](QColor c) { return c.lightness() < 100; }, QRect(0, 36, 400, 14)),
-            40);
   const QPoint top = frame(up, {4, 0}, {0, 1}), bottom = frame(up, {4, 77}, {0, -1});
   ASSERT_LT(top.y() + 10, bottom.y());
   EXPECT_EQ(up.pixel(bottom - QPoint(0, 1)), rgb(upright_->ColorAt(0)));

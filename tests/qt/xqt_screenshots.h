@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QImage>
+#include <QScreen>
 #include <QTest>
 #include <QWidget>
 #include <filesystem>
@@ -39,14 +40,30 @@ inline int count(const QImage& image, const std::function<bool(QColor)>& is, QRe
   return n;
 }
 
-// `window` as drawn now, also saved as <name>.png for people to look at.
-inline QImage photograph(QWidget* window, const char* name) {
-  QApplication::processEvents();
-  const QImage image = window->grab().toImage();
+// Saves `image` as <name>.png for people to look at; fails the test when it
+// has `min_colours` colours or fewer (a blank picture has one; a window with
+// a frame but nothing drawn in it has two or three).
+inline QImage keep(const QImage& image, const char* name, int min_colours) {
   std::filesystem::create_directories(XUM_SCREENSHOT_DIR);
-  image.save(QString::fromUtf8(XUM_SCREENSHOT_DIR) + u'/' + QString::fromUtf8(name) +
-             QStringLiteral(".png"));
+  image.save(QStringLiteral(XUM_SCREENSHOT_DIR "/%1.png").arg(QString::fromUtf8(name)));
+  EXPECT_GT(colours(image), min_colours) << name << " looks blank";
   return image;
+}
+
+// `window` as drawn now, kept as <name>.png.
+inline QImage photograph(QWidget* window, const char* name, int min_colours = 1) {
+  QApplication::processEvents();
+  return keep(window->grab().toImage(), name, min_colours);
+}
+
+// The screen around `windows` (a form and its open drop-down are separate
+// windows, which a person sees together), kept as <name>.png.
+inline QImage photograph(std::initializer_list<QWidget*> windows, const char* name) {
+  QApplication::processEvents();
+  QRect a;
+  for (QWidget* w : windows) a |= w->frameGeometry();
+  QScreen* screen = QGuiApplication::primaryScreen();
+  return keep(screen->grabWindow(0, a.x(), a.y(), a.width(), a.height()).toImage(), name, 2);
 }
 
 // The widget named `name` below `parent`; a missing one fails the test.
