@@ -7,7 +7,6 @@
 
 #include <QApplication>
 #include <QImage>
-#include <QScreen>
 #include <QTest>
 #include <QWidget>
 #include <filesystem>
@@ -54,16 +53,6 @@ inline QImage keep(const QImage& image, const char* name, int min_colours) {
 inline QImage photograph(QWidget* window, const char* name, int min_colours = 1) {
   QApplication::processEvents();
   return keep(window->grab().toImage(), name, min_colours);
-}
-
-// The screen around `windows` (a form and its open drop-down are separate
-// windows, which a person sees together), kept as <name>.png.
-inline QImage photograph(std::initializer_list<QWidget*> windows, const char* name) {
-  QApplication::processEvents();
-  QRect a;
-  for (QWidget* w : windows) a |= w->frameGeometry();
-  QScreen* screen = QGuiApplication::primaryScreen();
-  return keep(screen->grabWindow(0, a.x(), a.y(), a.width(), a.height()).toImage(), name, 2);
 }
 
 // The widget named `name` below `parent`; a missing one fails the test.
