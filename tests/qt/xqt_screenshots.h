@@ -39,14 +39,20 @@ inline int count(const QImage& image, const std::function<bool(QColor)>& is, QRe
   return n;
 }
 
-// `window` as drawn now, also saved as <name>.png for people to look at.
-inline QImage photograph(QWidget* window, const char* name) {
-  QApplication::processEvents();
-  const QImage image = window->grab().toImage();
+// Saves `image` as <name>.png for people to look at; fails the test when it
+// has `min_colours` colours or fewer (a blank picture has one; a window with
+// a frame but nothing drawn in it has two or three).
+inline QImage keep(const QImage& image, const char* name, int min_colours) {
   std::filesystem::create_directories(XUM_SCREENSHOT_DIR);
-  image.save(QString::fromUtf8(XUM_SCREENSHOT_DIR) + u'/' + QString::fromUtf8(name) +
-             QStringLiteral(".png"));
+  image.save(QStringLiteral(XUM_SCREENSHOT_DIR "/%1.png").arg(QString::fromUtf8(name)));
+  EXPECT_GT(colours(image), min_colours) << name << " looks blank";
   return image;
+}
+
+// `window` as drawn now, kept as <name>.png.
+inline QImage photograph(QWidget* window, const char* name, int min_colours = 1) {
+  QApplication::processEvents();
+  return keep(window->grab().toImage(), name, min_colours);
 }
 
 // The widget named `name` below `parent`; a missing one fails the test.
@@ -59,7 +65,8 @@ W* child(QWidget* parent, const std::u16string& name) {
 
 // `c` named `name` on `parent` at the given bounds.
 template <class C>
-C* place(C* c, TWinControl* parent, const char16_t* name, int left, int top, int width, int height) {
+C* place(C* c, TWinControl* parent, const char16_t* name, int left, int top, int width,
+         int height) {
   c->SetName(name);
   c->SetParent(parent);
   c->SetBounds(left, top, width, height);
