@@ -1,5 +1,7 @@
 #include "core/xreg_key.h"
 
+#include <unistd.h>
+
 #include <bit>
 #include <cstdint>
 #include <cstdlib>
@@ -7,6 +9,7 @@
 #include <fstream>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -178,6 +181,44 @@ TEST(XregKeyNumbers, AreStoredLeastSignificantByteFirstOnABigEndianHost) {
     xreg_key::number_to_bytes<big>(number, reinterpret_cast<unsigned char*>(back.data()), size);
     EXPECT_EQ(back, host);
   }
+}
+
+TEST_F(XregKeyTest, ConcurrentProcessesLoseNothing) {
+  constexpr int writers = 4, each = 40;
+  const auto name = [](int p, int i) { return xstr("p") + xstr(std::to_string(p * 1000 + i)); };
+  pid_t pids[writers];
+  for (int p = 0; p < writers; ++p) {
+    pids[p] = fork();
+    ASSERT_GE(pids[p], 0);
+    if (pids[p] == 0) {
+      xreg_key w("Shared", false);
+      const xstr mine = xstr(std::string_view(std::string(5000, static_cast<char>('a' + p))));
+      for (int i = 0; i < each; ++i) {
+        std::int32_t n = p * 1000 + i;
+        w.binary(name(p, i), &n, nullptr, sizeof n);
+        w.str_prop("common", mine, "");
+      }
+      _exit(0);
+    }
+  }
+  for (pid_t pid : pids) {
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  }
+  xreg_key r("Shared", true);
+  EXPECT_EQ(r.value_names().size(), static_cast<std::size_t>(writers * each + 1));
+  for (int p = 0; p < writers; ++p)
+    for (int i = 0; i < each; ++i) {
+      std::int32_t n = -1, def = -1;
+      r.binary(name(p, i), &n, &def, sizeof n);
+      ASSERT_EQ(n, p * 1000 + i) << p << " " << i;
+    }
+  const xstr common = r.str_prop("common", "", "");
+  ASSERT_EQ(common.length(), 5000);
+  EXPECT_EQ(common.view().find_first_not_of(common[0]), std::string_view::npos);
+  for (const auto& entry : fs::directory_iterator(root_ / "Shared"))
+    EXPECT_NE(entry.path().filename().string()[0], '.') << "temporary file left behind";
 }
 
 }  // namespace

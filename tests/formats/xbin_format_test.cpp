@@ -225,6 +225,22 @@ void read_fields(xbin_format& f, const std::string& steps) {
   for (const char c : steps) step.at(c)(f);
 }
 
+TEST(XBinFormat, ReadingIntoASharedStringLeavesTheOtherCopy) {
+  xmemory_stream m;
+  const std::string input = "\3\0\0\0abc\3\0\0\0xyz"s;
+  m.write(input.data(), static_cast<int>(input.size()));
+  m.seek(0, xseek_begin);
+  xbin_format r;
+  r.open_exclusive(m, xstream_read);  // through the block, which overwrites in place
+  xstr target = xstr(std::string_view("123"));
+  const xstr shared = target;
+  r(target);
+  EXPECT_EQ(target, "abc");
+  EXPECT_EQ(shared, "123");
+  r(target);  // now unshared: overwritten in place
+  EXPECT_EQ(target, "xyz");
+}
+
 // Lengths and counts that the bytes left cannot back are refused before
 // anything is allocated (2 GiB announced in 5 bytes must not be reserved).
 TEST(XBinFormat, ReadingFailuresCarryTheirTextCategoryAndTheOffsetOfTheBadField) {

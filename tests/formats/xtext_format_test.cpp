@@ -93,6 +93,29 @@ TEST_F(XtextFormatRead, ErrorTextsAndReturnsWhenTheHookReturns) {
   EXPECT_EQ(u.token(true), "");
 }
 
+TEST_F(XtextFormatRead, LinesAcrossReadBlocks) {
+  // Lines of 7 bytes plus CR LF after a first line of `pad` bytes: the 4 MiB
+  // block boundary falls at every position of a line and its break, and a
+  // line handed out must survive the refill that finding its end causes.
+  const int count = xtext_format::read_block / 9 + 4;
+  for (int pad = 0; pad < 9; ++pad) {
+    SCOPED_TRACE(pad);
+    std::string text(static_cast<std::size_t>(pad), 'p');
+    text += "\r\n";
+    for (int i = 0; i < count; ++i) text += "line" + std::to_string(100 + i % 900) + "\r\n";
+    text += std::string(xtext_format::read_block, 'z');  // refills overwrite the whole block
+    xtext_format& t = open(text);
+    std::string_view v;
+    ASSERT_TRUE(t.read_line_view(v, true));
+    for (int i = 0; i < count; ++i) {
+      ASSERT_TRUE(t.read_line_view(v, true));
+      ASSERT_EQ(v, "line" + std::to_string(100 + i % 900)) << i;
+    }
+  }
+}
+
+// read_line_view scans 16, then 8 bytes at a time and takes the usual
+
 TEST(XtextFormatWrite, BreaksBecomeCrLf) {
   xmemory_stream m;
   xtext_format t(m, xstream_write, false);

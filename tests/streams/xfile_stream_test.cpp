@@ -1,7 +1,10 @@
 #include "streams/xfile_stream.h"
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <string>
+#include <sys/resource.h>
 #include <tuple>
 
 #include <gtest/gtest.h>
@@ -22,6 +25,10 @@ class XFileStream : public ::testing::Test {
     test::put_file(dir_.path / name, content);
   }
   std::string get(const char* name) const { return test::file_bytes(dir_.path / name); }
+  // The failure that opening `name` in `mode` reports.
+  static test::raised opened(const xstr& name, int mode) {
+    return test::raised_by([&] { xfile_stream f(name, mode); });
+  }
 
   test::temp_dir dir_;
 };
@@ -70,4 +77,27 @@ TEST_F(XFileStream, AReplacementAppearsAtCloseKeepingPermissionsAndLinks) {
 }
 
 }  // namespace
+TEST_F(XFileStream, TooManyOpenFilesIsReported) {
+#ifdef __SANITIZE_ADDRESS__
+  // The sanitizer runtime opens descriptors of its own while checking, so it
+  // cannot run with none left.
+  GTEST_SKIP() << "needs every descriptor, which the sanitizer runtime competes for";
+#endif
+  put("f.txt", "x");
+  const xstr name = path("f.txt");
+  EXPECT_EXIT(
+      {
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = 8;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        for (int i = 0; i < 8; ++i) ::dup(0);  // use up the descriptors
+        const test::raised got = opened(name, xfile_read);
+        if (got.category != xerror_category::io) std::exit(4);
+        std::exit(got.text == std::string("Too many open files !\nFile: ") + name.get_text() ? 0
+                                                                                             : 3);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
 }  // namespace xum
