@@ -22,23 +22,22 @@ bounds of(const TControl* c) { return {c->Left(), c->Top(), c->Width(), c->Heigh
 
 // A 200 x 100 panel on a form with three children of different sizes.
 struct panel_fixture {
-  TForm* form = new TForm(nullptr);
-  TLayoutPanel* panel = new TLayoutPanel(form);
+  TForm form{nullptr};
+  TLayoutPanel* panel = new TLayoutPanel(&form);
   std::vector<TButton*> kids;
 
   panel_fixture() {
-    panel->SetParent(form);
+    panel->SetParent(&form);
     panel->SetBounds(0, 0, 200, 100);
     panel->SetMargins({5, 6, 7, 8});
     panel->SetSpacing(3);
     for (int i = 0; i < 3; ++i) {
-      auto* b = new TButton(form);
+      auto* b = new TButton(&form);
       b->SetBounds(0, 0, 20 + 10 * i, 10 + 5 * i);  // 20x10, 30x15, 40x20
       b->SetParent(panel);
       kids.push_back(b);
     }
   }
-  ~panel_fixture() { delete form; }
 };
 
 TEST(TLayoutPanel, PlacesVisibleChildrenByOrientationAndCrossRule) {
@@ -73,47 +72,37 @@ TEST(TLayoutPanel, FollowsChildrenThatResizeHideAndGo) {
 
 // Three boxes 60, 70 and 80 high in a column: tops 4, 68, 142 (margins and
 // spacing 4).
-struct column_fixture {
-  TForm* form = new TForm(nullptr);
-  TLayoutPanel* column = new TLayoutPanel(form);
-  std::vector<TMinimizableGroupBox*> boxes;
-  std::vector<std::string> events;
-
-  column_fixture() {
-    column->SetParent(form);
-    column->SetBounds(0, 0, 200, 300);
-    for (int i = 0; i < 3; ++i) {
-      auto* box = new TMinimizableGroupBox(form);
-      box->SetHeight(60 + 10 * i);
-      box->SetParent(column);
-      box->OnMinimize = [this, box](TObject*) {
-        events.push_back((box->Minimized() ? "-" : "+") + std::to_string(box->Height()));
-      };
-      boxes.push_back(box);
-    }
-  }
-  ~column_fixture() { delete form; }
-  std::vector<int> tops() const {
-    std::vector<int> t;
-    for (const auto* b : boxes) t.push_back(b->Top());
-    return t;
-  }
-};
-
 TEST(TMinimizableGroupBox, ACollapsedBoxMovesTheBoxesAfterItUpAndItsColumnShrinks) {
-  column_fixture f;
-  ASSERT_EQ(f.boxes[0]->CaptionHeight(), 11 + 9);  // Tahoma 8: 11 pixels
-  f.column->SetAutoSize(true);
-  f.form->SetActiveControl(f.boxes[1]);
-  EXPECT_EQ(f.form->DispatchKeyDown(VK_SPACE, ssCtrl), VK_SPACE);
-  EXPECT_EQ(f.form->DispatchKeyDown(VK_SPACE, 0), 0) << "the space key toggles";
-  EXPECT_EQ(f.tops(), (std::vector<int>{4, 68, 92}));
-  EXPECT_EQ(f.column->Height(), 92 + 80 + 4);
-  f.boxes[1]->SetMinimized(false);
-  f.boxes[1]->SetMinimized(false);  // the same state again tells nothing
-  EXPECT_EQ(f.tops(), (std::vector<int>{4, 68, 142})) << "back at its own height";
+  std::vector<std::string> events;  // outlives the form
+  TForm form(nullptr);
+  auto* column = new TLayoutPanel(&form);
+  column->SetParent(&form);
+  column->SetBounds(0, 0, 200, 300);
+  std::vector<TMinimizableGroupBox*> boxes;
+  for (int i = 0; i < 3; ++i) {
+    auto* box = new TMinimizableGroupBox(&form);
+    box->SetHeight(60 + 10 * i);
+    box->SetParent(column);
+    box->OnMinimize = [&events, box](TObject*) {
+      events.push_back((box->Minimized() ? "-" : "+") + std::to_string(box->Height()));
+    };
+    boxes.push_back(box);
+  }
+  const auto tops = [&] {
+    return std::vector<int>{boxes[0]->Top(), boxes[1]->Top(), boxes[2]->Top()};
+  };
+  ASSERT_EQ(boxes[0]->CaptionHeight(), 11 + 9);  // Tahoma 8: 11 pixels
+  column->SetAutoSize(true);
+  form.SetActiveControl(boxes[1]);
+  EXPECT_EQ(form.DispatchKeyDown(VK_SPACE, ssCtrl), VK_SPACE);
+  EXPECT_EQ(form.DispatchKeyDown(VK_SPACE, 0), 0) << "the space key toggles";
+  EXPECT_EQ(tops(), (std::vector<int>{4, 68, 92}));
+  EXPECT_EQ(column->Height(), 92 + 80 + 4);
+  boxes[1]->SetMinimized(false);
+  boxes[1]->SetMinimized(false);  // the same state again tells nothing
+  EXPECT_EQ(tops(), (std::vector<int>{4, 68, 142})) << "back at its own height";
   // Each change told once, the state and height already new.
-  EXPECT_EQ(f.events, (std::vector<std::string>{"-20", "+70"}));
+  EXPECT_EQ(events, (std::vector<std::string>{"-20", "+70"}));
 }
 
 }  // namespace

@@ -111,8 +111,21 @@ TEST_F(ShellControlsTest, LinkedControlsMoveTogetherAndEachReportsItsChangeOnce)
   EXPECT_EQ(combo_->Path(), at());
 }
 
-TEST_F(ShellControlsTest, RefreshShowsNewEntriesAndAFolderGoneBeforeItIsOpenedLeadsToItsParent) {
+// Refuses to list one folder, as for a user without the right to read it
+// (the tests may run as root, which reads everything).
+class unreadable_os final : public platform::xos_wrapper {
+ public:
+  unreadable_os() : xos_wrapper(platform::system_os()) {}
+  std::unique_ptr<platform::os_directory> open_directory(const char* path) override {
+    if (path == refused || path == refused + "/") return nullptr;
+    return xos_wrapper::open_directory(path);
+  }
+  std::string refused;
+};
+
+TEST_F(ShellControlsTest, RefreshShowsNewEntriesAndGoneOrUnreadableFoldersAreHandled) {
   folder("a/inner");
+  folder("locked/inside");
   file("a/old.txt", 1);
   link_all();
   list_->SetPath(at("a"));
@@ -129,26 +142,9 @@ TEST_F(ShellControlsTest, RefreshShowsNewEntriesAndAFolderGoneBeforeItIsOpenedLe
   fs::remove(root_ / "a/new_dir");  // ... and through the tree
   tree_->SetSelected(node);
   EXPECT_EQ(tree_->Path(), at("a"));
-}
-
-// Refuses to list one folder, as for a user without the right to read it
-// (the tests may run as root, which reads everything).
-class unreadable_os final : public platform::xos_wrapper {
- public:
-  unreadable_os() : xos_wrapper(platform::system_os()) {}
-  std::unique_ptr<platform::os_directory> open_directory(const char* path) override {
-    if (path == refused || path == refused + "/") return nullptr;
-    return xos_wrapper::open_directory(path);
-  }
-  std::string refused;
-};
-
-TEST_F(ShellControlsTest, AnUnreadableFolderIsShownEmptyWithItsReason) {
-  folder("locked/inside");
-  unreadable_os os;
+  unreadable_os os;  // shown empty, with its reason
   os.refused = (root_ / "locked").string();
   platform::scoped_os use(os);
-  link_all();
   list_->SetPath(at("locked"));
   EXPECT_TRUE(rows(*list_).empty());
   EXPECT_EQ(utf8(list_->Reason()), "Cannot read the folder " + os.refused);

@@ -116,12 +116,13 @@ TEST_F(TaskProgress, AFailureIsPresentedAfterTheFormHasClosed) {
   }
 }
 
-TEST_F(TaskProgress, TheApplicationEndingCancelsTheWork) {
-  // The application told to end while the work runs: the work is cancelled.
+TEST_F(TaskProgress, ARunningFormRefusesASecondRunAndTheApplicationEndingCancelsTheWork) {
+  std::string refused;
   std::atomic<bool> started{false};
   ui_.queue_steps({[&](TCustomForm&, xmodal_loop& loop) {
+    refused = test::error_of([&] { form_.Run([](xtask_progress&) {}); });
     EXPECT_TRUE(wait_until([&] { return started.load(); }));
-    Application()->Terminate();
+    Application()->Terminate();  // while the work runs: the work is cancelled
     EXPECT_TRUE(loop.run(10000));
     return mrNone;
   }});
@@ -130,6 +131,7 @@ TEST_F(TaskProgress, TheApplicationEndingCancelsTheWork) {
     ASSERT_TRUE(wait_until([&] { return p.Cancelled(); }));
   }),
             toCancelled);
+  EXPECT_EQ(refused, "The task progress form runs a task already");
   expect_closed(form_);
 }
 
@@ -150,21 +152,6 @@ TEST_F(TaskProgress, ATaskAfterTheApplicationsRunStillReachesTheForm) {
   EXPECT_EQ(shown, u"last save");
   EXPECT_TRUE(xmain_loop::instance().is_shut_down());
   xmain_loop::instance().open();
-}
-
-TEST_F(TaskProgress, ARunningFormRefusesASecondRun) {
-  std::string refused;
-  ui_.queue_steps({[&](TCustomForm&, xmodal_loop& loop) {
-    refused = test::error_of([&] { form_.Run([](xtask_progress&) {}); });
-    form_.Cancel();
-    EXPECT_TRUE(loop.run(10000));
-    return mrNone;
-  }});
-  EXPECT_EQ(
-      form_.Run([](xtask_progress& p) { ASSERT_TRUE(wait_until([&] { return p.Cancelled(); })); }),
-      toCancelled);
-  EXPECT_EQ(refused, "The task progress form runs a task already");
-  expect_closed(form_);
 }
 
 }  // namespace
