@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "core/xexception.h"
-#include "ui/tcolor_selector.h"
 
 namespace xum {
 namespace {
@@ -54,12 +53,6 @@ TEST(ColorScale, TickLabelsUseTheFewestDecimalsThatShowThem) {
   scale.SetRange(0, 1e6);
   scale.SetTickStep(1);
   EXPECT_EQ(scale.Ticks().size(), 1000u) << "capped";
-}
-
-TEST(TColorSelector, RefusesSystemColours) {
-  TColorSelector ink(nullptr);
-  EXPECT_THROW(ink.SetColor(clBtnFace), xexception);
-  EXPECT_THROW(ink.SetPalette({{clNone, u"System"}}), xexception);
 }
 
 }  // namespace

@@ -49,13 +49,6 @@ class ShellControlsTest : public ::testing::Test {
   UnicodeString at(const fs::path& name = {}) const {
     return ToUnicode(xstr((name.empty() ? root_ : root_ / name).string()));
   }
-  // A list over the root, linked to nothing.
-  TShellListView* list_at(const fs::path& name = {}) {
-    auto* list = new TShellListView(form_);
-    list->SetRoot(at());
-    if (!name.empty()) list->SetPath(at(name));
-    return list;
-  }
   // A tree over the root with a list and a combo linked to it.
   TShellTreeView* tree_ = nullptr;
   TShellListView* list_ = nullptr;
@@ -79,12 +72,12 @@ TEST_F(ShellControlsTest, TheListShowsFoldersFirstWithSizeTypeAndOnlyTheKindsAsk
   file("README", 1);
   file(".profile", 3);
   fs::create_symlink(root_ / "missing", root_ / "dangling");
-  TShellListView* list = list_at();
-  EXPECT_EQ(rows(*list, true),
+  link_all();
+  EXPECT_EQ(rows(*list_, true),
             (strings{"A_dir||Folder", "b_dir||Folder", "dangling||Link", "m.TXT|1.5 KB|TXT File",
                      "README|1 byte|File", "z.txt|5 bytes|TXT File"}));
-  list->SetObjectTypes(otNonFolders | otHidden);
-  EXPECT_EQ(rows(*list), (strings{".profile", "dangling", "m.TXT", "README", "z.txt"}));
+  list_->SetObjectTypes(otNonFolders | otHidden);
+  EXPECT_EQ(rows(*list_), (strings{".profile", "dangling", "m.TXT", "README", "z.txt"}));
 }
 
 TEST_F(ShellControlsTest, LinkedControlsMoveTogetherAndEachReportsItsChangeOnce) {
@@ -152,7 +145,9 @@ TEST_F(ShellControlsTest, RefreshShowsNewEntriesAndGoneOrUnreadableFoldersAreHan
 
 TEST_F(ShellControlsTest, BadRootsAndPathsRaiseClearErrorsAndChangeNothing) {
   folder("a");
-  auto* list = list_at("a");
+  auto* list = new TShellListView(form_);  // linked to nothing
+  list->SetRoot(at());
+  list->SetPath(at("a"));
   const std::string missing = (root_ / "nope").string();
   const std::tuple<const char*, std::function<void()>, std::string> cases[] = {
       {"root", [&] { list->SetRoot(ToUnicode(xstr(missing))); },
