@@ -40,20 +40,16 @@ std::string text_of(xdate d) {
 class TDatePickerTest : public ::testing::Test {
  protected:
   TDatePickerTest() {
-    picker->SetParent(form);
-    form->SetActiveControl(picker);
+    picker->SetParent(&form);
+    form.SetActiveControl(picker);
     picker->OnChange = [this](TObject*) { changes.push_back(text_of(picker->Date())); };
-  }
-  ~TDatePickerTest() override { delete form; }
-  std::uint16_t key(std::uint16_t k, TShiftState shift = 0) {
-    return form->DispatchKeyDown(k, shift);
   }
 
   date_os sys;
   platform::scoped_os use{sys};
-  TForm* form = new TForm(nullptr);
-  TDatePicker* picker = new TDatePicker(form);
-  std::vector<std::string> changes;
+  std::vector<std::string> changes;  // outlives the form
+  TForm form{nullptr};
+  TDatePicker* picker = new TDatePicker(&form);
 };
 
 TEST_F(TDatePickerTest, ReadsDatesInTheUsersShortFormat) {
@@ -106,7 +102,7 @@ TEST_F(TDatePickerTest, KeysStepTheDateAndMoveTheCalendarCursorInsideTheRange) {
     SCOPED_TRACE(std::string(date) + " " + cursor);
     picker->SetDroppedDown(false);
     picker->SetDate(xdate(2024, 1, 31));
-    for (const auto& [k, shift] : keys) EXPECT_EQ(key(k, shift), 0) << "key " << k;
+    for (const auto& [k, shift] : keys) EXPECT_EQ(form.DispatchKeyDown(k, shift), 0) << "key " << k;
     EXPECT_EQ(text_of(picker->Date()), date);
     EXPECT_EQ(picker->DroppedDown() ? text_of(picker->CalendarCursor()) : "", cursor);
   }

@@ -27,14 +27,12 @@ class HtmlHelp : public ::testing::Test {
   HtmlHelp() {
     fs::create_directories(dir_.path / "run");
     fs::permissions(dir_.path / "run", fs::perms::owner_all);
-    const char* old = std::getenv("XDG_RUNTIME_DIR");
-    if (old != nullptr) old_runtime_ = old;
+    if (const char* old = std::getenv("XDG_RUNTIME_DIR")) old_runtime_ = old;
     setenv("XDG_RUNTIME_DIR", (dir_.path / "run").c_str(), 1);
     previous_ = xum::HtmlHelp().SetOpener([this](const xstr& url) {
       urls_.push_back(url.str());
       return opens_;
     });
-    fs::create_directories(dir_.path / "help");
     test::put_file(dir_.path / "help/index.html", "<h1>Contents</h1>");
     test::put_file(dir_.path / "help/editing.html", "edit");
     test::put_file(dir_.path / "help/Printing.html", "print");

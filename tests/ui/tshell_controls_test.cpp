@@ -1,7 +1,6 @@
 #include "ui/tshell_controls.h"
 
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -38,12 +37,10 @@ class ShellControlsTest : public ::testing::Test {
  protected:
   test::temp_dir dir_;
   fs::path root_ = dir_.path;
-  TForm* form_ = new TForm(nullptr);
-  ~ShellControlsTest() override { delete form_; }
+  TForm form_{nullptr};
 
   void file(const fs::path& name, std::size_t size) {
-    fs::create_directories((root_ / name).parent_path());
-    std::ofstream(root_ / name, std::ios::binary) << std::string(size, 'x');
+    test::put_file(root_ / name, std::string(size, 'x'));
   }
   void folder(const fs::path& name) { fs::create_directories(root_ / name); }
   UnicodeString at(const fs::path& name = {}) const {
@@ -54,10 +51,10 @@ class ShellControlsTest : public ::testing::Test {
   TShellListView* list_ = nullptr;
   TShellComboBox* combo_ = nullptr;
   void link_all() {
-    tree_ = new TShellTreeView(form_);
+    tree_ = new TShellTreeView(&form_);
     tree_->SetRoot(at());
-    list_ = new TShellListView(form_);
-    combo_ = new TShellComboBox(form_);
+    list_ = new TShellListView(&form_);
+    combo_ = new TShellComboBox(&form_);
     tree_->SetShellListView(list_);
     list_->SetShellComboBox(combo_);  // reaches the tree through the list
   }
@@ -76,6 +73,7 @@ TEST_F(ShellControlsTest, TheListShowsFoldersFirstWithSizeTypeAndOnlyTheKindsAsk
   EXPECT_EQ(rows(*list_, true),
             (strings{"A_dir||Folder", "b_dir||Folder", "dangling||Link", "m.TXT|1.5 KB|TXT File",
                      "README|1 byte|File", "z.txt|5 bytes|TXT File"}));
+  EXPECT_EQ(list_->Columns().Items(3)->Caption(), u"Modified");
   list_->SetObjectTypes(otNonFolders | otHidden);
   EXPECT_EQ(rows(*list_), (strings{".profile", "dangling", "m.TXT", "README", "z.txt"}));
 }
@@ -145,7 +143,7 @@ TEST_F(ShellControlsTest, RefreshShowsNewEntriesAndGoneOrUnreadableFoldersAreHan
 
 TEST_F(ShellControlsTest, BadRootsAndPathsRaiseClearErrorsAndChangeNothing) {
   folder("a");
-  auto* list = new TShellListView(form_);  // linked to nothing
+  auto* list = new TShellListView(&form_);  // linked to nothing
   list->SetRoot(at());
   list->SetPath(at("a"));
   const std::string missing = (root_ / "nope").string();

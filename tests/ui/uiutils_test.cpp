@@ -46,11 +46,10 @@ class UiTest : public ::testing::Test {
  protected:
   xscripted_backend ui_;
   xui_backend_scope scope_{ui_};
-  TForm* form_ = new TForm(nullptr);
-  void TearDown() override { delete form_; }
+  TForm form_{nullptr};
   template <class C>
   C* add(TWinControl* parent, const char16_t* hint = u"") {
-    auto* c = new C(form_);
+    auto* c = new C(&form_);
     c->SetParent(parent);
     c->SetHint(hint);
     return c;
@@ -67,18 +66,18 @@ class UiTest : public ::testing::Test {
 };
 
 TEST_F(UiTest, ValidationChecksNestedChildrenFirstAndOnlyRaisesWhenAsked) {
-  auto* panel = add<TGroupBox>(form_);
+  auto* panel = add<TGroupBox>(&form_);
   auto* inner = add<TGroupBox>(panel);
   auto* combo = add<TComboBox>(inner, u"Colour");
   auto* list = add<TListBox>(panel, u"Size");
   list->Items().Add(u"a");
-  EXPECT_FALSE(IsControlsValid(form_, nullptr));  // must not throw
+  EXPECT_FALSE(IsControlsValid(&form_, nullptr));  // must not throw
   EXPECT_EQ(message_of(panel), "Input field: Colour\nValue is not entered !");
   combo->SetText(u"red");
   EXPECT_EQ(message_of(panel), "Input field: Size\nItem is not selected !");
   list->SetItemIndex(0);
   EXPECT_TRUE(IsControlsValid(panel, combo, list, nullptr));
-  auto* box = add<TCheckListBox>(form_, u"Days");
+  auto* box = add<TCheckListBox>(&form_, u"Days");
   box->Items().Add(u"Mon");
   EXPECT_EQ(test::error_of([&] { ValidateAnyChecked(box); }),
             "Input field: Days\nNo items are checked !");
@@ -97,7 +96,7 @@ TEST_F(UiTest, NumberEditRules) {
   };
   for (const auto& [text, integer, non_negative, allow_empty, min, max, message] : rows) {
     SCOPED_TRACE(message);
-    auto* e = add<TNumberEdit>(form_);
+    auto* e = add<TNumberEdit>(&form_);
     e->SetText(text);
     e->SetInteger(integer);
     e->SetNonNegative(non_negative);
@@ -111,7 +110,7 @@ TEST_F(UiTest, FileSelectorBrowsesAndChecksItsName) {
   test::temp_dir dir;
   const std::string file = (dir.path / "a.txt").string();
   test::put_file(file, "x");
-  auto* sel = add<TFileSelector>(form_, u"Input");
+  auto* sel = add<TFileSelector>(&form_, u"Input");
   EXPECT_EQ(message_of(sel), "Input field: Input\nFile name is not selected !");
   ui_.queue_files({ToUnicode(xstr(file))});
   sel->BrowseBtn()->Click();
