@@ -84,20 +84,6 @@ TEST(TComponent, FreeNotificationClearsPointersToDestroyedComponents) {
   log.clear();
   delete watcher;  // the link is gone on both sides: nothing dangles
   EXPECT_EQ(log, (std::vector<std::u16string>{u"~Watcher"}));
-
-  // Controls forget their action, tool bars their image lists.
-  auto* form = new TForm(nullptr);
-  auto* action = new TAction(nullptr);
-  auto* button = new TButton(form);
-  button->SetAction(action);
-  auto* bar = new TToolBar(form);
-  auto* images = new TImageList(nullptr);
-  bar->SetHotImages(images);
-  delete action;
-  delete images;
-  EXPECT_EQ(button->Action(), nullptr);
-  EXPECT_EQ(bar->HotImages(), nullptr);
-  delete form;
 }
 
 TEST(TControl, ParentsDestroyTheirChildrenExactlyOnce) {
@@ -141,6 +127,15 @@ TEST(TControl, ActionsDriveLinkedControlsAndMenuItems) {
   button->Click();
   EXPECT_EQ(executed, 2);
   EXPECT_EQ(clicked, 1);
+  // Controls forget a destroyed action, tool bars their image lists.
+  auto* bar = new TToolBar(&form);
+  auto* images = new TImageList(nullptr);
+  bar->SetHotImages(images);
+  delete action;
+  delete images;
+  EXPECT_EQ(button->Action(), nullptr);
+  EXPECT_EQ(item->Action(), nullptr);
+  EXPECT_EQ(bar->HotImages(), nullptr);
 }
 
 TEST(TMenuItem, SubItemsAreListedApartFromOwnershipAndDieWithTheirParent) {

@@ -13,8 +13,8 @@ namespace xum {
 namespace {
 
 template <class E>
-void present(E e) {
-  xpresent_exception(std::make_exception_ptr(e));
+std::exception_ptr ep(E e) {
+  return std::make_exception_ptr(e);
 }
 
 class XPresentException : public ::testing::Test {
@@ -34,17 +34,14 @@ TEST_F(XPresentException, EachKindShowsItsTextCaptionAndButtons) {
     std::exception_ptr e;
     const char *text, *caption;
     unsigned flags;
-  } rows[] = {{std::make_exception_ptr(XException(u"Disk full !\nFile: a")), "Disk full !\nFile: a",
-               "Error", ok},
-              {std::make_exception_ptr(validation), "Value is not entered !", "Input error", ok},
-              {std::make_exception_ptr(XECritical(u"Device lost !")), "Device lost !",
-               "Critical error", retry},
-              {std::make_exception_ptr(both), "both", "Critical error", retry},
-              {std::make_exception_ptr(EIntOverflow(u"ignored text")), "Integer overflow !",
-               "Critical error", retry},
+  } rows[] = {{ep(XException(u"Disk full !\nFile: a")), "Disk full !\nFile: a", "Error", ok},
+              {ep(validation), "Value is not entered !", "Input error", ok},
+              {ep(XECritical(u"Device lost !")), "Device lost !", "Critical error", retry},
+              {ep(both), "both", "Critical error", retry},
+              {ep(EIntOverflow(u"ignored text")), "Integer overflow !", "Critical error", retry},
               // Whatever carries no message of its own.
-              {std::make_exception_ptr(XException(u"")), unknown, "Error", ok},
-              {std::make_exception_ptr(std::runtime_error("x")), unknown, "Error", ok},
+              {ep(XException(u"")), unknown, "Error", ok},
+              {ep(std::runtime_error("x")), unknown, "Error", ok},
               {nullptr, unknown, "Error", ok}};
   for (const auto& r : rows) {
     SCOPED_TRACE(r.text);
@@ -67,7 +64,7 @@ TEST_F(XPresentExceptionDeathTest, AbortEndsTheProcessWithCode1) {
   EXPECT_EXIT(
       {
         ui_.queue_answer(IDABORT);
-        present(XECritical(u"Device lost !"));
+        xpresent_exception(ep(XECritical(u"Device lost !")));
         std::exit(0);
       },
       ::testing::ExitedWithCode(1), "");
@@ -77,10 +74,10 @@ TEST_F(XPresentExceptionDeathTest, IgnoreHidesLaterCriticalErrors) {
   EXPECT_EXIT(
       {
         ui_.queue_answer(IDIGNORE);
-        present(XECritical(u"first"));
-        present(XECritical(u"second"));
-        present(EIntOverflow(u""));
-        present(XException(u"ordinary"));  // still shown
+        xpresent_exception(ep(XECritical(u"first")));
+        xpresent_exception(ep(XECritical(u"second")));
+        xpresent_exception(ep(EIntOverflow(u"")));
+        xpresent_exception(ep(XException(u"ordinary")));  // still shown
         const bool ok = xcritical_errors_ignored() && ui_.boxes().size() == 2 &&
                         ui_.boxes()[1].text == "ordinary";
         std::exit(ok ? 0 : 3);
@@ -97,10 +94,9 @@ TEST_F(XPresentExceptionDeathTest, FatalShowsThenExitsWithCode1) {
     const char* text;
   };
   const row rows[] = {
-      {"XEFatal", std::make_exception_ptr(XEFatal(u"Broken setup !")), "Broken setup !"},
-      {"bad_alloc", std::make_exception_ptr(std::bad_alloc()), "Out of memory !"},
-      {"EOutOfResources", std::make_exception_ptr(EOutOfResources(u"")),
-       "Out of system resources !"},
+      {"XEFatal", ep(XEFatal(u"Broken setup !")), "Broken setup !"},
+      {"bad_alloc", ep(std::bad_alloc()), "Out of memory !"},
+      {"EOutOfResources", ep(EOutOfResources(u"")), "Out of system resources !"},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(r.name);

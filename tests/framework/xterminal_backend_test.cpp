@@ -8,6 +8,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -39,15 +40,24 @@ class XTerminalBackend : public ::testing::Test {
     t.c_oflag &= ~static_cast<tcflag_t>(ONLCR);
     tcsetattr(slave, TCSANOW, &t);
     close(slave);
+    ui_.emplace(slave_name_.c_str());
+    use_.emplace(*ui_);
   }
-  void TearDown() override { close(master_); }
+  void TearDown() override {
+    use_.reset();
+    ui_.reset();
+    close(master_);
+  }
 
-  void type(const std::string& text) { ASSERT_EQ(write(master_, text.data(), text.size()), ssize_t(text.size())); }
+  void type(const std::string& text) {
+    ASSERT_EQ(write(master_, text.data(), text.size()), ssize_t(text.size()));
+  }
   std::string printed() {
     std::string out;
     fcntl(master_, F_SETFL, O_NONBLOCK);
     char buffer[4096];
-    for (ssize_t n; (n = read(master_, buffer, sizeof buffer)) > 0;) out.append(buffer, std::size_t(n));
+    for (ssize_t n; (n = read(master_, buffer, sizeof buffer)) > 0;)
+      out.append(buffer, std::size_t(n));
     return out;
   }
 
@@ -58,7 +68,8 @@ class XTerminalBackend : public ::testing::Test {
     if (hint) e->SetHint(hint);
     return e;
   }
-  static TButton* button(TForm& form, const char16_t* caption, TModalResult result, bool is_default = false) {
+  static TButton* button(TForm& form, const char16_t* caption, TModalResult result,
+                         bool is_default = false) {
     auto* b = new TButton(&form);
     b->SetParent(&form);
     if (caption) b->SetCaption(caption);
@@ -69,24 +80,25 @@ class XTerminalBackend : public ::testing::Test {
 
   int master_ = -1;
   std::string slave_name_;
+  std::optional<xterminal_backend> ui_;
+  std::optional<xui_backend_scope> use_;
 };
 
 TEST_F(XTerminalBackend, MessageBoxesOfferTheirButtonsAsChoices) {
-  xterminal_backend ui(slave_name_.c_str());
-  ASSERT_TRUE(ui.is_open());
+  ASSERT_TRUE(ui_->is_open());
   type("maybe\nn\n");  // not a choice, then a prefix
   type("\n");          // the default button
-  EXPECT_EQ(ui.message_box("Save changes?", "Editor", MB_YESNOCANCEL), IDNO);
-  EXPECT_EQ(ui.message_box("Retry?", "Disk", MB_ABORTRETRYIGNORE | MB_DEFBUTTON2), IDRETRY);
+  EXPECT_EQ(ui_->message_box("Save changes?", "Editor", MB_YESNOCANCEL), IDNO);
+  EXPECT_EQ(ui_->message_box("Retry?", "Disk", MB_ABORTRETRYIGNORE | MB_DEFBUTTON2), IDRETRY);
   const std::string out = printed();
-  EXPECT_NE(out.find("== Editor ==\nSave changes?\n[1] Yes  [2] No  [3] Cancel (default 1): "), std::string::npos) << out;
+  EXPECT_NE(out.find("== Editor ==\nSave changes?\n[1] Yes  [2] No  [3] Cancel (default 1): "),
+            std::string::npos)
+      << out;
   EXPECT_NE(out.find("Please answer with a number from 1 to 3."), std::string::npos);
   EXPECT_NE(out.find("[1] Abort  [2] Retry  [3] Ignore (default 2): "), std::string::npos);
 }
 
-TEST_F(XTerminalBackend, FormsAskForEditsThenForTheClosingButton) {
-  xterminal_backend ui(slave_name_.c_str());
-  xui_backend_scope use(ui);
+TEST_F(XTerminalBackend, FormsAskForEditsThenForTheClosingButtonAgainWhenRefused) {
   TForm form(nullptr);
   form.SetCaption(u"Query");
   TEdit* name = edit(form, u"Name");
@@ -99,7 +111,17 @@ TEST_F(XTerminalBackend, FormsAskForEditsThenForTheClosingButton) {
   type("\nc\n");  // keep the text, choose Cancel
   EXPECT_EQ(form.ShowModal(), mrCancel);
   EXPECT_EQ(name->Text(), u"new text");
-  EXPECT_NE(printed().find("== Query ==\nName [old]: [1] OK  [2] Cancel (default 1): "), std::string::npos);
+  // A refused close asks again.
+  name->SetText(u"");
+  form.OnCloseQuery = [&](TObject*, bool& can_close) { can_close = !name->Text().empty(); };
+  type("\n1\nnew\n1\n");  // no name: refused; then a name
+  EXPECT_EQ(form.ShowModal(), mrOk);
+  EXPECT_EQ(name->Text(), u"new");
+  const std::string out = printed();
+  EXPECT_NE(out.find("== Query ==\nName [old]: [1] OK  [2] Cancel (default 1): "),
+            std::string::npos)
+      << out;
+  EXPECT_NE(out.find("The form stays open.\nName []: "), std::string::npos);
 
   TSaveDialog save(nullptr);
   type("\n");
@@ -107,8 +129,6 @@ TEST_F(XTerminalBackend, FormsAskForEditsThenForTheClosingButton) {
 }
 
 TEST_F(XTerminalBackend, ComboBoxesOfferTheirItems) {
-  xterminal_backend ui(slave_name_.c_str());
-  xui_backend_scope use(ui);
   TForm form(nullptr);
   auto* colour = new TComboBox(&form);
   colour->SetParent(&form);
@@ -129,9 +149,9 @@ TEST_F(XTerminalBackend, ComboBoxesOfferTheirItems) {
     int colour_index;
     int size_index;
   } rows[] = {
-      {"3\nl\n\n", u"blue", 2, 1},         // by number, by the start of a label
+      {"3\nl\n\n", u"blue", 2, 1},          // by number, by the start of a label
       {"GR\nhuge\n1\n\n", u"green", 1, 0},  // a list box asks again for no item
-      {"teal\n\n\n", u"teal", -1, 0},      // an editable combo box takes any text
+      {"teal\n\n\n", u"teal", -1, 0},       // an editable combo box takes any text
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.typed);
@@ -143,15 +163,14 @@ TEST_F(XTerminalBackend, ComboBoxesOfferTheirItems) {
   }
   EXPECT_EQ(changes, 3);  // blue, green, teal
   const std::string out = printed();
-  EXPECT_NE(out.find("Colour [green]: [1] red  [2] green  [3] blue: Size []: [1] small  [2] large: "),
-            std::string::npos)
+  EXPECT_NE(
+      out.find("Colour [green]: [1] red  [2] green  [3] blue: Size []: [1] small  [2] large: "),
+      std::string::npos)
       << out;
   EXPECT_NE(out.find("Please answer with a number from 1 to 2."), std::string::npos);
 }
 
 TEST_F(XTerminalBackend, EndOfInputCancels) {
-  xterminal_backend ui(slave_name_.c_str());
-  xui_backend_scope use(ui);
   TForm form(nullptr);
   edit(form);
   TButton* ok = button(form, nullptr, mrOk, true);
@@ -164,30 +183,19 @@ TEST_F(XTerminalBackend, EndOfInputCancels) {
     unsigned flags;
     int answer;
   } boxes[] = {
-      {MB_YESNOCANCEL, IDCANCEL}, {MB_YESNO, IDNO}, {MB_ABORTRETRYIGNORE | MB_DEFBUTTON2, IDABORT}, {MB_OK, IDOK},
+      {MB_YESNOCANCEL, IDCANCEL},
+      {MB_YESNO, IDNO},
+      {MB_ABORTRETRYIGNORE | MB_DEFBUTTON2, IDABORT},
+      {MB_OK, IDOK},
   };
   xterminal_backend none("/nonexistent/tty");  // no terminal at all answers the same
   for (const auto& box : boxes) {
     SCOPED_TRACE(box.flags);
-    EXPECT_EQ(ui.message_box("x", "y", box.flags), box.answer);
+    EXPECT_EQ(ui_->message_box("x", "y", box.flags), box.answer);
     EXPECT_EQ(none.message_box("x", "y", box.flags), box.answer);
   }
   EXPECT_EQ(form.ShowModal(), mrCancel);
   EXPECT_FALSE(ok_clicked);
-}
-
-TEST_F(XTerminalBackend, RefusedCloseAsksAgain) {
-  xterminal_backend ui(slave_name_.c_str());
-  xui_backend_scope use(ui);
-  TForm form(nullptr);
-  form.SetCaption(u"Rename");
-  TEdit* name = edit(form, u"Name");
-  button(form, u"OK", mrOk);
-  form.OnCloseQuery = [&](TObject*, bool& can_close) { can_close = !name->Text().empty(); };
-  type("\n1\nnew\n1\n");  // no name: refused; then a name
-  EXPECT_EQ(form.ShowModal(), mrOk);
-  EXPECT_EQ(name->Text(), u"new");
-  EXPECT_NE(printed().find("The form stays open.\nName []: "), std::string::npos);
 }
 
 // While the backend waits for a line, the main loop keeps running: a
@@ -197,8 +205,6 @@ TEST_F(XTerminalBackend, RefusedCloseAsksAgain) {
 TEST_F(XTerminalBackend, WaitingForALineKeepsTheMainLoopRunning) {
   xmain_loop::instance().bind_to_current_thread();
   xmain_loop::instance().open();
-  xterminal_backend ui(slave_name_.c_str());
-  xui_backend_scope use(ui);
   std::mutex lock;
   std::condition_variable stop;
   bool done = false;
@@ -208,7 +214,7 @@ TEST_F(XTerminalBackend, WaitingForALineKeepsTheMainLoopRunning) {
   });
   // The synchronized call types the answer: No.
   std::thread worker([&] { TThread::Synchronize(nullptr, [&] { type("2\n"); }); });
-  EXPECT_EQ(ui.message_box("Save?", "Editor", MB_YESNO), IDNO);
+  EXPECT_EQ(ui_->message_box("Save?", "Editor", MB_YESNO), IDNO);
   xmain_loop::instance().run_posted();  // releases the worker if the box did not
   worker.join();
 
@@ -216,7 +222,8 @@ TEST_F(XTerminalBackend, WaitingForALineKeepsTheMainLoopRunning) {
   TForm form(nullptr);
   edit(form);
   button(form, nullptr, mrOk, true);
-  worker = std::thread([&] { TThread::Synchronize(nullptr, [&] { form.SetModalResult(mrRetry); }); });
+  worker =
+      std::thread([&] { TThread::Synchronize(nullptr, [&] { form.SetModalResult(mrRetry); }); });
   EXPECT_EQ(form.ShowModal(), mrRetry);
   xmain_loop::instance().run_posted();
   worker.join();
