@@ -94,7 +94,7 @@ TEST_F(ModalLoop, PostedCallsWatchesTimersAndWorkersRunWhileTheFormIsOpen) {
   platform::os().close_fd(fds[1]);
 }
 
-TEST_F(ModalLoop, CloseQueryDecidesWhetherAModalResultClosesTheForm) {
+TEST_F(ModalLoop, CloseQueryAndOnCloseDecideWhetherAndHowTheFormCloses) {
   // Validation of OK: an empty answer is refused; Cancel always closes.
   std::vector<int> asked;
   form_->OnCloseQuery = [&](TObject*, bool& can_close) {
@@ -129,17 +129,8 @@ TEST_F(ModalLoop, CloseQueryDecidesWhetherAModalResultClosesTheForm) {
   };
   ui_.queue_press({u"CancelBtn", u"OkBtn"});
   EXPECT_EQ(form_->ShowModal(), mrOk);
-
-  // The headless backend's default button is refused: the form ends.
-  xheadless_backend headless;
-  headless.set_output(nullptr);
-  xui_backend_scope use(headless);
-  form_->OnClose = nullptr;
-  form_->OnCloseQuery = [](TObject*, bool& can_close) { can_close = false; };
-  EXPECT_EQ(form_->ShowModal(), mrCancel);
-}
-
-TEST_F(ModalLoop, FreedOnCloseTheFormIsReleasedAfterShowModal) {
+  // caFree: the form is released after ShowModal, not before the caller
+  // could read its result.
   auto* owned = new TForm(Application());
   const int forms = Screen().FormCount();
   owned->OnClose = [](TObject*, TCloseAction& action) { action = caFree; };
@@ -148,9 +139,17 @@ TEST_F(ModalLoop, FreedOnCloseTheFormIsReleasedAfterShowModal) {
     return static_cast<int>(mrNone);
   });
   EXPECT_EQ(owned->ShowModal(), mrCancel);
-  EXPECT_EQ(Screen().FormCount(), forms);  // still there for the caller to read
+  EXPECT_EQ(Screen().FormCount(), forms);
   xmain_loop::instance().run_once(0);
   EXPECT_EQ(Screen().FormCount(), forms - 1);
+
+  // The headless backend's default button is refused: the form ends.
+  xheadless_backend headless;
+  headless.set_output(nullptr);
+  xui_backend_scope use(headless);
+  form_->OnClose = nullptr;
+  form_->OnCloseQuery = [](TObject*, bool& can_close) { can_close = false; };
+  EXPECT_EQ(form_->ShowModal(), mrCancel);
 }
 
 TEST_F(ModalLoop, NestedFormsRunTheirOwnLoops) {
