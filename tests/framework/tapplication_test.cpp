@@ -31,30 +31,16 @@ xmain_loop& open_loop() {
   return loop;
 }
 
-class counting_thread : public TThread {
- public:
-  counting_thread(std::atomic<int>& in_main, int calls) : in_main_(in_main), calls_(calls) {}
-  ~counting_thread() override { Stop(); }
-
- protected:
-  void Execute() override {
-    for (int i = 0; i < calls_; ++i)
-      Synchronize([this] {
-        if (xmain_loop::instance().in_main_thread()) ++in_main_;
-      });
-  }
-
- private:
-  std::atomic<int>& in_main_;
-  int calls_;
-};
-
 TEST(Synchronize, RunsEveryCallOnceOnTheMainThreadUnderContention) {
   open_loop();
   std::atomic<int> in_main{0};
   {
-    std::vector<std::unique_ptr<counting_thread>> threads;
-    for (int i = 0; i < 8; ++i) threads.push_back(std::make_unique<counting_thread>(in_main, 200));
+    std::vector<std::unique_ptr<TThread>> threads;
+    for (int i = 0; i < 8; ++i)
+      threads.push_back(std::make_unique<TThread>([&](TThread& self) {
+        for (int call = 0; call < 200; ++call)
+          self.Synchronize([&] { in_main += xmain_loop::instance().in_main_thread(); });
+      }));
     for (auto& t : threads) t->Start();
     // WaitFor on the main thread keeps running the posted calls.
     for (auto& t : threads) t->WaitFor();
@@ -149,17 +135,22 @@ TEST(TThread, DestroyedRightAfterStartStopsBeforeTheBodyIsGone) {
 
 // A thread that only ends when told and then reports to the main thread once
 // more, so that whoever waits for it must keep the main loop's calls running.
+// One told to forget is destroyed without being stopped.
 class reporting_thread : public TThread {
  public:
   ~reporting_thread() override {
+    if (forget_) return;
     Terminate();
     WaitFor();
     alive_ = false;
   }
   bool alive_ = true;
+  bool forget_ = false;
+  std::atomic<bool> entered_{false};
 
  protected:
   void Execute() override {
+    entered_ = true;
     while (!Terminated()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     Synchronize([] {});
   }
@@ -182,44 +173,17 @@ TEST(TThread, OnTerminateRunsOnTheMainThreadWhileTheObjectIsWhole) {
   EXPECT_EQ(loop.run_posted(), 0);  // nothing left to run on a freed object
 }
 
-TEST(TThread, DestructorHandsExceptionsOfPostedCallsToTheApplication) {
-  xmain_loop& loop = open_loop();
-  std::exception_ptr caught;
-  Application()->OnException = [&](TObject*, std::exception_ptr e) { caught = e; };
-  bool later = false;
-  {
-    reporting_thread t;
-    t.Start();
-    loop.post([] { throw Exception(u"posted"); });
-    loop.post([&] { later = true; });
-  }  // waits, running the posted calls: the first throws
-  Application()->OnException = nullptr;
-  ASSERT_NE(caught, nullptr);
-  EXPECT_THROW(std::rethrow_exception(caught), Exception);
-  EXPECT_TRUE(later);  // the calls after it ran too
-}
-
 // An overridden Execute still running when ~TThread is reached has lost the
 // members it may use: that is reported and ends the process, every time,
 // rather than going on with freed memory.
-class forgetful_thread : public TThread {
- public:
-  std::atomic<bool> entered{false};
-
- protected:
-  void Execute() override {
-    entered = true;
-    while (!Terminated()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-};
-
 TEST(TThreadDeathTest, DestroyingARunningExecuteWithoutStopAborts) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(
       {
-        forgetful_thread t;
+        reporting_thread t;
+        t.forget_ = true;
         t.Start();
-        while (!t.entered) std::this_thread::yield();
+        while (!t.entered_) std::this_thread::yield();
       },
       "must call Stop\\(\\) first");
 }
@@ -237,7 +201,20 @@ TEST(MainLoop, RoutesExceptionsToTheApplicationAndKeepsTheRestForTheNextTurn) {
   EXPECT_FALSE(later);  // kept for the next turn
   Application()->ProcessMessages();
   EXPECT_TRUE(later);
+  // A thread's destructor waits running the posted calls: the one that
+  // throws goes to the application and the calls after it run too.
+  caught = nullptr;
+  later = false;
+  {
+    reporting_thread t;
+    t.Start();
+    loop.post([] { throw Exception(u"posted"); });
+    loop.post([&] { later = true; });
+  }
   Application()->OnException = nullptr;
+  ASSERT_NE(caught, nullptr);
+  EXPECT_THROW(std::rethrow_exception(caught), Exception);
+  EXPECT_TRUE(later);
 }
 
 TEST(MainLoop, NestedTurnsKeepPostOrderAndDoNotReenterACallback) {
@@ -279,7 +256,7 @@ TEST(MainLoop, NestedTurnsKeepPostOrderAndDoNotReenterACallback) {
   platform::os().close_fd(fds[1]);
 }
 
-TEST(Application, RunEndsWhenTheMainFormCloses) {
+TEST(Application, RunEndsWhenTheMainFormClosesAndAtOnceWithoutOne) {
   xscripted_backend ui;
   xui_backend_scope use(ui);
   TForm* main_form = nullptr;
@@ -294,12 +271,9 @@ TEST(Application, RunEndsWhenTheMainFormCloses) {
   EXPECT_TRUE(Application()->Terminated());
   EXPECT_EQ(Screen().FormCount(), 1);  // the other form is gone
   delete main_form;
-}
-
-TEST(Application, RunWithoutAMainFormReturnsAtOnce) {
+  // Without a main form Run returns at once. Should it wait, a timer ends it
+  // after a while, so the test fails instead of hanging.
   ASSERT_EQ(Application()->MainForm(), nullptr);
-  // Should Run wait, a timer ends it after a while, so the test fails
-  // instead of hanging.
   bool rescued = false;
   const int timer = open_loop().add_timer(5000, [&] {
     rescued = true;

@@ -84,20 +84,6 @@ TEST(TComponent, FreeNotificationClearsPointersToDestroyedComponents) {
   log.clear();
   delete watcher;  // the link is gone on both sides: nothing dangles
   EXPECT_EQ(log, (std::vector<std::u16string>{u"~Watcher"}));
-
-  // Controls forget their action, tool bars their image lists.
-  auto* form = new TForm(nullptr);
-  auto* action = new TAction(nullptr);
-  auto* button = new TButton(form);
-  button->SetAction(action);
-  auto* bar = new TToolBar(form);
-  auto* images = new TImageList(nullptr);
-  bar->SetHotImages(images);
-  delete action;
-  delete images;
-  EXPECT_EQ(button->Action(), nullptr);
-  EXPECT_EQ(bar->HotImages(), nullptr);
-  delete form;
 }
 
 TEST(TControl, ParentsDestroyTheirChildrenExactlyOnce) {
@@ -118,7 +104,7 @@ TEST(TControl, ParentsDestroyTheirChildrenExactlyOnce) {
   delete form;
 }
 
-TEST(TControl, ActionsDriveLinkedControlsAndMenuItems) {
+TEST(TControl, ActionsDriveLinkedControlsAndMenuItemsWhichHoldSubItems) {
   TForm form(nullptr);
   auto* action = new TAction(&form);
   int executed = 0;
@@ -141,32 +127,25 @@ TEST(TControl, ActionsDriveLinkedControlsAndMenuItems) {
   button->Click();
   EXPECT_EQ(executed, 2);
   EXPECT_EQ(clicked, 1);
-}
-
-TEST(TMenuItem, SubItemsAreListedApartFromOwnershipAndDieWithTheirParent) {
-  TComponent owner(nullptr);
-  auto* menu = new TMenuItem(&owner);
-  auto* a = new TMenuItem(&owner);
-  auto* b = new TMenuItem(&owner);
-  menu->Add(a);
-  menu->Insert(0, b);
-  EXPECT_EQ(menu->IndexOf(a), 1);
-  EXPECT_THROW(a->Add(menu), xexception);  // a menu cannot contain itself
-  menu->Clear();                           // destroys a and b, who leave their owner
-  EXPECT_EQ(menu->Count(), 0);
-  EXPECT_EQ(owner.ComponentCount(), 1);
-}
-
-TEST(TListControls, SelectionFollowsTheItems) {
-  TForm form(nullptr);
-  auto* combo = new TComboBox(&form);
-  combo->Items().SetText(u"one\r\ntwo\nthree");  // either line break
-  EXPECT_EQ(combo->Items().Text(), u"one\ntwo\nthree\n");
-  combo->SetItemIndex(2);
-  EXPECT_EQ(combo->Text(), u"three");
-  EXPECT_THROW(combo->SetItemIndex(3), xexception);
-  combo->Items().Delete(2);  // the current item disappears
-  EXPECT_EQ(combo->ItemIndex(), -1);
+  // Controls forget a destroyed action, tool bars their image lists.
+  auto* bar = new TToolBar(&form);
+  auto* images = new TImageList(nullptr);
+  bar->SetHotImages(images);
+  delete action;
+  delete images;
+  EXPECT_EQ(button->Action(), nullptr);
+  EXPECT_EQ(item->Action(), nullptr);
+  EXPECT_EQ(bar->HotImages(), nullptr);
+  // Sub-items are listed apart from ownership and die with their parent.
+  auto* a = new TMenuItem(&form);
+  auto* b = new TMenuItem(&form);
+  item->Add(a);
+  item->Insert(0, b);
+  EXPECT_EQ(item->IndexOf(a), 1);
+  EXPECT_THROW(a->Add(item), xexception);  // a menu cannot contain itself
+  item->Clear();                           // destroys a and b, who leave their owner
+  EXPECT_EQ(item->Count(), 0);
+  EXPECT_EQ(form.ComponentCount(), 3);  // button, item, bar
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <new>
 #include <stdexcept>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -13,8 +14,8 @@ namespace xum {
 namespace {
 
 template <class E>
-void present(E e) {
-  xpresent_exception(std::make_exception_ptr(e));
+std::exception_ptr ep(E e) {
+  return std::make_exception_ptr(e);
 }
 
 class XPresentException : public ::testing::Test {
@@ -30,31 +31,25 @@ TEST_F(XPresentException, EachKindShowsItsTextCaptionAndButtons) {
   both.critical = both.fatal = true;  // critical wins
   const unsigned ok = MB_OK | MB_ICONEXCLAMATION, retry = MB_ABORTRETRYIGNORE | MB_ICONEXCLAMATION;
   const char* const unknown = "Unknown internal error !";
-  const struct {
-    std::exception_ptr e;
-    const char *text, *caption;
-    unsigned flags;
-  } rows[] = {{std::make_exception_ptr(XException(u"Disk full !\nFile: a")), "Disk full !\nFile: a",
-               "Error", ok},
-              {std::make_exception_ptr(validation), "Value is not entered !", "Input error", ok},
-              {std::make_exception_ptr(XECritical(u"Device lost !")), "Device lost !",
-               "Critical error", retry},
-              {std::make_exception_ptr(both), "both", "Critical error", retry},
-              {std::make_exception_ptr(EIntOverflow(u"ignored text")), "Integer overflow !",
-               "Critical error", retry},
-              // Whatever carries no message of its own.
-              {std::make_exception_ptr(XException(u"")), unknown, "Error", ok},
-              {std::make_exception_ptr(std::runtime_error("x")), unknown, "Error", ok},
-              {nullptr, unknown, "Error", ok}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.text);
+  const std::tuple<std::exception_ptr, const char*, const char*, unsigned> rows[] = {
+      {ep(XException(u"Disk full !\nFile: a")), "Disk full !\nFile: a", "Error", ok},
+      {ep(validation), "Value is not entered !", "Input error", ok},
+      {ep(XECritical(u"Device lost !")), "Device lost !", "Critical error", retry},
+      {ep(both), "both", "Critical error", retry},
+      {ep(EIntOverflow(u"ignored text")), "Integer overflow !", "Critical error", retry},
+      // Whatever carries no message of its own.
+      {ep(XException(u"")), unknown, "Error", ok},
+      {ep(std::runtime_error("x")), unknown, "Error", ok},
+      {nullptr, unknown, "Error", ok}};
+  for (const auto& [e, text, caption, flags] : rows) {
+    SCOPED_TRACE(text);
     ui_.clear();
     ui_.queue_answer(IDRETRY);  // a critical error goes on
-    xpresent_exception(r.e);
+    xpresent_exception(e);
     ASSERT_EQ(ui_.boxes().size(), 1u);
-    EXPECT_EQ(ui_.boxes()[0].text, r.text);
-    EXPECT_EQ(ui_.boxes()[0].caption, r.caption);
-    EXPECT_EQ(ui_.boxes()[0].flags, r.flags);
+    EXPECT_EQ(ui_.boxes()[0].text, text);
+    EXPECT_EQ(ui_.boxes()[0].caption, caption);
+    EXPECT_EQ(ui_.boxes()[0].flags, flags);
   }
   EXPECT_FALSE(xcritical_errors_ignored());
 }
@@ -63,24 +58,22 @@ TEST_F(XPresentException, EachKindShowsItsTextCaptionAndButtons) {
 // they run in a child process.
 using XPresentExceptionDeathTest = XPresentException;
 
-TEST_F(XPresentExceptionDeathTest, AbortEndsTheProcessWithCode1) {
+TEST_F(XPresentExceptionDeathTest, AbortEndsTheProcessWithCode1AndIgnoreHidesLaterOnes) {
   EXPECT_EXIT(
       {
         ui_.queue_answer(IDABORT);
-        present(XECritical(u"Device lost !"));
+        xpresent_exception(ep(XECritical(u"Device lost !")));
         std::exit(0);
       },
       ::testing::ExitedWithCode(1), "");
-}
-
-TEST_F(XPresentExceptionDeathTest, IgnoreHidesLaterCriticalErrors) {
+  // Ignore hides later critical errors.
   EXPECT_EXIT(
       {
         ui_.queue_answer(IDIGNORE);
-        present(XECritical(u"first"));
-        present(XECritical(u"second"));
-        present(EIntOverflow(u""));
-        present(XException(u"ordinary"));  // still shown
+        xpresent_exception(ep(XECritical(u"first")));
+        xpresent_exception(ep(XECritical(u"second")));
+        xpresent_exception(ep(EIntOverflow(u"")));
+        xpresent_exception(ep(XException(u"ordinary")));  // still shown
         const bool ok = xcritical_errors_ignored() && ui_.boxes().size() == 2 &&
                         ui_.boxes()[1].text == "ordinary";
         std::exit(ok ? 0 : 3);
@@ -91,21 +84,15 @@ TEST_F(XPresentExceptionDeathTest, IgnoreHidesLaterCriticalErrors) {
 TEST_F(XPresentExceptionDeathTest, FatalShowsThenExitsWithCode1) {
   // Through the headless backend, whose box goes to standard error.
   xset_ui_backend(nullptr);
-  struct row {
-    const char* name;
-    std::exception_ptr e;
-    const char* text;
+  const std::tuple<std::exception_ptr, const char*> rows[] = {
+      {ep(XEFatal(u"Broken setup !")), "Broken setup !"},
+      {ep(std::bad_alloc()), "Out of memory !"},
+      {ep(EOutOfResources(u"")), "Out of system resources !"},
   };
-  const row rows[] = {
-      {"XEFatal", std::make_exception_ptr(XEFatal(u"Broken setup !")), "Broken setup !"},
-      {"bad_alloc", std::make_exception_ptr(std::bad_alloc()), "Out of memory !"},
-      {"EOutOfResources", std::make_exception_ptr(EOutOfResources(u"")),
-       "Out of system resources !"},
-  };
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.name);
-    EXPECT_EXIT(xpresent_exception(r.e), ::testing::ExitedWithCode(1),
-                std::string("== Fatal error ==\n") + r.text + "\n\\[OK\\] -> OK");
+  for (const auto& [e, text] : rows) {
+    SCOPED_TRACE(text);
+    EXPECT_EXIT(xpresent_exception(e), ::testing::ExitedWithCode(1),
+                std::string("== Fatal error ==\n") + text + "\n\\[OK\\] -> OK");
   }
 }
 

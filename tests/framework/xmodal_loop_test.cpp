@@ -46,26 +46,7 @@ class ModalLoop : public ::testing::Test {
   TButton* cancel_ = new TButton(form_.get());
 };
 
-TEST_F(ModalLoop, SynchronizeOfAWorkerCompletesWhileTheFormIsOpen) {
-  // The user waits; a worker reports through the main thread, then closes
-  // the dialog from there. Its first call must have completed with the
-  // dialog still open, or the second could not close it.
-  bool open_during_first = false;
-  std::thread worker([&] {
-    TThread::Synchronize(nullptr, [&] { open_during_first = form_->Modal(); });
-    TThread::Synchronize(nullptr, [&] { form_->SetModalResult(mrYes); });
-  });
-  ui_.queue_steps({[](TCustomForm&, xmodal_loop& loop) {
-    loop.run(kPatience);
-    return static_cast<int>(mrNone);
-  }});
-  const TModalResult result = form_->ShowModal();
-  worker.join();
-  EXPECT_EQ(result, mrYes);
-  EXPECT_TRUE(open_during_first);
-}
-
-TEST_F(ModalLoop, PostedCallsWatchesAndTimersRunWhileTheFormIsOpen) {
+TEST_F(ModalLoop, PostedCallsWatchesTimersAndWorkersRunWhileTheFormIsOpen) {
   xmain_loop& loop = xmain_loop::instance();
   std::vector<std::string> seen;
   const auto note = [&](const char* what) {
@@ -92,16 +73,28 @@ TEST_F(ModalLoop, PostedCallsWatchesAndTimersRunWhileTheFormIsOpen) {
     note("timer");
     form_->Close();
   });
-  ui_.queue_steps(
-      {[](TCustomForm&, xmodal_loop& modal) { return modal.run(kPatience) ? mrNone : mrAbort; }});
+  const auto wait = [](TCustomForm&, xmodal_loop& modal) {
+    return modal.run(kPatience) ? mrNone : mrAbort;
+  };
+  ui_.queue_steps({wait});
   EXPECT_EQ(form_->ShowModal(), mrCancel);
   loop.remove_timer(timer);
-  EXPECT_EQ(seen, (std::vector<std::string>{"timer modal"}));
+  // A worker reports through the main thread, then closes the form from
+  // there: its first call completed with the form still open, or the
+  // second could not close it.
+  std::thread worker([&] {
+    TThread::Synchronize(nullptr, [&] { note("worker"); });
+    TThread::Synchronize(nullptr, [&] { form_->SetModalResult(mrYes); });
+  });
+  ui_.queue_steps({wait});
+  EXPECT_EQ(form_->ShowModal(), mrYes);
+  worker.join();
+  EXPECT_EQ(seen, (std::vector<std::string>{"timer modal", "worker modal"}));
   platform::os().close_fd(fds[0]);
   platform::os().close_fd(fds[1]);
 }
 
-TEST_F(ModalLoop, CloseQueryDecidesWhetherAModalResultClosesTheForm) {
+TEST_F(ModalLoop, CloseQueryAndOnCloseDecideWhetherAndHowTheFormCloses) {
   // Validation of OK: an empty answer is refused; Cancel always closes.
   std::vector<int> asked;
   form_->OnCloseQuery = [&](TObject*, bool& can_close) {
@@ -127,14 +120,6 @@ TEST_F(ModalLoop, CloseQueryDecidesWhetherAModalResultClosesTheForm) {
   EXPECT_EQ(form_->ShowModal(), mrOk);
   EXPECT_EQ(asked, (std::vector<int>{mrOk, mrOk}));
 
-  // A script used up with the form still open ends it with mrCancel,
-  // without asking again; so does a form shown with no script left.
-  asked.clear();
-  edit_->SetText(u"");
-  ui_.queue_press({u"OkBtn"});
-  EXPECT_EQ(form_->ShowModal(), mrCancel);
-  EXPECT_EQ(asked, (std::vector<int>{mrOk}));
-
   // OnClose: caNone keeps the form open.
   form_->OnCloseQuery = nullptr;
   TCloseAction next = caNone;
@@ -144,6 +129,19 @@ TEST_F(ModalLoop, CloseQueryDecidesWhetherAModalResultClosesTheForm) {
   };
   ui_.queue_press({u"CancelBtn", u"OkBtn"});
   EXPECT_EQ(form_->ShowModal(), mrOk);
+  // caFree: the form is released after ShowModal, not before the caller
+  // could read its result.
+  auto* owned = new TForm(Application());
+  const int forms = Screen().FormCount();
+  owned->OnClose = [](TObject*, TCloseAction& action) { action = caFree; };
+  ui_.queue_form([](TCustomForm& f) {
+    f.Close();
+    return static_cast<int>(mrNone);
+  });
+  EXPECT_EQ(owned->ShowModal(), mrCancel);
+  EXPECT_EQ(Screen().FormCount(), forms);
+  xmain_loop::instance().run_once(0);
+  EXPECT_EQ(Screen().FormCount(), forms - 1);
 
   // The headless backend's default button is refused: the form ends.
   xheadless_backend headless;
@@ -152,26 +150,6 @@ TEST_F(ModalLoop, CloseQueryDecidesWhetherAModalResultClosesTheForm) {
   form_->OnClose = nullptr;
   form_->OnCloseQuery = [](TObject*, bool& can_close) { can_close = false; };
   EXPECT_EQ(form_->ShowModal(), mrCancel);
-}
-
-TEST_F(ModalLoop, FreedOnCloseTheFormIsReleasedAfterShowModal) {
-  auto* owned = new TForm(Application());
-  bool gone = false;
-  struct watcher : TComponent {
-    bool* gone;
-    explicit watcher(bool* g) : TComponent(nullptr), gone(g) {}
-    void Notification(TComponent*, TOperation op) override { *gone |= op == opRemove; }
-  } probe(&gone);
-  probe.FreeNotification(owned);
-  owned->OnClose = [](TObject*, TCloseAction& action) { action = caFree; };
-  ui_.queue_form([](TCustomForm& f) {
-    f.Close();
-    return static_cast<int>(mrNone);
-  });
-  EXPECT_EQ(owned->ShowModal(), mrCancel);
-  EXPECT_FALSE(gone);  // still there for the caller to read
-  xmain_loop::instance().run_once(0);
-  EXPECT_TRUE(gone);
 }
 
 TEST_F(ModalLoop, NestedFormsRunTheirOwnLoops) {

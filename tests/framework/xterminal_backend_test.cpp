@@ -5,11 +5,12 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -39,28 +40,37 @@ class XTerminalBackend : public ::testing::Test {
     t.c_oflag &= ~static_cast<tcflag_t>(ONLCR);
     tcsetattr(slave, TCSANOW, &t);
     close(slave);
+    ui_.emplace(slave_name_.c_str());
+    use_.emplace(*ui_);
   }
-  void TearDown() override { close(master_); }
+  void TearDown() override {
+    use_.reset();
+    ui_.reset();
+    close(master_);
+  }
 
-  void type(const std::string& text) { ASSERT_EQ(write(master_, text.data(), text.size()), ssize_t(text.size())); }
+  void type(const std::string& text) {
+    ASSERT_EQ(write(master_, text.data(), text.size()), ssize_t(text.size()));
+  }
   std::string printed() {
     std::string out;
     fcntl(master_, F_SETFL, O_NONBLOCK);
     char buffer[4096];
-    for (ssize_t n; (n = read(master_, buffer, sizeof buffer)) > 0;) out.append(buffer, std::size_t(n));
+    for (ssize_t n; (n = read(master_, buffer, sizeof buffer)) > 0;)
+      out.append(buffer, std::size_t(n));
     return out;
   }
 
-  // A child of `form`, with a hint (edits) or a caption (buttons) when given.
-  static TEdit* edit(TForm& form, const char16_t* hint = nullptr) {
-    auto* e = new TEdit(&form);
-    e->SetParent(&form);
+  // A child of the form, with a hint (edits) or a caption (buttons) when given.
+  TEdit* edit(const char16_t* hint = nullptr) {
+    auto* e = new TEdit(&form_);
+    e->SetParent(&form_);
     if (hint) e->SetHint(hint);
     return e;
   }
-  static TButton* button(TForm& form, const char16_t* caption, TModalResult result, bool is_default = false) {
-    auto* b = new TButton(&form);
-    b->SetParent(&form);
+  TButton* button(const char16_t* caption, TModalResult result, bool is_default = false) {
+    auto* b = new TButton(&form_);
+    b->SetParent(&form_);
     if (caption) b->SetCaption(caption);
     b->SetModalResult(result);
     b->SetDefault(is_default);
@@ -69,37 +79,48 @@ class XTerminalBackend : public ::testing::Test {
 
   int master_ = -1;
   std::string slave_name_;
+  std::optional<xterminal_backend> ui_;
+  std::optional<xui_backend_scope> use_;
+  TForm form_{nullptr};
 };
 
 TEST_F(XTerminalBackend, MessageBoxesOfferTheirButtonsAsChoices) {
-  xterminal_backend ui(slave_name_.c_str());
-  ASSERT_TRUE(ui.is_open());
+  ASSERT_TRUE(ui_->is_open());
   type("maybe\nn\n");  // not a choice, then a prefix
   type("\n");          // the default button
-  EXPECT_EQ(ui.message_box("Save changes?", "Editor", MB_YESNOCANCEL), IDNO);
-  EXPECT_EQ(ui.message_box("Retry?", "Disk", MB_ABORTRETRYIGNORE | MB_DEFBUTTON2), IDRETRY);
+  EXPECT_EQ(ui_->message_box("Save changes?", "Editor", MB_YESNOCANCEL), IDNO);
+  EXPECT_EQ(ui_->message_box("Retry?", "Disk", MB_ABORTRETRYIGNORE | MB_DEFBUTTON2), IDRETRY);
   const std::string out = printed();
-  EXPECT_NE(out.find("== Editor ==\nSave changes?\n[1] Yes  [2] No  [3] Cancel (default 1): "), std::string::npos) << out;
+  EXPECT_NE(out.find("== Editor ==\nSave changes?\n[1] Yes  [2] No  [3] Cancel (default 1): "),
+            std::string::npos)
+      << out;
   EXPECT_NE(out.find("Please answer with a number from 1 to 3."), std::string::npos);
   EXPECT_NE(out.find("[1] Abort  [2] Retry  [3] Ignore (default 2): "), std::string::npos);
 }
 
-TEST_F(XTerminalBackend, FormsAskForEditsThenForTheClosingButton) {
-  xterminal_backend ui(slave_name_.c_str());
-  xui_backend_scope use(ui);
-  TForm form(nullptr);
-  form.SetCaption(u"Query");
-  TEdit* name = edit(form, u"Name");
+TEST_F(XTerminalBackend, FormsAskForEditsThenForTheClosingButtonAgainWhenRefused) {
+  form_.SetCaption(u"Query");
+  TEdit* name = edit(u"Name");
   name->SetText(u"old");
-  button(form, u"&OK", mrOk, true);
-  button(form, u"Cancel", mrCancel);
+  button(u"&OK", mrOk, true);
+  button(u"Cancel", mrCancel);
   type("new text\n\n");  // the edit, then the default button
-  EXPECT_EQ(form.ShowModal(), mrOk);
+  EXPECT_EQ(form_.ShowModal(), mrOk);
   EXPECT_EQ(name->Text(), u"new text");
   type("\nc\n");  // keep the text, choose Cancel
-  EXPECT_EQ(form.ShowModal(), mrCancel);
+  EXPECT_EQ(form_.ShowModal(), mrCancel);
   EXPECT_EQ(name->Text(), u"new text");
-  EXPECT_NE(printed().find("== Query ==\nName [old]: [1] OK  [2] Cancel (default 1): "), std::string::npos);
+  // A refused close asks again.
+  name->SetText(u"");
+  form_.OnCloseQuery = [&](TObject*, bool& can_close) { can_close = !name->Text().empty(); };
+  type("\n1\nnew\n1\n");  // no name: refused; then a name
+  EXPECT_EQ(form_.ShowModal(), mrOk);
+  EXPECT_EQ(name->Text(), u"new");
+  const std::string out = printed();
+  EXPECT_NE(out.find("== Query ==\nName [old]: [1] OK  [2] Cancel (default 1): "),
+            std::string::npos)
+      << out;
+  EXPECT_NE(out.find("The form stays open.\nName []: "), std::string::npos);
 
   TSaveDialog save(nullptr);
   type("\n");
@@ -107,87 +128,66 @@ TEST_F(XTerminalBackend, FormsAskForEditsThenForTheClosingButton) {
 }
 
 TEST_F(XTerminalBackend, ComboBoxesOfferTheirItems) {
-  xterminal_backend ui(slave_name_.c_str());
-  xui_backend_scope use(ui);
-  TForm form(nullptr);
-  auto* colour = new TComboBox(&form);
-  colour->SetParent(&form);
+  auto* colour = new TComboBox(&form_);
+  colour->SetParent(&form_);
   colour->SetHint(u"Colour");
-  for (const char16_t* item : {u"red", u"green", u"blue"}) colour->Items().Add(item);
+  colour->Items().SetText(u"red\r\ngreen\nblue");  // either line break
   colour->SetItemIndex(1);
-  auto* size = new TComboBox(&form);
-  size->SetParent(&form);
+  auto* size = new TComboBox(&form_);
+  size->SetParent(&form_);
   size->SetName(u"Size");
   size->SetStyle(csDropDownList);
   for (const char16_t* item : {u"small", u"large"}) size->Items().Add(item);
-  button(form, u"OK", mrOk, true);
+  button(u"OK", mrOk, true);
   int changes = 0;
   colour->OnChange = [&](TObject*) { ++changes; };
-  const struct {
-    const char* typed;
-    const char16_t* colour;
-    int colour_index;
-    int size_index;
-  } rows[] = {
-      {"3\nl\n\n", u"blue", 2, 1},         // by number, by the start of a label
+  const std::tuple<const char*, const char16_t*, int, int> rows[] = {
+      {"3\nl\n\n", u"blue", 2, 1},          // by number, by the start of a label
       {"GR\nhuge\n1\n\n", u"green", 1, 0},  // a list box asks again for no item
-      {"teal\n\n\n", u"teal", -1, 0},      // an editable combo box takes any text
+      {"teal\n\n\n", u"teal", -1, 0},       // an editable combo box takes any text
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.typed);
-    type(row.typed);
-    EXPECT_EQ(form.ShowModal(), mrOk);
-    EXPECT_EQ(colour->Text(), row.colour);
-    EXPECT_EQ(colour->ItemIndex(), row.colour_index);
-    EXPECT_EQ(size->ItemIndex(), row.size_index);
+  for (const auto& [typed, text, colour_index, size_index] : rows) {
+    SCOPED_TRACE(typed);
+    type(typed);
+    EXPECT_EQ(form_.ShowModal(), mrOk);
+    EXPECT_EQ(colour->Text(), text);
+    EXPECT_EQ(colour->ItemIndex(), colour_index);
+    EXPECT_EQ(size->ItemIndex(), size_index);
   }
   EXPECT_EQ(changes, 3);  // blue, green, teal
   const std::string out = printed();
-  EXPECT_NE(out.find("Colour [green]: [1] red  [2] green  [3] blue: Size []: [1] small  [2] large: "),
-            std::string::npos)
+  EXPECT_NE(
+      out.find("Colour [green]: [1] red  [2] green  [3] blue: Size []: [1] small  [2] large: "),
+      std::string::npos)
       << out;
   EXPECT_NE(out.find("Please answer with a number from 1 to 2."), std::string::npos);
+  // The selection follows the items.
+  EXPECT_THROW(size->SetItemIndex(2), xexception);
+  size->SetItemIndex(1);
+  size->Items().Delete(1);  // the current item disappears
+  EXPECT_EQ(size->ItemIndex(), -1);
 }
 
 TEST_F(XTerminalBackend, EndOfInputCancels) {
-  xterminal_backend ui(slave_name_.c_str());
-  xui_backend_scope use(ui);
-  TForm form(nullptr);
-  edit(form);
-  TButton* ok = button(form, nullptr, mrOk, true);
-  button(form, nullptr, mrCancel);
+  edit();
+  TButton* ok = button(nullptr, mrOk, true);
+  button(nullptr, mrCancel);
   bool ok_clicked = false;
   ok->OnClick = [&](TObject*) { ok_clicked = true; };
   close(master_);  // the user has gone
   master_ = open("/dev/null", O_RDONLY);
-  const struct {
-    unsigned flags;
-    int answer;
-  } boxes[] = {
-      {MB_YESNOCANCEL, IDCANCEL}, {MB_YESNO, IDNO}, {MB_ABORTRETRYIGNORE | MB_DEFBUTTON2, IDABORT}, {MB_OK, IDOK},
-  };
+  const std::tuple<unsigned, int> boxes[] = {{MB_YESNOCANCEL, IDCANCEL},
+                                             {MB_YESNO, IDNO},
+                                             {MB_ABORTRETRYIGNORE | MB_DEFBUTTON2, IDABORT},
+                                             {MB_OK, IDOK}};
   xterminal_backend none("/nonexistent/tty");  // no terminal at all answers the same
-  for (const auto& box : boxes) {
-    SCOPED_TRACE(box.flags);
-    EXPECT_EQ(ui.message_box("x", "y", box.flags), box.answer);
-    EXPECT_EQ(none.message_box("x", "y", box.flags), box.answer);
+  for (const auto& [flags, answer] : boxes) {
+    SCOPED_TRACE(flags);
+    EXPECT_EQ(ui_->message_box("x", "y", flags), answer);
+    EXPECT_EQ(none.message_box("x", "y", flags), answer);
   }
-  EXPECT_EQ(form.ShowModal(), mrCancel);
+  EXPECT_EQ(form_.ShowModal(), mrCancel);
   EXPECT_FALSE(ok_clicked);
-}
-
-TEST_F(XTerminalBackend, RefusedCloseAsksAgain) {
-  xterminal_backend ui(slave_name_.c_str());
-  xui_backend_scope use(ui);
-  TForm form(nullptr);
-  form.SetCaption(u"Rename");
-  TEdit* name = edit(form, u"Name");
-  button(form, u"OK", mrOk);
-  form.OnCloseQuery = [&](TObject*, bool& can_close) { can_close = !name->Text().empty(); };
-  type("\n1\nnew\n1\n");  // no name: refused; then a name
-  EXPECT_EQ(form.ShowModal(), mrOk);
-  EXPECT_EQ(name->Text(), u"new");
-  EXPECT_NE(printed().find("The form stays open.\nName []: "), std::string::npos);
 }
 
 // While the backend waits for a line, the main loop keeps running: a
@@ -197,34 +197,28 @@ TEST_F(XTerminalBackend, RefusedCloseAsksAgain) {
 TEST_F(XTerminalBackend, WaitingForALineKeepsTheMainLoopRunning) {
   xmain_loop::instance().bind_to_current_thread();
   xmain_loop::instance().open();
-  xterminal_backend ui(slave_name_.c_str());
-  xui_backend_scope use(ui);
-  std::mutex lock;
-  std::condition_variable stop;
-  bool done = false;
+  std::atomic<bool> done{false};
   std::thread rescuer([&] {
-    std::unique_lock guard(lock);
-    while (!stop.wait_for(guard, std::chrono::seconds(5), [&] { return done; })) type("\n");
+    for (int ms = 1; !done; ++ms) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      if (ms % 5000 == 0) type("\n");
+    }
   });
   // The synchronized call types the answer: No.
   std::thread worker([&] { TThread::Synchronize(nullptr, [&] { type("2\n"); }); });
-  EXPECT_EQ(ui.message_box("Save?", "Editor", MB_YESNO), IDNO);
+  EXPECT_EQ(ui_->message_box("Save?", "Editor", MB_YESNO), IDNO);
   xmain_loop::instance().run_posted();  // releases the worker if the box did not
   worker.join();
 
   // The synchronized call closes the form while its edit is asked for.
-  TForm form(nullptr);
-  edit(form);
-  button(form, nullptr, mrOk, true);
-  worker = std::thread([&] { TThread::Synchronize(nullptr, [&] { form.SetModalResult(mrRetry); }); });
-  EXPECT_EQ(form.ShowModal(), mrRetry);
+  edit();
+  button(nullptr, mrOk, true);
+  worker =
+      std::thread([&] { TThread::Synchronize(nullptr, [&] { form_.SetModalResult(mrRetry); }); });
+  EXPECT_EQ(form_.ShowModal(), mrRetry);
   xmain_loop::instance().run_posted();
   worker.join();
-  {
-    std::lock_guard guard(lock);
-    done = true;
-  }
-  stop.notify_all();
+  done = true;
   rescuer.join();
 }
 
