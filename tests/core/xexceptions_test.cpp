@@ -55,7 +55,7 @@ TEST(XExceptionRoot, WhatGivesTheMessageAsUtf8AndContractCodesTheirMeaning) {
 // Raised through xerror with no hook and through the throwing hook the
 // package installs at load, a failure keeps its class, category, text and
 // place.
-TEST(XErrorCategory, XerrorThrowsTheCategorysClassWithOrWithoutTheThrowingHook) {
+TEST(XErrorCategory, XerrorRaisesTheCategorysClassAndHooksSeeTheCategory) {
   using enum xerror_category;
   const std::pair<xerror_category, std::type_index> rows[] = {
       {general, typeid(XException)},           {not_found, typeid(XENotFound)},
@@ -75,11 +75,8 @@ TEST(XErrorCategory, XerrorThrowsTheCategorysClassWithOrWithoutTheThrowingHook) 
       }
     }
   }
-}
-
-// A hook that returns sees each failure's category and place while it is
-// raised; the plain xerror is general.
-TEST(XErrorCategory, ThePlainXerrorIsGeneralAndAReturningHookSeesTheCategory) {
+  // A hook that returns sees each failure's category and place while it is
+  // raised; the plain xerror is general.
   using row = std::tuple<std::string, xerror_category, std::int64_t>;
   static std::vector<row> seen;
   seen.clear();

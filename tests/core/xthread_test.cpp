@@ -88,7 +88,7 @@ TEST(XthreadTest, StartsLazilyOnceAndStopsOnDestructionEvenBeforeItRuns) {
 
 // Every suspend needs its resume_suspended; resume() only starts a thread,
 // so on a started one it neither lifts a suspension nor starts it again.
-TEST(XthreadTest, SuspensionStopsTheBodyUntilEverySuspendIsResumed) {
+TEST(XthreadTest, SuspensionHoldsUntilEverySuspendIsResumedAndFailuresEndTheBody) {
   probe p;
   within_ten_seconds("suspend and resume", [&] {
     counter_thread t(p);
@@ -109,22 +109,20 @@ TEST(XthreadTest, SuspensionStopsTheBodyUntilEverySuspendIsResumed) {
   });  // the destructor lifts the whole suspension itself and waits
   EXPECT_EQ(p.starts, 1);
   EXPECT_TRUE(p.saw_terminate);
-}
-
-TEST(XthreadTest, EscapingExceptionSetsFailedAndEndsTheThread) {
-  probe p;
+  // An exception escaping the body marks the thread failed and ends it; a
+  // second run starts afresh.
   p.throws = true;
   within_ten_seconds("failing body", [&] {
     counter_thread t(p);
     t.resume();
     t.wait_for();
     EXPECT_TRUE(t.failed());
-    p.throws = false;  // a second run starts afresh
+    p.throws = false;
     t.resume();
     EXPECT_TRUE(advances(p));
     EXPECT_FALSE(t.failed());
   });
-  EXPECT_EQ(p.starts, 2);
+  EXPECT_EQ(p.starts, 3);
 }
 
 }  // namespace
