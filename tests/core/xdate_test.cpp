@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "core/xcatalogue.h"
 #include "core/xday_time.h"
 
 namespace {
@@ -87,14 +86,6 @@ TEST(XdateTest, SteppingKeepsMonthEndsAndYearLimits) {
   }
   xdate none;
   EXPECT_THROW(none.day_forward(), xum::xexception);
-}
-
-TEST(XdateTest, NamesFollowATranslationOfTheCatalogue) {
-  const xum::xstr saved = xum::msg::MonthNames.text;
-  xum::msg::MonthNames.text = "Januar Februar März";
-  EXPECT_EQ(xdate(2024, 3, 1).month_name(), "März");
-  EXPECT_EQ(xdate(2024, 4, 1).month_name(), "");  // the text has too few words
-  xum::msg::MonthNames.text = saved;
 }
 
 // Stepping wraps around midnight; a count set from outside is brought back

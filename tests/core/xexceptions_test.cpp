@@ -19,7 +19,7 @@ namespace {
 
 // A box shown for a failure keeps the catch-all that follows silent once;
 // then the catch-all says "Unknown internal error !" in a box of its own.
-TEST(XExceptionShow, ShowsInAnErrorBoxAndUnknownExceptionStaysSilentOnceAfterIt) {
+TEST(XException, ShowsInAnErrorBoxAndWhatGivesTheMessageAsUtf8) {
   static std::vector<std::string> boxes;
   boxes.clear();
   const xmessage_box_fn saved = xmessage_box_handler;
@@ -34,13 +34,8 @@ TEST(XExceptionShow, ShowsInAnErrorBoxAndUnknownExceptionStaysSilentOnceAfterIt)
   const std::string flags = std::to_string(MB_OK | MB_ICONEXCLAMATION);
   EXPECT_EQ(boxes, (std::vector<std::string>{"File not found !|Error|" + flags,
                                              "Unknown internal error !|Error|" + flags}));
-}
-
-// --- one root: std::exception ------------------------------------------------
-
-// Every exception is a std::exception: the family's what() gives the
-// message as UTF-8, also after it changes; a contract code names its meaning.
-TEST(XExceptionRoot, WhatGivesTheMessageAsUtf8AndContractCodesTheirMeaning) {
+  // Every exception is a std::exception: the family's what() gives the
+  // message as UTF-8, also after it changes; a contract code names its meaning.
   XEValidation e(u"Gr\u00fc\u00dfe \U0001F600");
   const std::exception& as_std = e;
   EXPECT_STREQ(as_std.what(), "Gr\xc3\xbc\xc3\x9f\x65 \xf0\x9f\x98\x80");
