@@ -19,7 +19,7 @@ namespace {
 
 // A box shown for a failure keeps the catch-all that follows silent once;
 // then the catch-all says "Unknown internal error !" in a box of its own.
-TEST(XExceptionShow, ShowsInAnErrorBoxAndUnknownExceptionStaysSilentOnceAfterIt) {
+TEST(XException, ShowsInAnErrorBoxAndWhatGivesTheMessageAsUtf8) {
   static std::vector<std::string> boxes;
   boxes.clear();
   const xmessage_box_fn saved = xmessage_box_handler;
@@ -34,13 +34,8 @@ TEST(XExceptionShow, ShowsInAnErrorBoxAndUnknownExceptionStaysSilentOnceAfterIt)
   const std::string flags = std::to_string(MB_OK | MB_ICONEXCLAMATION);
   EXPECT_EQ(boxes, (std::vector<std::string>{"File not found !|Error|" + flags,
                                              "Unknown internal error !|Error|" + flags}));
-}
-
-// --- one root: std::exception ------------------------------------------------
-
-// Every exception is a std::exception: the family's what() gives the
-// message as UTF-8, also after it changes; a contract code names its meaning.
-TEST(XExceptionRoot, WhatGivesTheMessageAsUtf8AndContractCodesTheirMeaning) {
+  // Every exception is a std::exception: the family's what() gives the
+  // message as UTF-8, also after it changes; a contract code names its meaning.
   XEValidation e(u"Gr\u00fc\u00dfe \U0001F600");
   const std::exception& as_std = e;
   EXPECT_STREQ(as_std.what(), "Gr\xc3\xbc\xc3\x9f\x65 \xf0\x9f\x98\x80");
@@ -55,7 +50,7 @@ TEST(XExceptionRoot, WhatGivesTheMessageAsUtf8AndContractCodesTheirMeaning) {
 // Raised through xerror with no hook and through the throwing hook the
 // package installs at load, a failure keeps its class, category, text and
 // place.
-TEST(XErrorCategory, XerrorThrowsTheCategorysClassWithOrWithoutTheThrowingHook) {
+TEST(XErrorCategory, XerrorRaisesTheCategorysClassAndHooksSeeTheCategory) {
   using enum xerror_category;
   const std::pair<xerror_category, std::type_index> rows[] = {
       {general, typeid(XException)},           {not_found, typeid(XENotFound)},
@@ -75,11 +70,8 @@ TEST(XErrorCategory, XerrorThrowsTheCategorysClassWithOrWithoutTheThrowingHook) 
       }
     }
   }
-}
-
-// A hook that returns sees each failure's category and place while it is
-// raised; the plain xerror is general.
-TEST(XErrorCategory, ThePlainXerrorIsGeneralAndAReturningHookSeesTheCategory) {
+  // A hook that returns sees each failure's category and place while it is
+  // raised; the plain xerror is general.
   using row = std::tuple<std::string, xerror_category, std::int64_t>;
   static std::vector<row> seen;
   seen.clear();

@@ -4,10 +4,10 @@
 #include <clocale>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -17,8 +17,6 @@
 
 namespace xum {
 namespace {
-
-namespace fs = std::filesystem;
 
 xstr X(const std::string& s) { return xstr(std::string_view(s)); }
 std::string slashed(std::string s) {
@@ -60,28 +58,34 @@ TEST(XFilePath, SplitsWithEitherSeparator) {
   EXPECT_EQ(xextract_file_path("/data\\a.txt").view(), "/data\\");
 }
 
-TEST(XFilePath, ChangesExtension) {
-  const char* const ext_rows[][3] = {{"c:\\dir.v2\\file", ".txt", "c:\\dir.v2\\file.txt"},
-                                     {"a.tar.gz", ".zip", "a.tar.zip"},
-                                     {"c:\\x\\a.b", "", "c:\\x\\a"},
-                                     {"d.v\\", ".x", "d.v\\.x"},
-                                     {"c:f.txt", ".bmp", "c:f.bmp"}};
-  for (const auto& r : ext_rows) check_both_styles(r[0], r[1], r[2], xchange_file_ext);
-}
-
-TEST(XRelativePath, ExtractsAgainstBase) {
-  const char* const rows[][3] = {
-      {"C:\\Data\\Projects\\", "c:\\data\\images\\a.bmp", "..\\images\\a.bmp"},
-      {"D:\\Work\\", "c:\\data\\images\\a.bmp", "c:\\data\\images\\a.bmp"},
-      {"c:\\data\\", "C:\\DATA\\Images\\A.bmp", "Images\\A.bmp"},  // the path's case kept
-      {"c:\\data\\", "c:\\data\\", "..\\data\\"},                  // equal is not a prefix
-      {"c:\\data", "c:\\data\\a", "c:\\data\\a"},                  // base without separator
-      {"a\\", "a\\x", "x"},     // a short base that is a prefix is used
-      {"a\\", "b\\x", "b\\x"},  // a short base that is not ends the climb
-      {"ab\\cd\\", "ab\\x", "..\\x"},
-      {"data:\\x\\", "c:\\y", "c:\\y"}};  // a long drive name is its own parent
-  for (const auto& r : rows) check_both_styles(r[0], r[1], r[2], xextract_relative_path);
-
+// Changing an extension and making a path relative to a base or expanding
+// it against one: name or base, extension or path, result.
+TEST(XFilePath, ChangesExtensionsAndRelatesPathsToABase) {
+  using fn = xstr (*)(const xstr&, const xstr&);
+  const fn ext = xchange_file_ext, rel = xextract_relative_path, expand = xexpand_relative_path;
+  const std::tuple<fn, const char*, const char*, const char*> rows[] = {
+      {ext, "c:\\dir.v2\\file", ".txt", "c:\\dir.v2\\file.txt"},
+      {ext, "a.tar.gz", ".zip", "a.tar.zip"},
+      {ext, "c:\\x\\a.b", "", "c:\\x\\a"},
+      {ext, "d.v\\", ".x", "d.v\\.x"},
+      {ext, "c:f.txt", ".bmp", "c:f.bmp"},
+      {rel, "C:\\Data\\Projects\\", "c:\\data\\images\\a.bmp", "..\\images\\a.bmp"},
+      {rel, "D:\\Work\\", "c:\\data\\images\\a.bmp", "c:\\data\\images\\a.bmp"},
+      {rel, "c:\\data\\", "C:\\DATA\\Images\\A.bmp", "Images\\A.bmp"},  // the path's case kept
+      {rel, "c:\\data\\", "c:\\data\\", "..\\data\\"},                  // equal is not a prefix
+      {rel, "c:\\data", "c:\\data\\a", "c:\\data\\a"},                  // base without separator
+      {rel, "a\\", "a\\x", "x"},     // a short base that is a prefix is used
+      {rel, "a\\", "b\\x", "b\\x"},  // a short base that is not ends the climb
+      {rel, "ab\\cd\\", "ab\\x", "..\\x"},
+      {rel, "data:\\x\\", "c:\\y", "c:\\y"},  // a long drive name is its own parent
+      {expand, "c:\\data\\projects\\", "..\\images\\a.bmp", "c:\\data\\images\\a.bmp"},
+      {expand, "c:\\a\\b\\c\\", "..\\..\\x", "c:\\a\\x"},
+      {expand, "c:\\", "..\\x", "c:\\x"},  // the root has no parent
+      {expand, "c:\\a\\b\\", "..", "c:\\a\\"},
+      {expand, "c:\\a\\b\\", ".\\xy", "c:\\a\\y"},  // any leading dot climbs 3 characters
+      {expand, "c:\\a\\", "", "c:\\a\\"},
+  };
+  for (const auto& [f, a, b, want] : rows) check_both_styles(a, b, want, f);
   // Lower-casing may change a character's byte length; the cut must follow
   // the path's own characters.
   const std::string saved = std::setlocale(LC_CTYPE, nullptr);
@@ -89,17 +93,6 @@ TEST(XRelativePath, ExtractsAgainstBase) {
   EXPECT_EQ(xextract_relative_path("c:\\ⱥⱥ\\", "c:\\ȺȺ\\x").view(), "x");  // 2 -> 3 bytes
   EXPECT_EQ(xextract_relative_path("/K/", "/\u212A/x").view(), "x");       // Kelvin: 3 -> 1
   std::setlocale(LC_CTYPE, saved.c_str());
-}
-
-TEST(XRelativePath, ExpandsAgainstBase) {
-  const char* const rows[][3] = {
-      {"c:\\data\\projects\\", "..\\images\\a.bmp", "c:\\data\\images\\a.bmp"},
-      {"c:\\a\\b\\c\\", "..\\..\\x", "c:\\a\\x"},
-      {"c:\\", "..\\x", "c:\\x"},  // the root has no parent
-      {"c:\\a\\b\\", "..", "c:\\a\\"},
-      {"c:\\a\\b\\", ".\\xy", "c:\\a\\y"},  // any leading dot climbs 3 characters
-      {"c:\\a\\", "", "c:\\a\\"}};
-  for (const auto& r : rows) check_both_styles(r[0], r[1], r[2], xexpand_relative_path);
 }
 
 // The wildcard rule tried split by split, as a reference for short texts.
@@ -136,16 +129,6 @@ TEST(XMatchMask, MatchesWildcards) {
   }
 }
 
-// Each test gets a fresh folder under the system's temporary directory.
-class XFileSystem : public ::testing::Test {
- protected:
-  std::string at(const std::string& name) const { return (root_ / name).string(); }
-  void touch(const std::string& name) const { std::ofstream(at(name)) << "x"; }
-
-  test::temp_dir dir_;
-  const fs::path root_ = dir_.path;
-};
-
 // An archive that holds "archive/inside.dat" and counts the questions.
 class fake_archive : public xvirtual_fs_interface {
  public:
@@ -156,15 +139,17 @@ class fake_archive : public xvirtual_fs_interface {
 
 // Only when asked to is the installed archive asked, before the disk, which
 // counts directories too.
-TEST_F(XFileSystem, FileExistsAsksTheArchiveFirstOnlyWhenToldTo) {
-  touch("a.txt");
+TEST(XFileSystem, FileExistsAsksTheArchiveFirstOnlyWhenToldTo) {
+  const test::temp_dir dir;
+  const std::string file = (dir.path / "a.txt").string();
+  test::put_file(file, "x");
   fake_archive archive;
   xvirtual_fs_interface::set(&archive);
-  EXPECT_TRUE(xfile_exists(X(at("a.txt")), true));
+  EXPECT_TRUE(xfile_exists(X(file), true));
   EXPECT_TRUE(xfile_exists("archive/inside.dat", true));
   EXPECT_EQ(archive.asked, 2);
   EXPECT_FALSE(xfile_exists("archive/inside.dat", false));
-  EXPECT_TRUE(xfile_exists(X(root_.string()), false));
+  EXPECT_TRUE(xfile_exists(X(dir.path.string()), false));
   EXPECT_EQ(archive.asked, 2);
   xvirtual_fs_interface::set(nullptr);
 }

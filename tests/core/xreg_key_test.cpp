@@ -34,9 +34,17 @@ class XregKeyTest : public ::testing::Test {
   const fs::path root_ = dir_.path;
 };
 
+// A 4-byte number read with 9 as the default.
+std::int32_t number_or_9(xreg_key& r, const char* name) {
+  std::int32_t n = 7, def = 9;
+  r.binary(name, &n, &def, sizeof n);
+  return n;
+}
+
 // Text is stored with its zero byte, a number of up to 4 bytes as 4 bytes
 // least significant first; each reads back only as its own type and size.
-TEST_F(XregKeyTest, ValuesAreReadOnlyWithTheirTypeAndSize) {
+// Writing returns the value written.
+TEST_F(XregKeyTest, ValuesAreReadOnlyWithTheirTypeAndSizeAndChildKeysFollowTheParent) {
   {
     xreg_key w("Software\\XUM/Test", false);
     EXPECT_EQ(w.str_prop("Name", "abc", "unused"), "abc");
@@ -63,12 +71,8 @@ TEST_F(XregKeyTest, ValuesAreReadOnlyWithTheirTypeAndSize) {
     r.binary(name, out.data(), def.data(), size);
     EXPECT_EQ(out, want.empty() ? def : want);
   }
-}
-
-TEST_F(XregKeyTest, WritingReturnsTheValueAndChildKeysFollowTheParent) {
-  xreg_key w("App", false);
-  EXPECT_EQ(w.str_prop("Title", "new", "def"), "new");
-  xreg_key child(w, "Sub\\Deeper");
+  // Child keys follow their parent.
+  xreg_key child(xreg_key("App", false), "Sub\\Deeper");
   // Names the file system would trip over round-trip, and a value and a
   // key may share a name.
   for (const char* name : {"a/b\\c", "100%", "..", "", "Deeper"}) {
@@ -90,9 +94,7 @@ TEST_F(XregKeyTest, ReadingCreatesNothing) {
     const xreg_key child(r, "Child");
     xreg_key reader("Other", true);
     EXPECT_EQ(reader.str_prop("Name", "x", "def"), "def");
-    std::int32_t n = 7, def = 9;
-    reader.binary("Num", &n, &def, sizeof n);
-    EXPECT_EQ(n, 9);
+    EXPECT_EQ(number_or_9(reader, "Num"), 9);
     EXPECT_EQ(r.get("Name").type, xreg_key::value_type::none);
     EXPECT_TRUE(child.key_names().empty());
     EXPECT_TRUE(child.value_names().empty());
@@ -109,14 +111,9 @@ TEST_F(XregKeyTest, DamagedValueIsReportedAsDamage) {
   // File contents, what the message says is wrong.
   const std::pair<std::string, std::string> rows[] = {
       {"XR", "no value header"},
-      {std::string("XRV\x07"
-                   "ab\0",
-                   7),
-       "unknown value type 7"},
-      {std::string("XRV\x04\x01\x02\x03", 7), "a number of 3 bytes instead of 4"},
-      {"XRV\x01"
-       "ab",
-       "text without its terminating zero byte"}};
+      {std::string("XRV\7ab\0", 7), "unknown value type 7"},
+      {std::string("XRV\4\1\2\3", 7), "a number of 3 bytes instead of 4"},
+      {"XRV\1ab", "text without its terminating zero byte"}};
   xreg_key r("App", true);
   for (const auto& [bytes, what] : rows) {
     SCOPED_TRACE(what + " <- " + std::to_string(bytes.size()) + " bytes");
@@ -124,9 +121,7 @@ TEST_F(XregKeyTest, DamagedValueIsReportedAsDamage) {
     EXPECT_EQ(xum::test::error_of([&] { r.get("Bad"); }),
               "Invalid data format ! Value: Bad (" + what + ")\nFile: " + (key / "@Bad").string());
     EXPECT_EQ(r.str_prop("Bad", "x", "def"), "def");
-    std::int32_t n = 7, def = 9;
-    r.binary("Bad", &n, &def, sizeof n);
-    EXPECT_EQ(n, 9);
+    EXPECT_EQ(number_or_9(r, "Bad"), 9);
   }
   // Something that is no file at all cannot be read.
   fs::remove(key / "@Bad");
@@ -152,10 +147,7 @@ TEST_F(XregKeyTest, NamesMatchIgnoringCaseAndKeepTheirFirstSpelling) {
   EXPECT_EQ(xreg_key(r, "\xC3\x84").str_prop("v", "", "def"), "def");
   // A store that holds two spellings (written before names folded) reads the
   // exact one first.
-  std::ofstream(root_ / "Software" / "App" / "@WIDTH", std::ios::binary) << std::string(
-      "XRV\x01"
-      "3",
-      6);
+  std::ofstream(root_ / "Software" / "App" / "@WIDTH", std::ios::binary) << "XRV\1" << '3' << '\0';
   EXPECT_EQ(r.str_prop("WIDTH", "", "def"), "3");
   EXPECT_EQ(r.str_prop("Width", "", "def"), "2");
   EXPECT_EQ(r.str_prop("width", "", "def"), "3");  // the first of the spellings, bytewise

@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/xtest_helpers.h"
+
 namespace xum {
 namespace {
 
@@ -50,11 +52,8 @@ TEST(XStrSharing, CopiesShareTheBlockUntilOneWrites) {
     EXPECT_EQ(original.use_count(), 1u);
     EXPECT_EQ(copy.use_count(), *want ? 1u : 0u);
   }
-}
-
-// Assigning a text to itself, or moving it onto itself, keeps it.
-TEST(XStrSharing, SelfAssignmentKeepsTheText) {
-  xstr self = "abc";
+  // Assigning a text to itself, or moving it onto itself, keeps it.
+  xstr self = "abc";  // the only owner of its block
   const xstr& alias = self;
   self = alias;
   xstr& same = self;
@@ -79,12 +78,7 @@ TEST(XStrContract, ViolationsThrowCodeZeroAndLeaveTheReceiver) {
     SCOPED_TRACE(name);
     xstr s = "abc";
     const xstr other = s;
-    try {
-      call(s);
-      ADD_FAILURE() << "no xexception";
-    } catch (const xexception& e) {
-      EXPECT_EQ(e.code(), 0);
-    }
+    EXPECT_EQ(test::code_of([&] { call(s); }), 0);
     EXPECT_EQ(s.get_text(), other.get_text());
     expect_text(s, "abc");
     EXPECT_EQ(s.use_count(), 2u);
@@ -92,21 +86,19 @@ TEST(XStrContract, ViolationsThrowCodeZeroAndLeaveTheReceiver) {
   EXPECT_THROW((void)xstr().at(0), xexception);
 }
 
-TEST(XStrSearch, StringPositions) {
-  const std::tuple<std::string_view, std::string_view, int, int> rows[] = {
+TEST(XStrText, FindsTrimsAndEnquotes) {
+  // text, the text to find, its first and last position
+  const std::tuple<std::string_view, std::string_view, int, int> searches[] = {
       {"abcabc", "bc", 1, 4},
       {"aaa", "aa", 0, 1},
       {"abc", "abcd", -1, -1},
       {"abc", "", -1, -1},
       {"a\0b\0b"sv, "\0b"sv, 1, 3}};
-  for (const auto& [text, find, first, last] : rows) {
+  for (const auto& [text, find, first, last] : searches) {
     SCOPED_TRACE(testing::PrintToString(text) + " / " + testing::PrintToString(find));
     EXPECT_EQ(xstr(text).str_first_pos(xstr(find)), first);
     EXPECT_EQ(xstr(text).str_last_pos(xstr(find)), last);
   }
-}
-
-TEST(XStrText, TrimAndEnquotate) {
   // text, trim_left, trim_right, trim
   const std::tuple<const char*, const char*, const char*, const char*> rows[] = {
       {" \tab \t", "ab \t", " \tab", "ab"},
@@ -146,7 +138,7 @@ TEST(XStrNumber, Formats) {
 
 // --- with the standard library ------------------------------------------------
 
-TEST(XStrStd, BuildsFromAndCopiesOutToStringsKeepingZeroBytes) {
+TEST(XStrStd, BuildsFromCopiesOutToHashesAndComparesAsStringsKeepingZeroBytes) {
   for (const std::string_view bytes : {""sv, "a\0b"sv, "\0\0tail"sv}) {
     SCOPED_TRACE(testing::PrintToString(std::string(bytes)));
     const std::string str(bytes);
@@ -156,30 +148,7 @@ TEST(XStrStd, BuildsFromAndCopiesOutToStringsKeepingZeroBytes) {
     EXPECT_EQ(from_string.str(), str);
     EXPECT_EQ(static_cast<std::string>(xstr(bytes)), str);
   }
-}
-
-// Comparisons count every byte, unsigned, except a C string's, which ends at
-// its zero byte; each order holds both ways.
-TEST(XStrStd, ComparesWithStringsViewsAndCStringsBothWays) {
-  const xstr s("ab\0c"sv);
-  EXPECT_TRUE(std::string("ab\0c", 4) == s);
-  EXPECT_FALSE(s == "ab"sv);
-  EXPECT_TRUE("ab" != s);
-  // xstr("b") <=> each text.
-  using std::strong_ordering;
-  const std::pair<const char*, strong_ordering> rows[] = {{"b", strong_ordering::equal},
-                                                          {"ba", strong_ordering::less},
-                                                          {"\xE4", strong_ordering::less},
-                                                          {"", strong_ordering::greater}};
-  for (const auto& [right, want] : rows) {
-    SCOPED_TRACE(right);
-    EXPECT_EQ(xstr("b") <=> right, want);
-    EXPECT_EQ(xstr("b") <=> xstr(right), want);
-    EXPECT_EQ(0 <=> (std::string_view(right) <=> xstr("b")), want);  // reversed
-  }
-}
-
-TEST(XStrStd, HashesAsItsBytesAndFindsByView) {
+  // Hashed as its bytes, it is found in a map by a view.
   const std::hash<xstr> h;
   EXPECT_EQ(h(xstr("key")), std::hash<std::string_view>{}("key"));
   EXPECT_NE(h(xstr("a\0b"sv)), h(xstr("a\0c"sv)));  // the bytes after a zero count
@@ -188,6 +157,24 @@ TEST(XStrStd, HashesAsItsBytesAndFindsByView) {
   m[std::string("t\0o", 3)] = 2;
   EXPECT_EQ(m.find(std::string_view("t\0o", 3))->second, 2);
   EXPECT_EQ(m.find("t"), m.end());
+  // Comparisons count every byte, unsigned, except a C string's, which ends at
+  // its zero byte; each order holds both ways.
+  const xstr s("ab\0c"sv);
+  EXPECT_TRUE(std::string("ab\0c", 4) == s);
+  EXPECT_FALSE(s == "ab"sv);
+  EXPECT_TRUE("ab" != s);
+  // xstr("b") <=> each text.
+  using std::strong_ordering;
+  const std::pair<const char*, strong_ordering> orders[] = {{"b", strong_ordering::equal},
+                                                            {"ba", strong_ordering::less},
+                                                            {"\xE4", strong_ordering::less},
+                                                            {"", strong_ordering::greater}};
+  for (const auto& [right, want] : orders) {
+    SCOPED_TRACE(right);
+    EXPECT_EQ(xstr("b") <=> right, want);
+    EXPECT_EQ(xstr("b") <=> xstr(right), want);
+    EXPECT_EQ(0 <=> (std::string_view(right) <=> xstr("b")), want);  // reversed
+  }
 }
 
 }  // namespace

@@ -58,13 +58,14 @@ void within_ten_seconds(const char* what, std::function<void()> work) {
   done.get();
 }
 
-TEST(XthreadTest, StartsLazilyOnceAndStopsOnDestructionEvenBeforeItRuns) {
+// Never started, a thread is suspended and suspending it is an error (1).
+// Every suspend needs its resume_suspended; resume() only starts a thread,
+// so on a started one it neither lifts a suspension nor starts it again.
+TEST(XthreadTest, StartsLazilyOnceAndSuspensionHoldsUntilEverySuspendIsResumed) {
   probe p;
-  within_ten_seconds("start and destroy", [&] {
+  within_ten_seconds("start, suspend and resume", [&] {
     counter_thread t(p);
-    // Never started: suspended, and suspending it is an error (1).
     EXPECT_TRUE(t.is_suspended());
-    EXPECT_FALSE(t.running());
     try {
       t.suspend();
       ADD_FAILURE() << "suspending a thread never started must throw";
@@ -73,25 +74,6 @@ TEST(XthreadTest, StartsLazilyOnceAndStopsOnDestructionEvenBeforeItRuns) {
     }
     t.wait_for();
     EXPECT_EQ(p.starts, 0);
-    t.resume();
-    EXPECT_TRUE(advances(p));
-    t.resume();  // a running thread is not started again
-  });
-  EXPECT_EQ(p.starts, 1);
-  EXPECT_TRUE(p.saw_terminate);
-  // Destroyed before the worker has even started: the body still runs, sees
-  // the flag and ends; nothing hangs.
-  for (int i = 0; i < 10; ++i)
-    within_ten_seconds("destroying a fresh thread", [&] { counter_thread(p).resume(); });
-  EXPECT_EQ(p.starts, 11);
-}
-
-// Every suspend needs its resume_suspended; resume() only starts a thread,
-// so on a started one it neither lifts a suspension nor starts it again.
-TEST(XthreadTest, SuspensionStopsTheBodyUntilEverySuspendIsResumed) {
-  probe p;
-  within_ten_seconds("suspend and resume", [&] {
-    counter_thread t(p);
     t.resume();
     ASSERT_TRUE(advances(p));
     t.suspend();
@@ -111,20 +93,27 @@ TEST(XthreadTest, SuspensionStopsTheBodyUntilEverySuspendIsResumed) {
   EXPECT_TRUE(p.saw_terminate);
 }
 
-TEST(XthreadTest, EscapingExceptionSetsFailedAndEndsTheThread) {
+// Destroyed before the worker has even started, the body still runs, sees
+// the flag and ends; nothing hangs. An exception escaping the body marks the
+// thread failed and ends it; a second run starts afresh.
+TEST(XthreadTest, EndsWhenDestroyedBeforeItRunsAndWhenTheBodyThrows) {
   probe p;
+  for (int i = 0; i < 10; ++i)
+    within_ten_seconds("destroying a fresh thread", [&] { counter_thread(p).resume(); });
+  EXPECT_EQ(p.starts, 10);
+  EXPECT_TRUE(p.saw_terminate);
   p.throws = true;
   within_ten_seconds("failing body", [&] {
     counter_thread t(p);
     t.resume();
     t.wait_for();
     EXPECT_TRUE(t.failed());
-    p.throws = false;  // a second run starts afresh
+    p.throws = false;
     t.resume();
     EXPECT_TRUE(advances(p));
     EXPECT_FALSE(t.failed());
   });
-  EXPECT_EQ(p.starts, 2);
+  EXPECT_EQ(p.starts, 12);
 }
 
 }  // namespace
