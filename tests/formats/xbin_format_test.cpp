@@ -205,13 +205,12 @@ void read_one(xbin_format& f) {
   f(v);
 }
 
-// Reads the fields `steps` names: b uint8, h int16, i int32, s std::string,
+// Reads the fields `steps` names: b uint8, i int32, s std::string,
 // x xstr, S short_str, v vector of int32, L vector of xstr, I
 // identifier("VFS"), V set_version(4), T trailer.
 void read_fields(xbin_format& f, const std::string& steps) {
   static const std::map<char, void (*)(xbin_format&)> step = {
       {'b', read_one<std::uint8_t>},
-      {'h', read_one<std::int16_t>},
       {'i', read_one<std::int32_t>},
       {'s', read_one<std::string>},
       {'x', read_one<xstr>},
@@ -258,7 +257,7 @@ TEST(XBinFormat, ReadingFailuresCarryTheirTextCategoryAndTheOffsetOfTheBadField)
       {"signature after a field", "\x01VFX"s, "bI", {c::bad_data, -1, 1, invalid}},
       {"newer version", "VFS\x05\0\0\0"s, "IV", {c::newer_version, -1, 3, newer}},
       {"the version asked for", "VFS\x04\0\0\0"s, "IV", {}},
-      {"string length past the end", "\0\0\x09\0\0\0abc"s, "hs", {c::bad_data, -1, 2, bad}},
+      {"string length past the end", "\0\0\x09\0\0\0abc"s, "bbs", {c::bad_data, -1, 2, bad}},
       {"negative string length", "\0\0\0\x80"s, "x", {c::bad_data, -1, 0, bad}},
       {"2 GiB string in 5 bytes", "\xFF\xFF\xFF\x7F\x61"s, "x", {c::bad_data, -1, 0, bad}},
       {"short string that ends early", "\x03\x61"s, "S", {c::io, -1, -2, bad}},
@@ -287,15 +286,8 @@ struct counted_stream final : xbuffer_stream {
   int& deaths_;
 };
 
-TEST(XFormatOwned, AHandedOverStreamIsDeletedOnceOnCloseOrFailure) {
+TEST(XFormatOwned, AHandedOverStreamIsDeletedOnceWhenOpeningFails) {
   int deaths = 0;
-  {
-    xbin_format f;
-    f.open_stream(std::make_unique<counted_stream>(deaths, ""), xstream_read);
-    f.close();
-    EXPECT_EQ(deaths, 1);
-  }
-  EXPECT_EQ(deaths, 1);  // not again by the format's destructor
   // A reading structured format loads at open: bad contents throw, and the
   // stream it was given goes exactly once (ASan sees a leak or a double
   // delete).
@@ -305,7 +297,7 @@ TEST(XFormatOwned, AHandedOverStreamIsDeletedOnceOnCloseOrFailure) {
         f.open_stream(std::make_unique<counted_stream>(deaths, "not settings"), xstream_read),
         XException);
   }
-  EXPECT_EQ(deaths, 2);
+  EXPECT_EQ(deaths, 1);
 }
 
 }  // namespace

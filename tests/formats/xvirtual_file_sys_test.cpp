@@ -20,6 +20,7 @@ namespace xum {
 namespace {
 
 namespace fs = std::filesystem;
+using c = xerror_category;
 using test::file_bytes;
 using test::raised;
 using test::raised_by;
@@ -174,21 +175,14 @@ const std::string head = "VFS" + le32(2) + le32(0) + "0123456789";  // data: byt
 TEST_F(XVirtualFileSys, DamageIsBadDataWithItsOffset) {
   const std::string file = path("a.vfs");
   const std::string bad = "Invalid data format !\nFile: " + file,
-                    cut = "Data reading error ! \nFile: " + file;
+                    cut = "Data reading error ! \nFile: " + file,
+                    newer = "Unsupported format version ! Program update needed !\nFile: " + file;
+  const auto scrambled = test::vfs_scrambled<std::string>;
   const std::tuple<const char*, std::string, raised> rows[] = {
-      {"trailer past the end",
-       test::vfs_scrambled(head + le32(0) + le32(400)),
-       {xerror_category::bad_data, -1, 25, cut}},
-      {"table count beyond the table",
-       test::vfs_scrambled(head + le32(1000) + le32(21)),
-       {xerror_category::bad_data, -1, 21, cut}},
-      {"newer version",
-       "VFS" + le32(3) + std::string(20, '\0'),
-       {xerror_category::newer_version, -1, 3,
-        "Unsupported format version ! Program update needed !\nFile: " + file}},
-      {"wrong signature",
-       "VFX" + le32(2) + std::string(20, '\0'),
-       {xerror_category::bad_data, -1, 0, bad}},
+      {"trailer past the end", scrambled(head + le32(0) + le32(400)), {c::bad_data, -1, 25, cut}},
+      {"count past the table", scrambled(head + le32(1000) + le32(21)), {c::bad_data, -1, 21, cut}},
+      {"newer version", "VFS" + le32(3) + std::string(20, '\0'), {c::newer_version, -1, 3, newer}},
+      {"wrong signature", "VFX" + le32(2) + std::string(20, '\0'), {c::bad_data, -1, 0, bad}},
   };
   for (const auto& [what, bytes, want] : rows) {
     SCOPED_TRACE(what);

@@ -39,20 +39,16 @@ inline int count(const QImage& image, const std::function<bool(QColor)>& is, QRe
   return n;
 }
 
-// Saves `image` as <name>.png for people to look at; fails the test when it
-// has `min_colours` colours or fewer (a blank picture has one; a window with
-// a frame but nothing drawn in it has two or three).
-inline QImage keep(const QImage& image, const char* name, int min_colours) {
+// `window` as drawn now, saved as <name>.png for people to look at; fails
+// the test when it has `min_colours` colours or fewer (a blank picture has
+// one; a window with a frame but nothing drawn in it has two or three).
+inline QImage photograph(QWidget* window, const char* name, int min_colours = 1) {
+  QApplication::processEvents();
+  const QImage image = window->grab().toImage();
   std::filesystem::create_directories(XUM_SCREENSHOT_DIR);
   image.save(QStringLiteral(XUM_SCREENSHOT_DIR "/%1.png").arg(QString::fromUtf8(name)));
   EXPECT_GT(colours(image), min_colours) << name << " looks blank";
   return image;
-}
-
-// `window` as drawn now, kept as <name>.png.
-inline QImage photograph(QWidget* window, const char* name, int min_colours = 1) {
-  QApplication::processEvents();
-  return keep(window->grab().toImage(), name, min_colours);
 }
 
 // The widget named `name` below `parent`; a missing one fails the test.
